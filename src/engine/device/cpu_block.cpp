@@ -1,0 +1,487 @@
+#include "engine/device/cpu_block.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <thread>
+
+#include "engine/device/cycle.hpp"
+#include "engine/device/formulas.hpp"
+#include "platform/cpu/signal.hpp"
+
+namespace orvex::device {
+
+namespace {
+
+constexpr std::size_t LINE = 64;
+
+std::size_t lines(std::size_t bytes) {
+    return (bytes + LINE - 1) / LINE * LINE;
+}
+
+/** Deals out the block's memory, each array from the beginning of a cache line. */
+class ARENA {
+  public:
+    explicit ARENA(unsigned char* memory) : next_(memory) {}
+    template <class X>
+    X* take(std::size_t count) {
+        X* array = reinterpret_cast<X*>(next_);
+        next_ += lines(count * sizeof(X));
+        return array;
+    }
+
+  private:
+    unsigned char* next_;
+};
+
+template <class D>
+std::size_t arena_bytes(const SHAPE& shape) {
+    const std::size_t size = static_cast<std::size_t>(shape.size);
+    const std::size_t threads = static_cast<std::size_t>(shape.threads);
+    return lines(size * sizeof(D)) + 6 * lines(size) + lines(threads * sizeof(unsigned long)) +
+           lines(threads * sizeof(float)) + lines(threads * sizeof(D)) + lines(threads);
+}
+
+unsigned char* allocate_block(std::size_t bytes) {
+    void* memory = std::aligned_alloc(LINE, bytes);
+    if (!memory) throw std::bad_alloc();
+    std::memset(memory, 0, bytes);
+    return static_cast<unsigned char*>(memory);
+}
+
+// Words of DeviceState that blocks share. They lie in device memory as plain words, since the host
+// copies the record as a whole.
+template <class X>
+X load_relaxed(const X& word) {
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+class SPIN_GUARD {
+  public:
+    explicit SPIN_GUARD(int& word) : word_(word) {
+        while (__atomic_exchange_n(&word_, 1, __ATOMIC_ACQUIRE) != 0)
+            std::this_thread::yield();
+    }
+    ~SPIN_GUARD() { __atomic_store_n(&word_, 0, __ATOMIC_RELEASE); }
+    SPIN_GUARD(const SPIN_GUARD&) = delete;
+    SPIN_GUARD& operator=(const SPIN_GUARD&) = delete;
+
+  private:
+    int& word_;
+};
+
+/**
+ * The back-off exponent at which a wait of that many nanoseconds ends, if the i-th pause from 0
+ * lasts 2^(i + 4) nanoseconds and the exponent stops rising at 26.
+ */
+std::int16_t wait_exponent_of(std::uint64_t waited) {
+    std::int16_t exponent = 0;
+    for (std::uint64_t pauses = 0; pauses < waited && exponent < 26; ++exponent)
+        pauses += std::uint64_t{1} << (exponent + 4);
+    return exponent;
+}
+
+}  // namespace
+
+std::uint64_t global_timer() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
+// ---- entry, rings --------------------------------------------------------------------------
+
+template <class E, class D>
+CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
+    : launch_(launch),
+      ops_(block_ops<E, D>()),
+      memory_(allocate_block(arena_bytes<D>(SHAPE(launch.size))), &std::free),
+      arrays_{.shape = SHAPE(launch.size)} {
+    const std::size_t size = static_cast<std::size_t>(launch.size);
+    const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
+    ARENA arena(memory_.get());
+    arrays_.delta = arena.take<D>(size);
+    arrays_.ones = arena.take<std::int8_t>(size);
+    arrays_.differs = arena.take<std::int8_t>(size);
+    arrays_.tabu = arena.take<std::uint8_t>(size);
+    arrays_.chosen = arena.take<std::uint8_t>(size);
+    target_ = arena.take<std::int8_t>(size);
+    best_ = arena.take<std::int8_t>(size);
+    arrays_.generators = arena.take<unsigned long>(threads);
+    arrays_.weights = arena.take<float>(threads);
+    arrays_.running = arena.take<D>(threads);
+    arrays_.kept = arena.take<std::uint8_t>(threads);
+
+    const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
+    for (std::size_t t = 0; t < threads; ++t)
+        arrays_.generators[t] = usable_seed(seeds[t]);
+    enter();
+    reset();
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::enter() {
+    // Blocks are made one after the other by the launching thread, before any of them runs.
+    DeviceState& state = *launch_.device_state;
+    record.best_time = global_timer();
+    record.block_sequence = state.block_count;
+    record.island =
+        launch_.islands_per_gpu == 0
+            ? 0
+            : static_cast<std::uint8_t>(record.block_sequence % launch_.islands_per_gpu);
+    record.model_size = launch_.model_size;
+    if (record.block_sequence == 0) state.start_time = global_timer();
+    state.block_count = record.block_sequence + 1;
+}
+
+template <class E, class D>
+unsigned char* CPU_BLOCK<E, D>::slot(unsigned ring, std::uint32_t ticket) const {
+    const std::size_t first =
+        static_cast<std::size_t>(2 * record.island + ring) * launch_.ring_size;
+    return launch_.rings + (first + ticket % launch_.ring_size) * instance_bytes(launch_.size);
+}
+
+template <class E, class D>
+INST_TAIL& CPU_BLOCK<E, D>::tail(unsigned char* slot) const {
+    return *reinterpret_cast<INST_TAIL*>(slot + launch_.size / 8 + 8);
+}
+
+template <class E, class D>
+typename CPU_BLOCK<E, D>::TAKEN CPU_BLOCK<E, D>::takeInstance() {
+    DeviceState& state = *launch_.device_state;
+    int& counter = state.state_c[2 * record.island];
+    const auto sequence_at = [&](int ticket) {
+        return __atomic_load_n(&tail(slot(0, static_cast<std::uint32_t>(ticket))).ticket,
+                               __ATOMIC_ACQUIRE);
+    };
+    const auto ready = [&](int ticket) {
+        const std::int64_t sequence = sequence_at(ticket);
+        return sequence == STOP_TICKET ||
+               sequence == static_cast<std::int64_t>(static_cast<std::uint32_t>(ticket) + 1);
+    };
+    const auto nothing = [&] {
+        if (waits_since_ == 0) waits_since_ = global_timer();
+        return TAKEN::NOTHING;
+    };
+
+    if (!ready(load_relaxed(counter))) return nothing();
+    const SPIN_GUARD guard(state.state_a[record.island]);
+    const int ticket = load_relaxed(counter);
+    if (!ready(ticket)) return nothing();
+    __atomic_store_n(&counter, ticket + 1, __ATOMIC_RELAXED);
+    if (sequence_at(ticket) == STOP_TICKET) return TAKEN::STOP_MARK;
+    record.wait_exponent =
+        waits_since_ == 0 ? std::int16_t{0} : wait_exponent_of(global_timer() - waits_since_);
+    waits_since_ = 0;
+    readInstance(slot(0, static_cast<std::uint32_t>(ticket)));
+    return TAKEN::INSTANCE;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::readInstance(unsigned char* slot) {
+    const SHAPE& shape = arrays_.shape;
+    const std::uint64_t* words = reinterpret_cast<const std::uint64_t*>(slot + 8);
+    for (int t = 0, j = 0; t < shape.threads; ++t)
+        for (int c = 0; c < shape.own; ++c, ++j)
+            target_[c * shape.threads + t] =
+                static_cast<std::int8_t>(-static_cast<int>(words[j / 64] >> (j % 64) & 1));
+    for (int p = 0; p < shape.size; ++p)
+        arrays_.differs[p] = static_cast<std::int8_t>(target_[p] ^ arrays_.ones[p]);
+
+    const INST_TAIL& sent = tail(slot);
+    record.type = {sent.inst, sent.algorithm, sent.param, sent.flag};
+    record.generation = sent.generation;
+    record.flip_budget = sent.cycles;
+    record.steps = sent.annealing;
+    record.step = 0;
+    record.flips = 0;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::handIn() {
+    DeviceState& state = *launch_.device_state;
+    std::uint32_t ticket;
+    {
+        const SPIN_GUARD guard(state.state_b[record.island]);
+        int& counter = state.state_c[2 * record.island + 1];
+        ticket = static_cast<std::uint32_t>(counter++);
+    }
+    unsigned char* result = slot(1, ticket);
+    *reinterpret_cast<std::int64_t*>(result) = record.best_energy;
+    const SHAPE& shape = arrays_.shape;
+    std::uint64_t* words = reinterpret_cast<std::uint64_t*>(result + 8);
+    std::fill_n(words, shape.size / 64, std::uint64_t{0});
+    for (int t = 0, j = 0; t < shape.threads; ++t)
+        for (int c = 0; c < shape.own; ++c, ++j)
+            words[j / 64] |= static_cast<std::uint64_t>(best_[c * shape.threads + t] & 1)
+                             << (j % 64);
+
+    INST_TAIL& out = tail(result);
+    const std::uint64_t start = state.start_time;
+    out.found_time =
+        record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);
+    out.cycles = record.flips;
+    out.inst = record.type.inst;
+    out.algorithm = record.type.A;
+    out.param = record.type.param;
+    out.flag = record.type.flag;
+    out.generation = record.generation;
+    out.wait_exponent = record.wait_exponent;
+    out.block = static_cast<std::int16_t>(record.block_sequence);
+    out.overflow = record.overflow;
+    record.done_generation = record.generation;
+    __atomic_store_n(&out.ticket, static_cast<std::int64_t>(ticket + 1), __ATOMIC_RELEASE);
+    platform::block_wrote(&out.ticket).notify();
+}
+
+template <class E, class D>
+platform::BLOCK_TASK::OUTCOME CPU_BLOCK<E, D>::advance() {
+    if (killed()) return OUTCOME::LEFT;
+    switch (takeInstance()) {
+        case TAKEN::NOTHING:
+            return OUTCOME::WAITING;
+        case TAKEN::STOP_MARK:
+            return OUTCOME::LEFT;
+        case TAKEN::INSTANCE:
+            break;
+    }
+    return !killed() && runInstance(*this) ? OUTCOME::WORKED : OUTCOME::LEFT;
+}
+
+template <class E, class D>
+bool CPU_BLOCK<E, D>::killed() const {
+    return load_relaxed(launch_.device_state->kill) != 0;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::reportWrongType() const {
+    for (int t = 0; t < arrays_.shape.threads; ++t)
+        std::printf("Type.A=%d\n", record.type.A);
+}
+
+// ---- solutions and their bests -------------------------------------------------------------
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::forgetBest() {
+    std::fill_n(best_, arrays_.shape.size, std::int8_t{0});
+    record.best_energy = 0;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::keepCurrent() {
+    std::copy_n(arrays_.ones, arrays_.shape.size, best_);
+    record.best_energy = 0;
+    record.best_time = global_timer();
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::reset() {
+    record.energy = 0;
+    wide_ = false;
+    for (int p = 0; p < arrays_.shape.size; ++p) {
+        arrays_.delta[p] = launch_.diagonal[p];
+        arrays_.ones[p] = 0;
+        arrays_.differs[p] = target_[p];
+        arrays_.tabu[p] = 0;
+        if constexpr (sizeof(E) == 8)
+            wide_ |= arrays_.delta[p] >= WIDE<D> || arrays_.delta[p] <= -WIDE<D>;
+    }
+    lowest_ = ops_.lowest(arrays_);
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::flipBit() {
+    const int p = place(record.selected);
+    const bool one = arrays_.ones[p] != 0;
+    const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
+                                         static_cast<std::size_t>(launch_.size);
+    record.flip_sign = one ? 1 : -1;
+
+    // The row's own element must not count: for the time of the pass the bit's delta is one that
+    // the element takes as far up as it can, so that it neither overflows nor is the lowest.
+    constexpr D MAX = BLOCK_RECORD<D>::MAX;
+    const D delta = arrays_.delta[p];
+    const D own = row[p];
+    arrays_.delta[p] = own < 0 ? MAX : MAX - own;
+    const ROW_SUM<D> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
+    arrays_.delta[p] = wrapping_negate(delta);
+    lowest_ = sum.low != MAX && own < 0 && sum.low == MAX + own
+                  ? ops_.lowest(arrays_)
+                  : std::min(sum.low, arrays_.delta[p]);
+    if constexpr (sizeof(E) == 8) wide_ = sum.wide;
+
+    const D energy = static_cast<D>(record.energy);
+    const D new_energy = wrapping_add(energy, delta);
+    if (sum.overflow || energy_overflows(energy, delta, new_energy) ||
+        delta == BLOCK_RECORD<D>::LOWEST)
+        record.overflow = 1;
+    record.energy = new_energy;
+    arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
+    ++record.flips;
+    ++record.step;
+    arrays_.ones[p] = static_cast<std::int8_t>(~arrays_.ones[p]);
+    arrays_.differs[p] = static_cast<std::int8_t>(~arrays_.differs[p]);
+}
+
+/** Whether energy + delta may leave 64 bits for some bit; only models near that range get here. */
+template <class E, class D>
+bool CPU_BLOCK<E, D>::mayWrap() const {
+    return wide_ || record.energy >= WIDE<std::int64_t> || record.energy <= -WIDE<std::int64_t>;
+}
+
+/** Lowest of energy + m over the threads, m being a thread's lowest delta, with wrapping sums. */
+template <class E, class D>
+NEIGHBOUR CPU_BLOCK<E, D>::lowestWrappedNeighbour() const {
+    const SHAPE& shape = arrays_.shape;
+    NEIGHBOUR best{NO_ENERGY, 0};
+    for (int t = 0; t < shape.threads; ++t) {
+        int own = 0;
+        for (int c = 1; c < shape.own; ++c)
+            if (arrays_.delta[c * shape.threads + t] < arrays_.delta[own * shape.threads + t])
+                own = c;
+        const std::int64_t energy =
+            wrapping_add<std::int64_t>(record.energy, arrays_.delta[own * shape.threads + t]);
+        if (energy <= best.energy) best = {energy, t * shape.own + own};
+    }
+    return best;
+}
+
+template <class E, class D>
+bool CPU_BLOCK<E, D>::trackBest() {
+    const bool wraps = mayWrap();
+    const NEIGHBOUR neighbour =
+        wraps ? lowestWrappedNeighbour() : NEIGHBOUR{record.energy + lowest_, 0};
+    record.best_candidate = std::min(neighbour.energy, record.best_energy);
+    if (record.best_candidate == record.best_energy) return false;
+    std::copy_n(arrays_.ones, arrays_.shape.size, best_);
+    record.selected = wraps ? neighbour.bit : ops_.find(arrays_, lowest_);
+    best_[place(record.selected)] = static_cast<std::int8_t>(~best_[place(record.selected)]);
+    record.best_energy = record.best_candidate;
+    record.best_time = global_timer();
+    return true;
+}
+
+// ---- selections ----------------------------------------------------------------------------
+
+template <class E, class D>
+bool CPU_BLOCK<E, D>::walkToTarget() {
+    record.walk_min = ops_.lowestDiffering(arrays_);
+    if (record.walk_min == BLOCK_RECORD<D>::MAX) return false;
+    record.selected = ops_.findDiffering(arrays_, record.walk_min);
+    return true;
+}
+
+template <class E, class D>
+bool CPU_BLOCK<E, D>::descend() {
+    record.descent_min = lowest_ < 0 ? lowest_ : BLOCK_RECORD<D>::MAX;
+    if (lowest_ >= 0) return false;
+    record.selected = ops_.find(arrays_, lowest_);
+    return true;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::startSearch() {
+    record.step = 0;
+    if (record.type.A != CYCLIC_MIN) std::fill_n(arrays_.tabu, arrays_.shape.size, std::uint8_t{0});
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectMaxMin() {
+    const DELTA_RANGE<D> range = ops_.freeRange(arrays_);
+    record.maxmin_low = range.low;
+    record.maxmin_high = range.high;
+    unsigned long& first = arrays_.generators[0];
+    first = xor_shift(first);
+    record.maxmin_threshold =
+        maxmin_threshold(range.low, range.high, unit_draw(first), record.step, record.steps);
+    record.maxmin_bid = ops_.drawBelow(arrays_, record.maxmin_threshold);
+
+    const int winner = record.maxmin_bid & BID_THREAD;
+    const int threads = arrays_.shape.threads;
+    if (winner >= threads) return;  // nobody bid: the last selection stands
+    const auto eligible = [&](int c) {
+        const int p = c * threads + winner;
+        return arrays_.tabu[p] == 0 && arrays_.delta[p] <= record.maxmin_threshold;
+    };
+    std::uint32_t count = 0;
+    for (int c = 0; c < arrays_.shape.own; ++c)
+        count += eligible(c);
+    std::int32_t r = 0;
+    if (count != 1) {
+        unsigned long& generator = arrays_.generators[winner];
+        generator = xor_shift(generator);
+        r = remainder_pick(high_word(generator), count);
+    }
+    int own = 0;
+    for (int c = 0; r >= 0 && c < arrays_.shape.own; ++c)
+        if (eligible(c) && r-- == 0) own = c;
+    record.selected = winner * arrays_.shape.own + own;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectPositiveMin() {
+    record.positive_low = ops_.lowestPositive(arrays_);
+    const D m = record.positive_low == BLOCK_RECORD<D>::MAX ? 0 : record.positive_low;
+    record.positive_threshold = m;
+    record.positive_count = ops_.countEqual(arrays_, m);
+    record.positive_bid = ops_.drawWeighted(arrays_, m, tied_weight(record.positive_count));
+
+    const int winner = record.positive_bid & BID_THREAD;
+    const int threads = arrays_.shape.threads;
+    if (winner >= threads) return;  // nobody bid: the last selection stands
+    std::uint32_t below = 0;
+    std::uint32_t tied = 0;
+    int first_free = 0;
+    for (int c = arrays_.shape.own - 1; c >= 0; --c) {
+        const int p = c * threads + winner;
+        if (arrays_.tabu[p] != 0 || arrays_.delta[p] > m) continue;
+        first_free = c;
+        ++(arrays_.delta[p] < m ? below : tied);
+    }
+    int own = first_free;
+    if (below + tied != 1) {
+        const std::uint32_t count = static_cast<std::uint32_t>(record.positive_count);
+        std::int32_t r = remainder_pick(low_word(arrays_.generators[winner]), count * below + tied);
+        for (own = 0; own < arrays_.shape.own; ++own) {
+            const D delta = arrays_.delta[own * threads + winner];
+            r -= delta < m ? record.positive_count : delta == m ? 1 : 0;
+            if (r < 0) break;
+        }
+    }
+    record.selected = winner * arrays_.shape.own + own;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectCyclicMin() {
+    const int threads = arrays_.shape.threads;
+    const int width = cyclic_span_width(record.step, record.steps, threads);
+    const int end = record.cycle_start + width;
+    const int first_end = std::min(end, threads);
+    const int wrapped_end = end - first_end;  // the span goes on at thread 0
+    record.cyclic_low = std::min(ops_.lowestInSpan(arrays_, record.cycle_start, first_end),
+                                 ops_.lowestInSpan(arrays_, 0, wrapped_end));
+    if (record.cyclic_low == BLOCK_RECORD<D>::MAX) {
+        record.selected = record.cycle_start * arrays_.shape.own;
+    } else {
+        record.selected =
+            ops_.findInSpan(arrays_, record.cycle_start, first_end, record.cyclic_low);
+        if (record.selected < 0)
+            record.selected = ops_.findInSpan(arrays_, 0, wrapped_end, record.cyclic_low);
+    }
+    record.cycle_start = end % threads;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectRandomMin() {
+    record.random_threshold = random_threshold(record.step, record.steps);
+    record.selected = ops_.race(arrays_, record.random_threshold);
+}
+
+template class CPU_BLOCK<std::int32_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t>;
+template class CPU_BLOCK<std::int64_t, std::int64_t>;
+
+}  // namespace orvex::device

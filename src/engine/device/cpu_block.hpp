@@ -1,0 +1,111 @@
+// A block on a CPU thread: the private state of all its T threads in arrays in row order, so that a
+// step of the block is a pass over S elements, and the shared record beside them. It implements the
+// operations that the cycle (cycle.hpp) asks of a block, and takes instances from its island's
+// ring.
+//
+// The class knows S as a number, not as a band: it is compiled once per pair of widths.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "engine/device/cpu_block_ops.hpp"
+#include "engine/device/records.hpp"
+#include "engine/device/shape.hpp"
+#include "platform/cpu/workers.hpp"
+
+namespace orvex::device {
+
+/** What the kernel is launched with, as a CPU block needs it; one for all blocks of a launch. */
+template <class E>
+struct CPU_LAUNCH {
+    int size;                    ///< S of the band
+    const unsigned long* seeds;  ///< one per thread and block
+    const E* weights;            ///< matrix rows
+    const E* diagonal;           ///< in row order
+    int model_size;
+    unsigned ring_size;
+    unsigned char islands_per_gpu;
+    unsigned char* rings;  ///< first slot of all rings, records of instance_bytes(size)
+    DeviceState* device_state;
+    const GPU_PARAMS* params;
+};
+
+/** Nanoseconds of a clock that only rises; stands in for the device's global timer. */
+std::uint64_t global_timer();
+
+/** A solution next to the block's own: its energy, and the bit that leads to it. */
+struct NEIGHBOUR {
+    std::int64_t energy;
+    int bit;
+};
+
+template <class E, class D>
+class CPU_BLOCK : public platform::BLOCK_TASK {
+  public:
+    /** Enters: blocks of a launch deal themselves to its islands in the order of their making. */
+    CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch);
+
+    /** Does the next instance, if its slot is ready. */
+    OUTCOME advance() override;
+
+    /**
+     * Takes the next instance of the island into the block, if it is there. The ticket is taken and
+     * the target read under the island's lock and only once the slot is ready: a block never holds
+     * a ticket while it waits, so no slot can be filled anew before it was read, however long the
+     * threads that run the other blocks of the island leave this one alone.
+     */
+    enum class TAKEN { INSTANCE, STOP_MARK, NOTHING };
+    TAKEN takeInstance();
+
+    // Operations of the cycle.
+    void loadTarget() {}  // takeInstance() has read it
+    void forgetBest();
+    void reset();
+    void startWalk() { record.walk_start_energy = record.energy; }
+    bool walkToTarget();
+    bool descend();
+    void select(int bit) { record.selected = bit; }
+    void startSearch();
+    void selectMaxMin();
+    void selectPositiveMin();
+    void selectCyclicMin();
+    void selectRandomMin();
+    void flipBit();
+    void countTabuDown() { ops_.countTabuDown(arrays_); }
+    bool trackBest();
+    void keepCurrent();
+    bool killed() const;
+    void reportWrongType() const;
+    void handIn();
+
+    BLOCK_RECORD<D> record{};
+
+    /** State in row order, for tests and checks. */
+    const BLOCK_ARRAYS<D>& arrays() const { return arrays_; }
+    const std::int8_t* best() const { return best_; }
+    /** The lowest delta of all bits. */
+    D lowestDelta() const { return lowest_; }
+
+  private:
+    int place(int bit) const { return arrays_.shape.place(bit); }
+    unsigned char* slot(unsigned ring, std::uint32_t ticket) const;
+    INST_TAIL& tail(unsigned char* slot) const;
+    void readInstance(unsigned char* slot);
+    void enter();
+    bool mayWrap() const;
+    NEIGHBOUR lowestWrappedNeighbour() const;
+
+    const CPU_LAUNCH<E> launch_;
+    const BLOCK_OPS<E, D>& ops_;
+    const std::unique_ptr<unsigned char, void (*)(void*)> memory_;
+    BLOCK_ARRAYS<D> arrays_;
+    std::int8_t* target_;
+    std::int8_t* best_;
+    D lowest_ = 0;                   // kept by every flip and reset
+    bool wide_ = false;              // see ROW_SUM
+    std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none
+};
+
+}  // namespace orvex::device

@@ -1,0 +1,62 @@
+// Compiled once per instruction set: the file includes itself through Highway, which puts each pass
+// into a namespace and under the compiler's target of its own. The loops are written so that the
+// compiler turns them into vectors of that target.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "engine/device/cpu_block_ops.cpp"
+// clang-format off: the order matters
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+// clang-format on
+#include "engine/device/cpu_block_loops.hpp"
+
+HWY_BEFORE_NAMESPACE();
+namespace orvex::device::HWY_NAMESPACE {
+
+template <class E, class D>
+BLOCK_OPS<E, D> make_ops() {
+    return {addRow<E, D>,      lowest<D>,        lowestDiffering<D>, find<D>,
+            findDiffering<D>,  countTabuDown<D>, freeRange<D>,       drawBelow<D>,
+            lowestPositive<D>, countEqual<D>,    drawWeighted<D>,    lowestInSpan<D>,
+            findInSpan<D>,     race<D>};
+}
+
+BLOCK_OPS<std::int32_t, std::int32_t> ops_32_32() {
+    return make_ops<std::int32_t, std::int32_t>();
+}
+BLOCK_OPS<std::int32_t, std::int64_t> ops_32_64() {
+    return make_ops<std::int32_t, std::int64_t>();
+}
+BLOCK_OPS<std::int64_t, std::int64_t> ops_64_64() {
+    return make_ops<std::int64_t, std::int64_t>();
+}
+
+}  // namespace orvex::device::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace orvex::device {
+
+HWY_EXPORT(ops_32_32);
+HWY_EXPORT(ops_32_64);
+HWY_EXPORT(ops_64_64);
+
+template <>
+const BLOCK_OPS<std::int32_t, std::int32_t>& block_ops() {
+    static const auto ops = HWY_DYNAMIC_DISPATCH(ops_32_32)();
+    return ops;
+}
+
+template <>
+const BLOCK_OPS<std::int32_t, std::int64_t>& block_ops() {
+    static const auto ops = HWY_DYNAMIC_DISPATCH(ops_32_64)();
+    return ops;
+}
+
+template <>
+const BLOCK_OPS<std::int64_t, std::int64_t>& block_ops() {
+    static const auto ops = HWY_DYNAMIC_DISPATCH(ops_64_64)();
+    return ops;
+}
+
+}  // namespace orvex::device
+#endif  // HWY_ONCE

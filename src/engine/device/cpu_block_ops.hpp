@@ -1,0 +1,92 @@
+// The loops of a CPU block. They know pointers and lengths, not bands, so they are compiled once
+// per pair of widths and instruction set, and the best set that the processor has is chosen at run
+// time.
+//
+// All arrays are in row order (see SHAPE): element c * T + t belongs to own bit c of thread t. Bits
+// are bytes, 0 or -1, and so are truth values. Ties are broken as if the threads stored in
+// ascending order: of equal deltas the highest thread wins, and within a thread the lowest own bit.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "engine/device/shape.hpp"
+
+namespace orvex::device {
+
+/** The state of a block that the loops work on; S elements each but for `generators`. */
+template <class D>
+struct BLOCK_ARRAYS {
+    SHAPE shape;
+    D* delta = nullptr;                   ///< change of energy if that bit alone flipped
+    std::int8_t* ones = nullptr;          ///< the current solution
+    std::int8_t* differs = nullptr;       ///< where the current solution differs from the target
+    std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
+    unsigned long* generators = nullptr;  ///< T states
+    std::uint8_t* chosen = nullptr;       ///< scratch, S bytes
+    float* weights = nullptr;             ///< scratch, T values
+    D* running = nullptr;                 ///< scratch, T values
+    std::uint8_t* kept = nullptr;         ///< scratch, T values
+};
+
+/** Lowest and highest of the free deltas that are not the maximum of D. */
+template <class D>
+struct DELTA_RANGE {
+    D low, high;
+};
+
+/** What a row did to the deltas. */
+template <class D>
+struct ROW_SUM {
+    D low;          ///< lowest delta behind the sum
+    bool overflow;  ///< some sum left the range of D
+    /** 64-bit elements only: some delta is so large that an energy plus a delta might wrap. */
+    bool wide;
+};
+
+/** Deltas and energies below this in magnitude add up without wrapping. */
+template <class D>
+inline constexpr D WIDE = D{1} << (sizeof(D) * 8 - 3);
+
+/**
+ * E is the element type of a matrix row, D the arithmetic type. A minimum over nothing is the
+ * maximum of D; a selection over nothing is -1. Deltas equal to the maximum of D are out of play.
+ */
+template <class E, class D>
+struct BLOCK_OPS {
+    /**
+     * A flip's change of the deltas: with `sign` -1 (the flipped bit was 1) row[p] is added for
+     * bits that are 1 and subtracted for those that are 0; with `sign` 0 the other way round.
+     */
+    ROW_SUM<D> (*addRow)(const BLOCK_ARRAYS<D>&, const E* row, std::int8_t sign);
+    D (*lowest)(const BLOCK_ARRAYS<D>&);
+    D (*lowestDiffering)(const BLOCK_ARRAYS<D>&);
+    int (*find)(const BLOCK_ARRAYS<D>&, D value);
+    int (*findDiffering)(const BLOCK_ARRAYS<D>&, D value);
+    void (*countTabuDown)(const BLOCK_ARRAYS<D>&);
+
+    // "MaxMin"
+    DELTA_RANGE<D> (*freeRange)(const BLOCK_ARRAYS<D>&);
+    /** Every free bit with a delta up to `threshold` draws; the highest bid of a thread. */
+    std::int32_t (*drawBelow)(const BLOCK_ARRAYS<D>&, D threshold);
+
+    // "PositiveMin"
+    D (*lowestPositive)(const BLOCK_ARRAYS<D>&);
+    std::int32_t (*countEqual)(const BLOCK_ARRAYS<D>&, D value);
+    /** Every thread with weight draws; the highest bid of a thread. */
+    std::int32_t (*drawWeighted)(const BLOCK_ARRAYS<D>&, D threshold, float tied_weight);
+
+    // "CyclicMin": the free bits of the threads from `first` to before `last`
+    D (*lowestInSpan)(const BLOCK_ARRAYS<D>&, int first, int last);
+    int (*findInSpan)(const BLOCK_ARRAYS<D>&, int first, int last, D value);
+
+    // "RandomMin"
+    /** Free bits enter a race by their draws; the bit that wins. */
+    int (*race)(const BLOCK_ARRAYS<D>&, std::uint32_t threshold);
+};
+
+/** The loops for the best instruction set of this processor. */
+template <class E, class D>
+const BLOCK_OPS<E, D>& block_ops();
+
+}  // namespace orvex::device

@@ -1,0 +1,165 @@
+// The device operations on CPU threads. One device stands for the processors that this process may
+// use; its memory is the machine's, so device pointers are plain pointers. Copies to and from it go
+// word by word with relaxed atomics, and a copy of one aligned 64-bit word (a ticket) acquires and
+// releases, which is what the ring protocol asks for. Operations on a stream are done when they
+// return, but for a launched kernel, which runs on its workers until its blocks have left.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "platform/cpu/workers.hpp"
+
+namespace orvex::platform {
+
+enum cudaError_t {
+    cudaSuccess = 0,
+    cudaErrorInvalidValue = 1,
+    cudaErrorMemoryAllocation = 2,
+    cudaErrorInvalidConfiguration = 9,
+    cudaErrorNoDevice = 100,
+    cudaErrorInvalidDevice = 101
+};
+const char* cudaGetErrorString(cudaError_t error);
+cudaError_t cudaGetLastError();
+
+// ---- devices (device.cpp) ------------------------------------------------------------------
+
+struct cudaDeviceProp {
+    char name[256];
+    std::size_t totalGlobalMem;
+    std::size_t sharedMemPerMultiprocessor;
+    int multiProcessorCount;
+    int maxThreadsPerMultiProcessor;
+    int major, minor;
+};
+enum cudaDeviceAttr { cudaDevAttrClockRate = 13 };
+
+cudaError_t cudaGetDeviceCount(int* count);
+cudaError_t cudaSetDevice(int device);
+cudaError_t cudaGetDeviceProperties(cudaDeviceProp* prop, int device);
+cudaError_t cudaDeviceGetAttribute(int* value, cudaDeviceAttr attribute, int device);
+cudaError_t cudaDeviceSynchronize();
+
+/** Processors that this process may run on, by its affinity and its container's limit. */
+int usable_processors();
+
+/** For tests: how many devices there seem to be, 0 for none. They share the same processors. */
+void present_devices(int count);
+
+// ---- memory (memory.cpp) -------------------------------------------------------------------
+
+enum cudaMemcpyKind { cudaMemcpyHostToDevice = 1, cudaMemcpyDeviceToHost = 2 };
+
+struct STREAM;
+using cudaStream_t = STREAM*;
+
+cudaError_t allocate(void** memory, std::size_t bytes);
+cudaError_t release(void* memory);
+
+template <class T>
+cudaError_t cudaMalloc(T** memory, std::size_t bytes) {
+    return allocate(reinterpret_cast<void**>(memory), bytes);
+}
+template <class T>
+cudaError_t cudaMallocHost(T** memory, std::size_t bytes) {
+    return allocate(reinterpret_cast<void**>(memory), bytes);
+}
+template <class T>
+cudaError_t cudaHostAlloc(T** memory, std::size_t bytes, unsigned) {
+    return allocate(reinterpret_cast<void**>(memory), bytes);
+}
+inline cudaError_t cudaFree(void* memory) {
+    return release(memory);
+}
+inline cudaError_t cudaFreeHost(void* memory) {
+    return release(memory);
+}
+
+cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
+cudaError_t cudaMemcpyAsync(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            cudaStream_t stream);
+cudaError_t cudaMemset(void* memory, int value, std::size_t bytes);
+cudaError_t cudaMemsetAsync(void* memory, int value, std::size_t bytes, cudaStream_t stream);
+
+template <class T>
+cudaError_t cudaMemcpyToSymbol(T& symbol, const void* from, std::size_t bytes, std::size_t offset,
+                               cudaMemcpyKind kind) {
+    return cudaMemcpy(reinterpret_cast<char*>(&symbol) + offset, from, bytes, kind);
+}
+
+/**
+ * The device copy of a large read-only record in page-locked host memory. Here the device reads the
+ * host's record itself, so that a matrix is in memory once.
+ */
+template <class T>
+cudaError_t device_copy_create(T** copy, T* record, std::size_t, cudaStream_t) {
+    *copy = record;
+    return cudaSuccess;
+}
+template <class T>
+cudaError_t device_copy_destroy(T*) {
+    return cudaSuccess;
+}
+
+/** For tests: allocations of at least `large` bytes made so far in this process. */
+long large_allocations();
+inline constexpr std::size_t LARGE_ALLOCATION = 16384;
+
+// ---- streams, events, launches (stream.cpp) ------------------------------------------------
+
+struct EVENT;
+using cudaEvent_t = EVENT*;
+
+inline constexpr unsigned cudaStreamNonBlocking = 1;
+cudaError_t cudaStreamCreateWithFlags(cudaStream_t* stream, unsigned flags);
+cudaError_t cudaStreamDestroy(cudaStream_t stream);
+cudaError_t cudaStreamSynchronize(cudaStream_t stream);
+cudaError_t cudaEventCreate(cudaEvent_t* event);
+cudaError_t cudaEventRecord(cudaEvent_t event, cudaStream_t stream);
+cudaError_t cudaEventSynchronize(cudaEvent_t event);
+cudaError_t cudaEventElapsedTime(float* milliseconds, cudaEvent_t start, cudaEvent_t stop);
+cudaError_t cudaEventDestroy(cudaEvent_t event);
+
+enum cudaFuncAttribute { cudaFuncAttributePreferredSharedMemoryCarveout = 9 };
+template <class KERNEL>
+cudaError_t cudaFuncSetAttribute(KERNEL, cudaFuncAttribute, int) {
+    return cudaSuccess;
+}
+
+/** Blocks of `threads` threads that a multiprocessor holds at a time, for any kernel. */
+int resident_blocks(int threads);
+template <class KERNEL>
+cudaError_t cudaOccupancyMaxActiveBlocksPerMultiprocessorWithFlags(int* blocks, KERNEL, int threads,
+                                                                   std::size_t, unsigned) {
+    *blocks = resident_blocks(threads);
+    return cudaSuccess;
+}
+
+cudaError_t launch_blocks(cudaStream_t stream, std::vector<std::unique_ptr<BLOCK_TASK>> blocks);
+cudaError_t check_launch(int grid, int threads);
+
+/**
+ * Launches `grid` blocks of `threads` threads on the stream: the kernel makes each block from its
+ * index in the grid and the arguments. A wrong configuration is reported by cudaGetLastError.
+ */
+template <class KERNEL, class... ARGS>
+void launch_kernel(KERNEL kernel, int grid, int threads, cudaStream_t stream, ARGS&&... args) {
+    if (check_launch(grid, threads) != cudaSuccess) return;
+    std::vector<std::unique_ptr<BLOCK_TASK>> blocks;
+    blocks.reserve(static_cast<std::size_t>(grid));
+    for (int i = 0; i < grid; ++i)
+        blocks.push_back(kernel(i, args...));
+    launch_blocks(stream, std::move(blocks));
+}
+
+/**
+ * Waits for `microseconds` at most, or until a block writes the ticket word at `ticket`, which held
+ * `seen` when it was last looked at.
+ */
+void wait_for_ticket(const std::int64_t* ticket, std::int64_t seen, int microseconds);
+
+}  // namespace orvex::platform

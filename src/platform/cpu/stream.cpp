@@ -1,0 +1,113 @@
+// Streams, events and launches. A stream holds at most one kernel in flight; an event recorded
+// behind a kernel happens when the kernel ends.
+#include "platform/cpu/runtime.hpp"
+#include "platform/cpu/signal.hpp"
+
+namespace orvex::platform {
+
+struct STREAM {
+    std::shared_ptr<LAUNCH> launch;
+};
+
+struct EVENT {
+    std::shared_ptr<LAUNCH> after;
+    LAUNCH::clock::time_point time;
+};
+
+namespace {
+
+thread_local cudaError_t last_error = cudaSuccess;
+
+LAUNCH::clock::time_point time_of(cudaEvent_t event) {
+    if (!event->after) return event->time;
+    event->after->wait();
+    return event->after->end();
+}
+
+}  // namespace
+
+const char* cudaGetErrorString(cudaError_t error) {
+    switch (error) {
+        case cudaSuccess:
+            return "no error";
+        case cudaErrorInvalidValue:
+            return "invalid argument";
+        case cudaErrorMemoryAllocation:
+            return "out of memory";
+        case cudaErrorInvalidConfiguration:
+            return "invalid configuration argument";
+        case cudaErrorNoDevice:
+            return "no device is detected";
+        case cudaErrorInvalidDevice:
+            return "invalid device ordinal";
+    }
+    return "unrecognized error code";
+}
+
+cudaError_t cudaGetLastError() {
+    return std::exchange(last_error, cudaSuccess);
+}
+
+cudaError_t cudaStreamCreateWithFlags(cudaStream_t* stream, unsigned) {
+    *stream = new STREAM;
+    return cudaSuccess;
+}
+
+cudaError_t cudaStreamDestroy(cudaStream_t stream) {
+    cudaStreamSynchronize(stream);
+    delete stream;
+    return cudaSuccess;
+}
+
+cudaError_t cudaStreamSynchronize(cudaStream_t stream) {
+    if (stream->launch) stream->launch->wait();
+    stream->launch.reset();
+    return cudaSuccess;
+}
+
+cudaError_t cudaEventCreate(cudaEvent_t* event) {
+    *event = new EVENT;
+    return cudaSuccess;
+}
+
+cudaError_t cudaEventRecord(cudaEvent_t event, cudaStream_t stream) {
+    event->after = stream->launch;
+    event->time = LAUNCH::clock::now();
+    return cudaSuccess;
+}
+
+cudaError_t cudaEventSynchronize(cudaEvent_t event) {
+    time_of(event);
+    return cudaSuccess;
+}
+
+cudaError_t cudaEventElapsedTime(float* milliseconds, cudaEvent_t start, cudaEvent_t stop) {
+    *milliseconds =
+        std::chrono::duration<float, std::milli>(time_of(stop) - time_of(start)).count();
+    return cudaSuccess;
+}
+
+cudaError_t cudaEventDestroy(cudaEvent_t event) {
+    delete event;
+    return cudaSuccess;
+}
+
+cudaError_t check_launch(int grid, int threads) {
+    if (grid < 1 || threads < 1 || threads > 1024) last_error = cudaErrorInvalidConfiguration;
+    return last_error;
+}
+
+cudaError_t launch_blocks(cudaStream_t stream, std::vector<std::unique_ptr<BLOCK_TASK>> blocks) {
+    cudaStreamSynchronize(stream);
+    stream->launch = std::make_shared<LAUNCH>(std::move(blocks), usable_processors());
+    return cudaSuccess;
+}
+
+void wait_for_ticket(const std::int64_t* ticket, std::int64_t seen, int microseconds) {
+    SIGNAL& signal = block_wrote(ticket);
+    const std::uint32_t epoch = signal.epoch();
+    if (__atomic_load_n(ticket, __ATOMIC_ACQUIRE) != seen) return;
+    signal.wait_for(epoch, std::chrono::microseconds(microseconds));
+}
+
+}  // namespace orvex::platform
