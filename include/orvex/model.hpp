@@ -91,7 +91,8 @@ class ORVEX_API Model {
     /**
      * Sets the weight of a pair of variables, at (i, j) and at (j, i), and counts up the revision.
      *
-     * @param i,j variables from 0 to n - 1, not checked; i == j sets the linear term of i
+     * @param i a variable, from 0 to n - 1, not checked
+     * @param j the other one; the linear term of i stands at j == i
      * @param value the weight; of one that is too wide the low bits are kept, without notice
      */
     void set(int i, int j, long value);

@@ -41,7 +41,9 @@ ORVEX_API int band_count();
  * What a band holds.
  *
  * @param index from 0 to band_count() - 1, not checked; bands stand in link order
- * @param size,matrix_bits,arith_bits receive the band's three numbers
+ * @param size receives the largest number of variables
+ * @param matrix_bits receives the width of a weight
+ * @param arith_bits receives the width of energies
  */
 ORVEX_API void band_at(int index, int& size, int& matrix_bits, int& arith_bits);
 

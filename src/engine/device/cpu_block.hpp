@@ -98,7 +98,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     NEIGHBOUR lowestWrappedNeighbour() const;
 
     const CPU_LAUNCH<E> launch_;
-    const BLOCK_OPS<E, D>& ops_;
+    const BLOCK_OPS<E, D> ops_;
     const std::unique_ptr<unsigned char, void (*)(void*)> memory_;
     BLOCK_ARRAYS<D> arrays_;
     std::int8_t* target_;

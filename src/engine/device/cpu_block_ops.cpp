@@ -41,21 +41,18 @@ HWY_EXPORT(ops_32_64);
 HWY_EXPORT(ops_64_64);
 
 template <>
-const BLOCK_OPS<std::int32_t, std::int32_t>& block_ops() {
-    static const auto ops = HWY_DYNAMIC_DISPATCH(ops_32_32)();
-    return ops;
+BLOCK_OPS<std::int32_t, std::int32_t> block_ops() {
+    return HWY_DYNAMIC_DISPATCH(ops_32_32)();
 }
 
 template <>
-const BLOCK_OPS<std::int32_t, std::int64_t>& block_ops() {
-    static const auto ops = HWY_DYNAMIC_DISPATCH(ops_32_64)();
-    return ops;
+BLOCK_OPS<std::int32_t, std::int64_t> block_ops() {
+    return HWY_DYNAMIC_DISPATCH(ops_32_64)();
 }
 
 template <>
-const BLOCK_OPS<std::int64_t, std::int64_t>& block_ops() {
-    static const auto ops = HWY_DYNAMIC_DISPATCH(ops_64_64)();
-    return ops;
+BLOCK_OPS<std::int64_t, std::int64_t> block_ops() {
+    return HWY_DYNAMIC_DISPATCH(ops_64_64)();
 }
 
 }  // namespace orvex::device

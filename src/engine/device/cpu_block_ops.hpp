@@ -85,8 +85,8 @@ struct BLOCK_OPS {
     int (*race)(const BLOCK_ARRAYS<D>&, std::uint32_t threshold);
 };
 
-/** The loops for the best instruction set of this processor. */
+/** The loops for the best instruction set that Highway now offers on this processor. */
 template <class E, class D>
-const BLOCK_OPS<E, D>& block_ops();
+BLOCK_OPS<E, D> block_ops();
 
 }  // namespace orvex::device

@@ -1,0 +1,32 @@
+// Opens the namespace of the band that the three macros ORVEX_BAND_SIZE, ORVEX_BAND_MATRIX_BITS and
+// ORVEX_BAND_ARITH_BITS name, turns them into constants and types, and takes the macros away again:
+// what stands outside of the namespace cannot depend on a band by mistake, which would link
+// silently with one copy for all. Everything of the band stands between this and band_end.hpp. No
+// include guard: a source may instantiate several bands.
+#define ORVEX_BAND_JOIN(size, matrix, arith) qb##size##_##matrix##_##arith
+#define ORVEX_BAND_EXPAND(size, matrix, arith) ORVEX_BAND_JOIN(size, matrix, arith)
+
+namespace ORVEX_BAND_EXPAND(ORVEX_BAND_SIZE, ORVEX_BAND_MATRIX_BITS, ORVEX_BAND_ARITH_BITS) {
+
+    using namespace orvex;
+    using namespace orvex::engine;
+    using namespace orvex::device;
+    using namespace orvex::platform;
+
+    inline constexpr int S = ORVEX_BAND_SIZE;         // bits of the band
+    inline constexpr int M = ORVEX_BAND_MATRIX_BITS;  // width of a matrix element
+    inline constexpr int A = ORVEX_BAND_ARITH_BITS;   // width of energies and deltas on the device
+    inline constexpr SHAPE BLOCK_SHAPE{S};
+    inline constexpr int T = BLOCK_SHAPE.threads;  // threads of a block
+    inline constexpr int WORDS = S / 64;           // words of a solution
+
+    template <int BITS>
+    using SIGNED = std::conditional_t<BITS == 32, std::int32_t, std::int64_t>;
+    using E = SIGNED<M>;
+    using D = SIGNED<A>;
+
+#undef ORVEX_BAND_JOIN
+#undef ORVEX_BAND_EXPAND
+#undef ORVEX_BAND_SIZE
+#undef ORVEX_BAND_MATRIX_BITS
+#undef ORVEX_BAND_ARITH_BITS

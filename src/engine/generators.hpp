@@ -1,0 +1,185 @@
+// How the next instance of an island is made: which generator, what it builds, which flip rule. A
+// record of the pool remembers the generator and the rule that made it, so a draw from the pool
+// chooses both in proportion to how well they have lately done.
+//
+// Every choice consumes a fixed number of draws in the order written here. Zero, One and the cases
+// of Hint and AllBest that write nothing go by what `out` held before: the instance sent last.
+
+/** A slot, with a bias to the best ranks: the cube root of f of all draws fall into fraction f. */
+inline int SOLPOOL::selIdx() {
+    const float u = static_cast<float>(draw() & 0xFFFF) / 65536.0f;
+    return order[static_cast<int>(u * u * u * static_cast<float>(pool_size))];
+}
+
+inline signed char SOLPOOL::selAlgorithm() {
+    if (gv->fix_algorithm != -1) return gv->fix_algorithm;
+    if (draw() % 20 != 0) {
+        const signed char member = pool[draw() % static_cast<unsigned long>(pool_size)].algorithm;
+        if (member != -1 && member != gv->exclude_algorithm) return member;
+    }
+    signed char any;
+    do {
+        any = static_cast<signed char>(draw() % ALGORITHMS);
+    } while (any == gv->exclude_algorithm);
+    return any;
+}
+
+inline signed char SOLPOOL::selInst() {
+    if (gv->fix_instance != -1) return gv->fix_instance;
+    if (draw() % 20 == 0) {
+        const signed char any = static_cast<signed char>(draw() % GENERATORS);
+        const bool available =
+            any == ALL_BEST
+                ? static_cast<double>(relaxed(gv->restart_clock->nobest_until) - now()) / 1e9 < 0
+            : any == HINT ? gv->callback && relaxed(gv->callback->impl().hint_ready) != 0
+                          : true;
+        if (available) return any;
+    }
+    const signed char member = pool[draw() % static_cast<unsigned long>(pool_size)].inst;
+    // A member made at random carries no information.
+    if (member != RANDOM) return member;
+    return static_cast<signed char>(draw() & 7);
+}
+
+inline void SOLPOOL::random(unsigned char kind) {
+    for (std::uint64_t& word : out->bits)
+        word = draw();
+    out->inst = static_cast<signed char>(kind);
+}
+
+inline void SOLPOOL::best(unsigned char kind) {
+    best(kind, pool[order[0]]);
+}
+
+inline void SOLPOOL::best(unsigned char kind, const INST_t& record) {
+    *out = record;
+    out->inst = static_cast<signed char>(kind);
+}
+
+/** A member with each bit flipped with a chance of 1 in 16. */
+inline void SOLPOOL::mutation(unsigned char kind) {
+    const INST_t& member = pool[selIdx()];
+    for (int w = 0; w < WORDS; ++w) {
+        std::uint64_t mask = draw();
+        for (int k = 1; k < 4; ++k)
+            mask &= draw();
+        out->bits[w] = member.bits[w] ^ mask;
+    }
+    out->inst = static_cast<signed char>(kind);
+}
+
+inline void SOLPOOL::cross(unsigned char kind) {
+    cross(kind, *this);
+}
+
+/**
+ * Uniform crossover. The second slot is drawn from this pool's ranking and used in the other pool,
+ * whatever its ranking; the other pool may be changing while it is read.
+ */
+inline void SOLPOOL::cross(unsigned char kind, const SOLPOOL& other) {
+    const INST_t& mine = pool[selIdx()];
+    const INST_t& theirs = other.pool[selIdx()];
+    for (int w = 0; w < WORDS; ++w) {
+        std::uint64_t mask = draw();
+        for (int k = 1; k < gv->cross_and_rounds; ++k)
+            mask &= draw();
+        out->bits[w] = (mine.bits[w] & mask) | (relaxed(theirs.bits[w]) & ~mask);
+    }
+    out->inst = static_cast<signed char>(kind);
+}
+
+/** The previous instance with some ones cleared: one in 2^inst_zero. */
+inline void SOLPOOL::zero(unsigned char kind) {
+    selIdx();  // only moves the generator on
+    for (std::uint64_t& word : out->bits) {
+        std::uint64_t mask = 0;
+        for (int k = 0; k < gv->inst_zero; ++k)
+            mask |= draw();
+        word &= mask;
+    }
+    out->inst = static_cast<signed char>(kind);
+}
+
+/** The previous instance with some zeros set: one in 2^inst_one. */
+inline void SOLPOOL::one(unsigned char kind) {
+    selIdx();  // only moves the generator on
+    for (std::uint64_t& word : out->bits) {
+        std::uint64_t mask = ~std::uint64_t{0};
+        for (int k = 0; k < gv->inst_one; ++k)
+            mask &= draw();
+        word |= mask;
+    }
+    out->inst = static_cast<signed char>(kind);
+}
+
+/** A member with about half of its ones cleared. */
+inline void SOLPOOL::intervalZero(unsigned char kind) {
+    const INST_t& member = pool[selIdx()];
+    for (int w = 0; w < WORDS; ++w)
+        out->bits[w] = member.bits[w] & draw();
+    out->inst = static_cast<signed char>(kind);
+}
+
+/**
+ * Mixes the special record with a base: one time in 20 the special record itself, else a member. A
+ * priority from -9 to -1 takes a share of 2^priority of the bits from the special record; above 9
+ * all of them, below -9 none. From 0 to 9 the previous instance stands, and only the generator of
+ * random numbers moves on.
+ */
+inline void SOLPOOL::mix(unsigned char kind, const INST_t& special) {
+    const INST_t& base = draw() % 20 == 0 ? special : pool[selIdx()];
+    for (int w = 0; w < WORDS; ++w) {
+        const int priority = gv->best_priority;
+        const std::uint64_t special_word = relaxed(special.bits[w]);
+        const std::uint64_t base_word = relaxed(base.bits[w]);
+        if (priority > 9) {
+            out->bits[w] = special_word;
+        } else if (priority < -9) {
+            out->bits[w] = base_word;
+        } else {
+            std::uint64_t mask = draw();
+            for (int k = 1; k < std::abs(priority); ++k)
+                mask &= draw();
+            if (priority < 0) out->bits[w] = (special_word & mask) | (base_word & ~mask);
+        }
+    }
+    out->inst = static_cast<signed char>(kind);
+}
+
+inline void SOLPOOL::hint(unsigned char kind) {
+    mix(kind, gv->allisland->hint);
+}
+
+inline void SOLPOOL::allbest(unsigned char kind) {
+    mix(kind, *gv->allisland->allbest);
+}
+
+/** Builds the island's next instance by the generator of that kind. */
+inline void ISLAND::generate(signed char kind) {
+    switch (kind) {
+        case RANDOM:
+            return pool.random(RANDOM);
+        case BEST:
+            return pool.best(BEST);
+        case MUTATION:
+            return pool.mutation(MUTATION);
+        case CROSS:
+            return pool.cross(CROSS);
+        case XCROSS:
+            // Behind a restart the neighbour's pool has nothing to give yet.
+            if (cross_pause > 0) return pool.cross(CROSS);
+            return pool.cross(XCROSS, gv->allisland->neighbourOf(id).pool);
+        case ZERO:
+            return pool.zero(ZERO);
+        case ONE:
+            return pool.one(ONE);
+        case INTERVAL_ZERO:
+            return pool.intervalZero(INTERVAL_ZERO);
+        case HINT:
+            return pool.hint(HINT);
+        case ALL_BEST:
+            return pool.allbest(ALL_BEST);
+        default:
+            error_exit("Unexpected error in instance selection (" + std::to_string(kind) + ")");
+    }
+}

@@ -1,0 +1,97 @@
+// What a run hands back: the result as a solution with its attributes, and the events of the user's
+// callback with the requests that it leaves.
+
+inline void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
+    char text[64];
+    const auto seconds_text = [&](double value) {
+        std::snprintf(text, sizeof(text), "%.6f", value);
+        return std::string(text);
+    };
+    const INST_t& allbest = *allisland->allbest;
+    to.attrs.clear();
+    to.attrs["solver"] = "orvex";
+    to.attrs["size"] = std::to_string(size);
+    to.attrs["energy"] = std::to_string(allbest.energy);
+    to.attrs["tts"] =
+        allbest.found_time < 0 ? "" : seconds_text(static_cast<double>(allbest.found_time) / 1e9);
+    to.attrs["runtime"] = seconds_text(restart_clock->elapsed());
+    if (final) to.attrs["kernel_time"] = seconds_text(static_cast<double>(dev_threads->max_sec()));
+    to.env["solver"] = "orvex";
+    to.env["gpu"] = prop.name;
+    to.env["version"] = RELEASE_VERSION;
+    to.env["solver_size"] = std::to_string(S);
+    to.env["solver_bits"] = std::to_string(M);
+    to.env["arithmetic_bits"] = std::to_string(A);
+    to.env["search_cycles"] = engine::to_string(batch_cycles, annealing_cycles);
+    to.env["total_flips"] = std::to_string(allisland->summary.flips);
+    to.env["tabu_cycles"] = std::to_string(host_gp->tabu_cycles);
+    to.env["solution_proximity"] = std::to_string(solution_proximity);
+    for (int w = 0; w < to.words; ++w)
+        to.data[static_cast<std::size_t>(w)] = allbest.bits[w];
+}
+
+inline void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
+    if (!callback || relaxed(stop_code) != 0) return;
+    Callback::Impl& requests = callback->impl();
+    const bool alarm = event == "alarm";
+    if (event == "new" && !requests.notify_new) return;
+    if (alarm && !requests.alarm_armed) return;
+
+    const std::lock_guard lock(callback_mutex);
+    if (relaxed(stop_code) != 0) return;
+    if (alarm && restart_clock->alarm > now()) return;
+    if (alarm || event == "new") get_sol(requests.solution.impl(), false);
+    if (alarm) requests.alarm_armed = 0;
+    requests.run_flips = 0;
+    for (const auto& member : allisland->islands)
+        requests.run_flips += relaxed(member->flips);
+
+    callback->callback(event);
+
+    if (requests.kill_request) {
+        set_relaxed(killed, true);
+        dev_threads->kill();
+        requests.kill_request = 0;
+    } else if (requests.abort_request) {
+        set_relaxed(stop_code, 1);
+        requests.abort_request = 0;
+    } else {
+        takeRequests(island);
+    }
+}
+
+inline void GLOBAL_VARS::takeRequests(ISLAND& island) {
+    Callback::Impl& requests = callback->impl();
+    if (requests.annealing_factor != 0) {
+        annealing_factor = std::exchange(requests.annealing_factor, 0.0f);
+        set_relaxed(annealing_cycles,
+                    std::max(cycles_of(annealing_factor, S), LEAST_ANNEALING_CYCLES));
+    }
+    if (requests.batch_factor != 0) {
+        batch_factor = std::exchange(requests.batch_factor, 0.0f);
+        set_relaxed(batch_cycles, std::max(cycles_of(batch_factor, S), LEAST_BATCH_CYCLES));
+    }
+    if (!requests.search_cycles.empty()) {
+        // The text stays, so that it is taken again at every later event.
+        std::size_t pos = 0;
+        if (!parse_string_pos(requests.search_cycles, pos, batch_factor) ||
+            !parse_string_pos(requests.search_cycles, pos, annealing_factor))
+            error_exit("wrong callback with search_cycles.");
+    }
+    if (requests.alarm_armed) restart_clock->alarm = now() + nanoseconds(requests.alarm_seconds);
+    if (!requests.hint_pending) return;
+
+    allisland->hint.loadWords(requests.hint.impl());
+    requests.hint_pending = 0;
+    set_relaxed(requests.hint_ready, 1);
+    if (island.hasRoomForHint() && trans_count->request(trial_limit)) {
+        island.send_buf->inst = ALL_BEST;
+        island.send_buf->algorithm = MAX_MIN;
+        island.send_buf->loadWords(requests.hint.impl());
+        island.host2device(ISLAND::INSTANCE_MODE);
+    }
+    // The restart request stays in force for every later hint.
+    if (requests.restart_request)
+        for (const auto& member : allisland->islands)
+            set_relaxed(member->restart, 1);
+}
