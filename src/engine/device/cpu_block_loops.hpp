@@ -27,12 +27,13 @@ template <class E, class D>
 ROW_SUM<D> addRow(const BLOCK_ARRAYS<D>& block, const E* HWY_RESTRICT row, std::int8_t sign) {
     using UE = std::make_unsigned_t<E>;
     using UD = std::make_unsigned_t<D>;
+    const int size = block.shape.size;
     D* HWY_RESTRICT delta = block.delta;
     const std::int8_t* HWY_RESTRICT ones = block.ones;
     D low = MAX<D>;
     D left_range = 0;
     D magnitude = 0;
-    for (int p = 0; p < block.shape.size; ++p) {
+    for (int p = 0; p < size; ++p) {
         const E mask = static_cast<E>(ones[p] ^ sign);
         const E d = static_cast<E>(static_cast<UE>(row[p] ^ mask) - static_cast<UE>(mask));
         const D wide = d;
@@ -57,9 +58,13 @@ D lowest(const BLOCK_ARRAYS<D>& block) {
 
 template <class D>
 D lowestDiffering(const BLOCK_ARRAYS<D>& block) {
+    const D* delta = block.delta;
+    const std::int8_t* differs = block.differs;
     D low = MAX<D>;
-    for (int p = 0; p < block.shape.size; ++p)
-        low = std::min(low, block.differs[p] ? block.delta[p] : MAX<D>);
+    for (int p = 0; p < block.shape.size; ++p) {
+        const D value = delta[p];
+        low = std::min(low, differs[p] ? value : MAX<D>);
+    }
     return low;
 }
 
@@ -112,19 +117,22 @@ int findDiffering(const BLOCK_ARRAYS<D>& block, D value) {
 
 template <class D>
 void countTabuDown(const BLOCK_ARRAYS<D>& block) {
-    std::uint8_t* tabu = block.tabu;
-    for (int p = 0; p < block.shape.size; ++p)
+    const int size = block.shape.size;
+    std::uint8_t* HWY_RESTRICT tabu = block.tabu;
+    for (int p = 0; p < size; ++p)
         tabu[p] = static_cast<std::uint8_t>(tabu[p] - (tabu[p] != 0));
 }
 
 template <class D>
 DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
     constexpr D LOWEST = std::numeric_limits<D>::min();
+    const D* deltas = block.delta;
+    const std::uint8_t* tabu = block.tabu;
     D low = MAX<D>;
     D high = LOWEST;
     for (int p = 0; p < block.shape.size; ++p) {
-        const D delta = block.delta[p];
-        const bool plays = (block.tabu[p] == 0) & (delta != MAX<D>);
+        const D delta = deltas[p];
+        const bool plays = (tabu[p] == 0) & (delta != MAX<D>);
         low = std::min(low, plays ? delta : MAX<D>);
         high = std::max(high, plays ? delta : LOWEST);
     }
@@ -144,14 +152,18 @@ void forEachChosen(const std::uint8_t* chosen, int size, VISIT visit) {
 
 template <class D>
 std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    for (int p = 0; p < block.shape.size; ++p)
-        block.chosen[p] = (block.tabu[p] == 0) & (block.delta[p] <= threshold);
+    const int size = block.shape.size;
+    const D* HWY_RESTRICT delta = block.delta;
+    const std::uint8_t* HWY_RESTRICT tabu = block.tabu;
+    std::uint8_t* HWY_RESTRICT chosen = block.chosen;
+    for (int p = 0; p < size; ++p)
+        chosen[p] = (tabu[p] == 0) & (delta[p] <= threshold);
     std::int32_t highest = -1;
     // A thread's generator moves on once for each of its bits; only the order within a thread
     // matters, and the highest bid of all is the highest of the threads' highest.
     for (int c = 0; c < block.shape.own; ++c) {
         const int chunk = c * block.shape.threads;
-        forEachChosen(block.chosen + chunk, block.shape.threads, [&](int t) {
+        forEachChosen(chosen + chunk, block.shape.threads, [&](int t) {
             unsigned long& state = block.generators[t];
             state = xor_shift(state);
             highest = std::max(highest, bid(low_word(state), t));
@@ -162,10 +174,12 @@ std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
 
 template <class D>
 D lowestPositive(const BLOCK_ARRAYS<D>& block) {
+    const D* deltas = block.delta;
+    const std::uint8_t* tabu = block.tabu;
     D low = MAX<D>;
     for (int p = 0; p < block.shape.size; ++p) {
-        const D delta = block.delta[p];
-        low = std::min(low, (block.tabu[p] == 0) & (delta >= 1) ? delta : MAX<D>);
+        const D delta = deltas[p];
+        low = std::min(low, (tabu[p] == 0) & (delta >= 1) ? delta : MAX<D>);
     }
     return low;
 }
@@ -185,11 +199,13 @@ std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_
     std::uint8_t* HWY_RESTRICT chosen = block.chosen;
     std::fill_n(weights, threads, 0.0f);
     for (int c = 0; c < block.shape.own; ++c) {
-        const int chunk = c * threads;
+        const D* HWY_RESTRICT deltas = block.delta + c * threads;
+        const std::uint8_t* HWY_RESTRICT tabu = block.tabu + c * threads;
         for (int t = 0; t < threads; ++t) {
-            const D delta = block.delta[chunk + t];
-            const float weight = delta < threshold ? 1.0f : delta == threshold ? tied_weight : 0.0f;
-            weights[t] += block.tabu[chunk + t] == 0 ? weight : 0.0f;
+            const D delta = deltas[t];
+            const float at_threshold = delta == threshold ? tied_weight : 0.0f;
+            const float weight = delta < threshold ? 1.0f : at_threshold;
+            weights[t] += tabu[t] == 0 ? weight : 0.0f;
         }
     }
     for (int t = 0; t < threads; ++t)
@@ -207,9 +223,12 @@ template <class D>
 D lowestInSpan(const BLOCK_ARRAYS<D>& block, int first, int last) {
     D low = MAX<D>;
     for (int c = 0; c < block.shape.own; ++c) {
-        const int chunk = c * block.shape.threads;
-        for (int t = first; t < last; ++t)
-            low = std::min(low, block.tabu[chunk + t] == 0 ? block.delta[chunk + t] : MAX<D>);
+        const D* delta = block.delta + c * block.shape.threads;
+        const std::uint8_t* tabu = block.tabu + c * block.shape.threads;
+        for (int t = first; t < last; ++t) {
+            const D value = delta[t];
+            low = std::min(low, tabu[t] == 0 ? value : MAX<D>);
+        }
     }
     return low;
 }

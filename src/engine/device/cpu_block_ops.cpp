@@ -3,10 +3,11 @@
 // compiler turns them into vectors of that target.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "engine/device/cpu_block_ops.cpp"
-// clang-format off: the order matters
-#include <hwy/foreach_target.h>
+// clang-format off
+#include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 // clang-format on
+
 #include "engine/device/cpu_block_loops.hpp"
 
 HWY_BEFORE_NAMESPACE();

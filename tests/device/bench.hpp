@@ -1,0 +1,175 @@
+// One block with its rings, on which a test runs instances and looks at every flip. The block may
+// be of any implementation; the cycle it runs is the library's or the plain one.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "engine/device/cycle.hpp"
+#include "model.hpp"
+#include "reference_cycle.hpp"
+#include "rings.hpp"
+#include "snapshot.hpp"
+
+namespace orvex::device::test {
+
+/** The two widths of a block's type. */
+template <class BLOCK>
+struct WIDTHS_OF;
+template <template <class, class> class BLOCK, class E, class D>
+struct WIDTHS_OF<BLOCK<E, D>> {
+    using ELEMENT_TYPE = E;
+    using ARITHMETIC = D;
+};
+
+/** Seeds of a block; thread 0's is 0, which the block has to replace. */
+inline std::vector<unsigned long> seedsFor(std::uint64_t seed, int count) {
+    std::vector<unsigned long> seeds{0};
+    for (int t = 1; t < count; ++t)
+        seeds.push_back(mixed(seed, 0x5EED, t));
+    return seeds;
+}
+
+/** A block that tells of its flips. */
+template <class BLOCK>
+class TRACED : public BLOCK {
+  public:
+    using BLOCK::BLOCK;
+    std::function<void()> before_flip = [] {};
+    std::function<void()> after_flip = [] {};
+
+    void flipBit() {
+        before_flip();
+        BLOCK::flipBit();
+        after_flip();
+    }
+};
+
+enum class CYCLE { LIBRARY, PLAIN };
+
+/** What a bench starts from. */
+struct SETUP {
+    std::uint64_t seed = 1;
+    std::uint32_t tabu_cycles = 8;
+    CYCLE cycle = CYCLE::LIBRARY;
+};
+
+template <class BLOCK>
+class BENCH {
+  public:
+    using E = typename WIDTHS_OF<BLOCK>::ELEMENT_TYPE;
+    using D = typename WIDTHS_OF<BLOCK>::ARITHMETIC;
+    static constexpr unsigned RING_SIZE = 4;
+
+    BENCH(TEST_MODEL<E>& searched, const SETUP& setup = {})
+        : model(searched),
+          rings(searched.size(), 1, RING_SIZE),
+          seeds(seedsFor(setup.seed, searched.shape.threads)),
+          block(0, rings.launch(searched, seeds)),
+          cycle_(setup.cycle) {
+        rings.params.tabu_cycles = setup.tabu_cycles;
+        block.before_flip = [this] { model.needRow(block.record.selected); };
+        block.after_flip = [this] { afterFlip(); };
+    }
+
+    /** Sends an instance and lets the block work on it. Nothing comes back if it was killed. */
+    std::optional<RESULT> run(const INSTANCE& instance) {
+        rings.send(0, instance);
+        EXPECT_EQ(block.takeInstance(), BLOCK::TAKEN::INSTANCE);
+        flips_in_instance_ = 0;
+        if (kill_at == 0) rings.kill();
+        if (!work()) return std::nullopt;
+        const std::optional<RESULT> result = rings.receive(0);
+        EXPECT_TRUE(result.has_value());
+        if (scored && !result->tail.overflow) {
+            EXPECT_EQ(result->energy, model.energy(result->bits));
+        }
+        return result;
+    }
+
+    /** Flips one bit outside of any instance. */
+    void flip(int bit) {
+        block.select(bit);
+        block.flipBit();
+    }
+
+    SNAPSHOT<D> snapshot() { return snapshotOf<D>(block, model.shape); }
+    BITS current() { return snapshot().ones; }
+
+    /** The kill byte is set behind this many flips of an instance. */
+    int kill_at = -1;
+    /** Called after each flip of an instance. */
+    std::function<void()> on_flip = [] {};
+    /** Results are held against the model; not for models whose sums wrap unnoticed. */
+    bool scored = true;
+
+    long flips = 0;            ///< of all instances
+    std::vector<int> flipped;  ///< the bits, in order
+
+    TEST_MODEL<E>& model;
+    TEST_RINGS rings;
+    const std::vector<unsigned long> seeds;
+    TRACED<BLOCK> block;
+
+  private:
+    bool work() {
+        return cycle_ == CYCLE::LIBRARY ? runInstance(block) : runPlainly(block);
+    }
+
+    void afterFlip() {
+        ++flips;
+        flipped.push_back(block.record.selected);
+        on_flip();
+        if (++flips_in_instance_ == kill_at) rings.kill();
+    }
+
+    const CYCLE cycle_;
+    int flips_in_instance_ = 0;
+};
+
+// ---- the implementations -------------------------------------------------------------------
+
+/** Names of typed tests: the implementation and its widths. */
+struct NAMES {
+    template <class BLOCK>
+    static std::string GetName(int) {
+        using E = typename WIDTHS_OF<BLOCK>::ELEMENT_TYPE;
+        using D = typename WIDTHS_OF<BLOCK>::ARITHMETIC;
+        const bool plain = std::is_same_v<BLOCK, REFERENCE_BLOCK<E, D>>;
+        return (plain ? "Plain_" : "Cpu_") + std::to_string(8 * sizeof(E)) + "_" +
+               std::to_string(8 * sizeof(D));
+    }
+};
+
+using CPU_BLOCKS =
+    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>,
+                     CPU_BLOCK<std::int64_t, std::int64_t>>;
+
+/** The examples of a block's behaviour run over all of these. */
+using ALL_BLOCKS = ::testing::Types<
+    CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>,
+    CPU_BLOCK<std::int64_t, std::int64_t>, REFERENCE_BLOCK<std::int32_t, std::int32_t>,
+    REFERENCE_BLOCK<std::int32_t, std::int64_t>, REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
+
+/** Gives each example the types of its block. */
+template <class BLOCK>
+class BLOCK_TEST : public ::testing::Test {
+  public:
+    using E = typename WIDTHS_OF<BLOCK>::ELEMENT_TYPE;
+    using D = typename WIDTHS_OF<BLOCK>::ARITHMETIC;
+    using MODEL = TEST_MODEL<E>;
+    using ON_BENCH = BENCH<BLOCK>;
+};
+
+/** The target with these bits set. */
+inline BITS bits(int size, const std::vector<int>& ones) {
+    BITS target(static_cast<std::size_t>(size));
+    for (int bit : ones)
+        target[static_cast<std::size_t>(bit)] = 1;
+    return target;
+}
+
+}  // namespace orvex::device::test

@@ -1,0 +1,124 @@
+// Two blocks side by side on the same instances: the plain one records its state behind every flip,
+// then the tested one is held to that record, flip by flip, and at last the two results. Also the
+// random instances on which this is done.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "bench.hpp"
+
+namespace orvex::device::test {
+
+template <class TESTED>
+class TRACE_PAIR {
+  public:
+    using E = typename WIDTHS_OF<TESTED>::ELEMENT_TYPE;
+    using D = typename WIDTHS_OF<TESTED>::ARITHMETIC;
+
+    TRACE_PAIR(TEST_MODEL<E>& model, SETUP setup = {})
+        : tested(model, setup), plain(model, withPlainCycle(setup)) {}
+
+    /** Runs the instance on both. With `kill_at` the run is killed behind that many flips. */
+    void run(const INSTANCE& instance, int kill_at = -1) {
+        if (!difference_.empty()) return;  // one report is enough
+        plain.kill_at = tested.kill_at = kill_at;
+        std::vector<SNAPSHOT<D>> expected;
+        plain.on_flip = [&] { expected.push_back(plain.snapshot()); };
+        const std::optional<RESULT> plain_result = plain.run(instance);
+
+        std::size_t flip = 0;
+        tested.on_flip = [&] {
+            if (flip >= expected.size() || !difference_.empty()) return;
+            difference_ = difference(expected[flip], tested.snapshot());
+            EXPECT_EQ(difference_, "") << "behind flip " << flip << " of the instance";
+            ++flip;
+        };
+        const std::optional<RESULT> tested_result = tested.run(instance);
+        EXPECT_EQ(expected.size(), flip);
+        EXPECT_EQ(plain.flips, tested.flips);
+        if (difference_.empty()) difference_ = difference(plain.snapshot(), tested.snapshot());
+        EXPECT_EQ(difference_, "") << "at the end of the instance";
+        compareResults(plain_result, tested_result);
+    }
+
+    long flips() const { return tested.flips; }
+
+    BENCH<TESTED> tested;
+    BENCH<REFERENCE_BLOCK<E, D>> plain;
+
+  private:
+    static SETUP withPlainCycle(SETUP setup) {
+        setup.cycle = CYCLE::PLAIN;
+        return setup;
+    }
+
+    static void compareResults(const std::optional<RESULT>& expected,
+                               const std::optional<RESULT>& seen) {
+        ASSERT_EQ(expected.has_value(), seen.has_value());
+        if (!expected) return;
+        EXPECT_EQ(expected->energy, seen->energy);
+        EXPECT_EQ(expected->bits, seen->bits);
+        EXPECT_EQ(expected->tail.ticket, seen->tail.ticket);
+        EXPECT_EQ(expected->tail.cycles, seen->tail.cycles);
+        EXPECT_EQ(expected->tail.inst, seen->tail.inst);
+        EXPECT_EQ(expected->tail.algorithm, seen->tail.algorithm);
+        EXPECT_EQ(expected->tail.param, seen->tail.param);
+        EXPECT_EQ(expected->tail.flag, seen->tail.flag);
+        EXPECT_EQ(expected->tail.generation, seen->tail.generation);
+        EXPECT_EQ(expected->tail.wait_exponent, seen->tail.wait_exponent);
+        EXPECT_EQ(expected->tail.block, seen->tail.block);
+        EXPECT_EQ(expected->tail.overflow, seen->tail.overflow);
+    }
+
+    std::string difference_;
+};
+
+/** Draws instances as a host might send them, and some that it would not. */
+class INSTANCE_MAKER {
+  public:
+    INSTANCE_MAKER(int size, std::uint64_t seed) : size_(size), seed_(seed) {}
+
+    INSTANCE next(int rule, std::uint32_t max_steps) {
+        INSTANCE instance;
+        instance.algorithm = static_cast<std::int8_t>(rule);
+        instance.target = target();
+        instance.steps = static_cast<std::uint32_t>(draw() % (max_steps + 1));
+        instance.budget = static_cast<std::uint32_t>(draw() % (2 * max_steps + 1));
+        if (draw() % 4 == 0) ++generation_;
+        const bool stale = generation_ > 1 && draw() % 8 == 0;
+        instance.generation = static_cast<std::uint16_t>(stale ? generation_ - 1 : generation_);
+        instance.inst = static_cast<std::int8_t>(draw() % 10);
+        instance.param = static_cast<std::int8_t>(-static_cast<int>(draw() % 10));
+        instance.flag = static_cast<std::uint8_t>(draw());
+        return instance;
+    }
+
+    /** At most this many ones in a target; none by default. */
+    int most_ones = -1;
+
+    std::uint64_t draw() { return mixed(seed_, 0x1257, static_cast<int>(drawn_++ % 65536)); }
+
+  private:
+    /** Half of the bits, few of them, none, or the last target again. */
+    BITS target() {
+        const std::uint64_t kind = most_ones >= 0 ? 1 : draw() % 5;
+        if (kind == 4 && !last_.empty()) return last_;
+        last_ = BITS(static_cast<std::size_t>(size_));
+        if (kind == 2) return last_;
+        const int ones = most_ones >= 0 ? most_ones : kind == 1 ? 5 : size_ / 2;
+        for (int i = 0; i < ones; ++i)
+            last_[draw() % last_.size()] = 1;
+        return last_;
+    }
+
+    int size_;
+    std::uint64_t seed_;
+    std::uint64_t drawn_ = 0;
+    int generation_ = 1;
+    BITS last_;
+};
+
+}  // namespace orvex::device::test
