@@ -10,10 +10,16 @@ void error_exit(const std::string& message) {
 
 void check_device_call(platform::cudaError_t status, const char* file, int line) {
     if (status == platform::cudaSuccess) return;
-    const std::string code = std::to_string(static_cast<int>(status));
-    end_process(static_cast<int>(status),
-                std::string("[CUDA Error] ") + platform::cudaGetErrorString(status) +
-                    " (code: " + code + ") at " + file + " line " + std::to_string(line) + "\n");
+    std::string text = "[CUDA Error] ";
+    text += platform::cudaGetErrorString(status);
+    text += " (code: ";
+    text += std::to_string(static_cast<int>(status));
+    text += ") at ";
+    text += file;
+    text += " line ";
+    text += std::to_string(line);
+    text += "\n";
+    end_process(static_cast<int>(status), text);
 }
 
 }  // namespace orvex::engine

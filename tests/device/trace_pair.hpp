@@ -121,4 +121,41 @@ class INSTANCE_MAKER {
     BITS last_;
 };
 
+// ---- plays ---------------------------------------------------------------------------------
+
+/** Random instances for one block: how many, how long, from what setup. */
+struct PLAY {
+    int instances;
+    std::uint32_t max_steps;
+    int most_ones = -1;
+    SETUP setup = {};
+};
+
+/** Runs them on a pair of blocks; `rule_of(i)` is the rule of instance i. Returns the flips. */
+template <class BLOCK, class MODEL, class RULE_OF>
+long play(MODEL& model, const PLAY& plan, RULE_OF rule_of) {
+    TRACE_PAIR<BLOCK> pair(model, plan.setup);
+    INSTANCE_MAKER maker(model.size(), plan.max_steps);
+    maker.most_ones = plan.most_ones;
+    for (int i = 0; i < plan.instances; ++i) {
+        SCOPED_TRACE("band " + std::to_string(model.size()) + ", instance " + std::to_string(i));
+        pair.run(maker.next(rule_of(i), plan.max_steps));
+    }
+    return pair.flips();
+}
+
+/** Each rule on a block of its own, then all rules in turn on one block. Returns the flips. */
+template <class BLOCK, class MODEL>
+long playEveryRule(MODEL& model, PLAY one_rule) {
+    constexpr int RULES = 5;
+    long flips = 0;
+    for (int rule = 0; rule < RULES; ++rule) {
+        SCOPED_TRACE("rule " + std::to_string(rule));
+        flips += play<BLOCK>(model, one_rule, [=](int) { return rule; });
+    }
+    SCOPED_TRACE("rules in turn");
+    one_rule.instances *= 2;
+    return flips + play<BLOCK>(model, one_rule, [](int i) { return i * 3 % RULES; });
+}
+
 }  // namespace orvex::device::test

@@ -41,7 +41,7 @@ template <class D>
 std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
-    return lines(size * sizeof(D)) + 6 * lines(size) + lines(threads * sizeof(unsigned long)) +
+    return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
            lines(threads * sizeof(float)) + lines(threads * sizeof(D)) + lines(threads);
 }
 
@@ -57,6 +57,12 @@ unsigned char* allocate_block(std::size_t bytes) {
 template <class X>
 X load_relaxed(const X& word) {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+/** See ROW_SUM. */
+template <class D>
+bool is_wide(D delta) {
+    return delta >= WIDE<D> || delta <= -WIDE<D>;
 }
 
 class SPIN_GUARD {
@@ -107,7 +113,6 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_.ones = arena.take<std::int8_t>(size);
     arrays_.differs = arena.take<std::int8_t>(size);
     arrays_.tabu = arena.take<std::uint8_t>(size);
-    arrays_.chosen = arena.take<std::uint8_t>(size);
     target_ = arena.take<std::int8_t>(size);
     best_ = arena.take<std::int8_t>(size);
     arrays_.generators = arena.take<unsigned long>(threads);
@@ -171,7 +176,7 @@ typename CPU_BLOCK<E, D>::TAKEN CPU_BLOCK<E, D>::takeInstance() {
     const SPIN_GUARD guard(state.state_a[record.island]);
     const int ticket = load_relaxed(counter);
     if (!ready(ticket)) return nothing();
-    __atomic_store_n(&counter, ticket + 1, __ATOMIC_RELAXED);
+    __atomic_store_n(&counter, wrapping_add(ticket, 1), __ATOMIC_RELAXED);
     if (sequence_at(ticket) == STOP_TICKET) return TAKEN::STOP_MARK;
     record.wait_exponent =
         waits_since_ == 0 ? std::int16_t{0} : wait_exponent_of(global_timer() - waits_since_);
@@ -207,7 +212,8 @@ void CPU_BLOCK<E, D>::handIn() {
     {
         const SPIN_GUARD guard(state.state_b[record.island]);
         int& counter = state.state_c[2 * record.island + 1];
-        ticket = static_cast<std::uint32_t>(counter++);
+        ticket = static_cast<std::uint32_t>(counter);
+        counter = wrapping_add(counter, 1);
     }
     unsigned char* result = slot(1, ticket);
     *reinterpret_cast<std::int64_t*>(result) = record.best_energy;
@@ -286,8 +292,7 @@ void CPU_BLOCK<E, D>::reset() {
         arrays_.ones[p] = 0;
         arrays_.differs[p] = target_[p];
         arrays_.tabu[p] = 0;
-        if constexpr (sizeof(E) == 8)
-            wide_ |= arrays_.delta[p] >= WIDE<D> || arrays_.delta[p] <= -WIDE<D>;
+        if (sizeof(E) == 8) wide_ |= is_wide(arrays_.delta[p]);
     }
     lowest_ = ops_.lowest(arrays_);
 }
@@ -300,18 +305,19 @@ void CPU_BLOCK<E, D>::flipBit() {
                                          static_cast<std::size_t>(launch_.size);
     record.flip_sign = one ? 1 : -1;
 
-    // The row's own element must not count: for the time of the pass the bit's delta is one that
-    // the element takes as far up as it can, so that it neither overflows nor is the lowest.
+    // The row's own element must not count: the pass is made to leave `rest` in the bit's place,
+    // which neither overflows nor is the lowest nor, for common elements, makes the sum wide.
     constexpr D MAX = BLOCK_RECORD<D>::MAX;
     const D delta = arrays_.delta[p];
     const D own = row[p];
-    arrays_.delta[p] = own < 0 ? MAX : MAX - own;
+    D rest = own < 0 ? MAX + own : MAX;
+    if (sizeof(E) == 8 && !is_wide(own)) rest = WIDE<D> - 1;
+    arrays_.delta[p] = rest - own;
     const ROW_SUM<D> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
     arrays_.delta[p] = wrapping_negate(delta);
-    lowest_ = sum.low != MAX && own < 0 && sum.low == MAX + own
-                  ? ops_.lowest(arrays_)
-                  : std::min(sum.low, arrays_.delta[p]);
-    if constexpr (sizeof(E) == 8) wide_ = sum.wide;
+    lowest_ = sum.low == rest && rest != MAX ? ops_.lowest(arrays_)
+                                             : std::min(sum.low, arrays_.delta[p]);
+    if (sizeof(E) == 8) wide_ = sum.wide || is_wide(arrays_.delta[p]);
 
     const D energy = static_cast<D>(record.energy);
     const D new_energy = wrapping_add(energy, delta);

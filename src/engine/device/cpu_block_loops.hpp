@@ -20,6 +20,8 @@
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
 
+namespace hn = hwy::HWY_NAMESPACE;
+
 template <class D>
 inline constexpr D MAX = std::numeric_limits<D>::max();
 
@@ -48,54 +50,115 @@ ROW_SUM<D> addRow(const BLOCK_ARRAYS<D>& block, const E* HWY_RESTRICT row, std::
     return {low, left_range < 0, magnitude >= WIDE<D>};
 }
 
+/** N bytes from `bytes` on as lanes, sign-extended. */
+template <class TAG>
+hn::Vec<TAG> widenBytes(TAG lanes, const std::int8_t* bytes) {
+    if constexpr (sizeof(hn::TFromD<TAG>) == 8) {
+        const hn::Rebind<std::int32_t, TAG> half;
+        return hn::PromoteTo(lanes, widenBytes(half, bytes));
+    } else {
+        const hn::Rebind<std::int8_t, TAG> narrow;
+        return hn::PromoteTo(lanes, hn::LoadU(narrow, bytes));
+    }
+}
+
+/** Lanes of the bits that are free, by their tabu bytes. */
+template <class TAG>
+hn::Mask<TAG> freeLanes(TAG lanes, const std::uint8_t* tabu) {
+    const auto counters = widenBytes(lanes, reinterpret_cast<const std::int8_t*>(tabu));
+    return hn::Eq(counters, hn::Zero(lanes));
+}
+
+/** The lowest delta of the lanes from `first` to before `last` for which plays(place, deltas). */
+template <class D, class PLAYS>
+D lowestWhere(const D* delta, int first, int last, PLAYS plays) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto none = hn::Set(lanes, MAX<D>);
+    auto low = none;
+    for (int p = first; p < last; p += step) {
+        const auto values = hn::LoadU(lanes, delta + p);
+        low = hn::Min(low, hn::IfThenElse(plays(p, values), values, none));
+    }
+    return hn::GetLane(hn::MinOfLanes(lanes, low));
+}
+
 template <class D>
 D lowest(const BLOCK_ARRAYS<D>& block) {
-    D low = MAX<D>;
-    for (int p = 0; p < block.shape.size; ++p)
-        low = std::min(low, block.delta[p]);
-    return low;
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    auto low = hn::Set(lanes, MAX<D>);
+    for (int p = 0; p < block.shape.size; p += step)
+        low = hn::Min(low, hn::Load(lanes, block.delta + p));
+    return hn::GetLane(hn::MinOfLanes(lanes, low));
 }
 
 template <class D>
 D lowestDiffering(const BLOCK_ARRAYS<D>& block) {
-    const D* delta = block.delta;
+    const hn::ScalableTag<D> lanes;
     const std::int8_t* differs = block.differs;
-    D low = MAX<D>;
-    for (int p = 0; p < block.shape.size; ++p) {
-        const D value = delta[p];
-        low = std::min(low, differs[p] ? value : MAX<D>);
-    }
-    return low;
+    return lowestWhere(block.delta, 0, block.shape.size, [=](int p, auto) {
+        return hn::MaskFromVec(widenBytes(lanes, differs + p));
+    });
 }
 
-/** Places that are looked at together before one of them is looked for; T is a multiple of it. */
-inline constexpr int RUN = 32;
+/** Bit i is lane i. */
+template <class TAG>
+std::uint64_t maskBits(TAG lanes, hn::Mask<TAG> mask) {
+    std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(lanes, mask, bytes);
+    std::uint64_t bits;
+    std::memcpy(&bits, bytes, sizeof(bits));
+    return bits;
+}
+
+/** Calls visit(lane) for every true lane, in ascending order. */
+template <class TAG, class VISIT>
+void forEachLane(TAG lanes, hn::Mask<TAG> mask, VISIT visit) {
+    if (hn::AllFalse(lanes, mask)) return;
+    for (std::uint64_t bits = maskBits(lanes, mask); bits != 0; bits &= bits - 1)
+        visit(__builtin_ctzll(bits));
+}
+
+/** The lanes of the vector at `t` that lie within [first, last). */
+template <class TAG>
+hn::Mask<TAG> lanesIn(TAG lanes, int t, int first, int last) {
+    const auto before_last = hn::FirstN(lanes, static_cast<std::size_t>(last - t));
+    const auto before_first = hn::FirstN(lanes, static_cast<std::size_t>(std::max(first - t, 0)));
+    return hn::AndNot(before_first, before_last);
+}
+
+/** Index of the last true lane, or -1. */
+template <class TAG>
+int lastTrue(TAG lanes, hn::Mask<TAG> mask) {
+    const std::uint64_t bits = maskBits(lanes, mask);
+    return bits == 0 ? -1 : 63 - __builtin_clzll(bits);
+}
 
 /**
- * The bit of the highest thread from `first` to before `last` that has an own bit for which
- * `matches(place)`, the lowest such own bit of it; -1 if there is none.
+ * The bit of the highest thread from `first` to before `last` with an own bit in a lane for which
+ * matches(place), the lowest such own bit of it; -1 if there is none. Lanes of threads before
+ * `first` are looked at together with the first one and dropped.
  */
-template <class MATCHES>
+template <class D, class MATCHES>
 int findLast(const SHAPE& shape, int first, int last, MATCHES matches) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
     int best_thread = first - 1;
     int best_own = 0;
     for (int c = 0; c < shape.own; ++c) {
         const int chunk = c * shape.threads;
-        int end = last;
-        while (end > best_thread + 1) {
-            const int begin = std::max(best_thread + 1, end - RUN);
-            bool any = false;
-            for (int t = begin; t < end; ++t)
-                any |= matches(chunk + t);
-            if (any) {
-                int t = end - 1;
-                while (!matches(chunk + t))
-                    --t;
-                best_thread = t;
+        // T is a multiple of the number of lanes: begin from the whole vector that holds last - 1.
+        for (int t = (last - 1) / step * step; t + step - 1 > best_thread; t -= step) {
+            auto mask = matches(chunk + t);
+            if (hn::AllFalse(lanes, mask)) continue;
+            if (t + step > last) mask = hn::And(mask, lanesIn(lanes, t, 0, last));
+            const int thread = t + lastTrue(lanes, mask);
+            if (thread > best_thread && thread >= t) {
+                best_thread = thread;
                 best_own = c;
                 break;
             }
-            end = begin;
         }
     }
     return best_thread < first ? -1 : best_thread * shape.own + best_own;
@@ -103,16 +166,23 @@ int findLast(const SHAPE& shape, int first, int last, MATCHES matches) {
 
 template <class D>
 int find(const BLOCK_ARRAYS<D>& block, D value) {
+    const hn::ScalableTag<D> lanes;
     const D* delta = block.delta;
-    return findLast(block.shape, 0, block.shape.threads, [=](int p) { return delta[p] == value; });
+    const auto wanted = hn::Set(lanes, value);
+    return findLast<D>(block.shape, 0, block.shape.threads,
+                       [=](int p) { return hn::Eq(hn::LoadU(lanes, delta + p), wanted); });
 }
 
 template <class D>
 int findDiffering(const BLOCK_ARRAYS<D>& block, D value) {
+    const hn::ScalableTag<D> lanes;
     const D* delta = block.delta;
     const std::int8_t* differs = block.differs;
-    return findLast(block.shape, 0, block.shape.threads,
-                    [=](int p) { return (delta[p] == value) & (differs[p] != 0); });
+    const auto wanted = hn::Set(lanes, value);
+    return findLast<D>(block.shape, 0, block.shape.threads, [=](int p) {
+        return hn::And(hn::Eq(hn::LoadU(lanes, delta + p), wanted),
+                       hn::MaskFromVec(widenBytes(lanes, differs + p)));
+    });
 }
 
 template <class D>
@@ -125,63 +195,53 @@ void countTabuDown(const BLOCK_ARRAYS<D>& block) {
 
 template <class D>
 DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
-    constexpr D LOWEST = std::numeric_limits<D>::min();
-    const D* deltas = block.delta;
-    const std::uint8_t* tabu = block.tabu;
-    D low = MAX<D>;
-    D high = LOWEST;
-    for (int p = 0; p < block.shape.size; ++p) {
-        const D delta = deltas[p];
-        const bool plays = (tabu[p] == 0) & (delta != MAX<D>);
-        low = std::min(low, plays ? delta : MAX<D>);
-        high = std::max(high, plays ? delta : LOWEST);
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto highest = hn::Set(lanes, MAX<D>);
+    const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
+    auto low = highest;
+    auto high = lowest;
+    for (int p = 0; p < block.shape.size; p += step) {
+        const auto values = hn::Load(lanes, block.delta + p);
+        // The maximum of D is out of play; as the lowest it changes nothing.
+        const auto free = freeLanes(lanes, block.tabu + p);
+        const auto plays = hn::And(free, hn::Lt(values, highest));
+        low = hn::Min(low, hn::IfThenElse(free, values, highest));
+        high = hn::Max(high, hn::IfThenElse(plays, values, lowest));
     }
-    return {low, high};
-}
-
-/** Calls visit(place) for every place whose byte in `chosen` is set, in ascending order. */
-template <class VISIT>
-void forEachChosen(const std::uint8_t* chosen, int size, VISIT visit) {
-    for (int p = 0; p < size; p += 8) {
-        std::uint64_t eight;
-        std::memcpy(&eight, chosen + p, sizeof(eight));
-        for (int i = 0; eight != 0; ++i, eight >>= 8)
-            if (eight & 1) visit(p + i);
-    }
+    return {hn::GetLane(hn::MinOfLanes(lanes, low)), hn::GetLane(hn::MaxOfLanes(lanes, high))};
 }
 
 template <class D>
 std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    const int size = block.shape.size;
-    const D* HWY_RESTRICT delta = block.delta;
-    const std::uint8_t* HWY_RESTRICT tabu = block.tabu;
-    std::uint8_t* HWY_RESTRICT chosen = block.chosen;
-    for (int p = 0; p < size; ++p)
-        chosen[p] = (tabu[p] == 0) & (delta[p] <= threshold);
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto limit = hn::Set(lanes, threshold);
     std::int32_t highest = -1;
     // A thread's generator moves on once for each of its bits; only the order within a thread
     // matters, and the highest bid of all is the highest of the threads' highest.
     for (int c = 0; c < block.shape.own; ++c) {
         const int chunk = c * block.shape.threads;
-        forEachChosen(chosen + chunk, block.shape.threads, [&](int t) {
-            unsigned long& state = block.generators[t];
-            state = xor_shift(state);
-            highest = std::max(highest, bid(low_word(state), t));
-        });
+        for (int t = 0; t < block.shape.threads; t += step) {
+            const auto above = hn::Gt(hn::Load(lanes, block.delta + chunk + t), limit);
+            const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + chunk + t));
+            forEachLane(lanes, eligible, [&](int lane) {
+                unsigned long& state = block.generators[t + lane];
+                state = xor_shift(state);
+                highest = std::max(highest, bid(low_word(state), t + lane));
+            });
+        }
     }
     return highest;
 }
 
 template <class D>
 D lowestPositive(const BLOCK_ARRAYS<D>& block) {
-    const D* deltas = block.delta;
+    const hn::ScalableTag<D> lanes;
     const std::uint8_t* tabu = block.tabu;
-    D low = MAX<D>;
-    for (int p = 0; p < block.shape.size; ++p) {
-        const D delta = deltas[p];
-        low = std::min(low, (tabu[p] == 0) & (delta >= 1) ? delta : MAX<D>);
-    }
-    return low;
+    return lowestWhere(block.delta, 0, block.shape.size, [=](int p, auto values) {
+        return hn::And(freeLanes(lanes, tabu + p), hn::Gt(values, hn::Zero(lanes)));
+    });
 }
 
 template <class D>
@@ -196,7 +256,6 @@ template <class D>
 std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
     const int threads = block.shape.threads;
     float* HWY_RESTRICT weights = block.weights;
-    std::uint8_t* HWY_RESTRICT chosen = block.chosen;
     std::fill_n(weights, threads, 0.0f);
     for (int c = 0; c < block.shape.own; ++c) {
         const D* HWY_RESTRICT deltas = block.delta + c * threads;
@@ -208,37 +267,50 @@ std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_
             weights[t] += tabu[t] == 0 ? weight : 0.0f;
         }
     }
-    for (int t = 0; t < threads; ++t)
-        chosen[t] = weights[t] > 0.0f;
+    const hn::ScalableTag<float> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
     std::int32_t highest = -1;
-    forEachChosen(chosen, threads, [&](int t) {
-        unsigned long& state = block.generators[t];
-        state = xor_shift(state);
-        highest = std::max(highest, bid(sampling_rank(unit_draw(state), weights[t]), t));
-    });
+    for (int t = 0; t < threads; t += step) {
+        const auto weighs = hn::Gt(hn::Load(lanes, weights + t), hn::Zero(lanes));
+        forEachLane(lanes, weighs, [&](int lane) {
+            unsigned long& state = block.generators[t + lane];
+            state = xor_shift(state);
+            const std::uint32_t rank = sampling_rank(unit_draw(state), weights[t + lane]);
+            highest = std::max(highest, bid(rank, t + lane));
+        });
+    }
     return highest;
 }
 
 template <class D>
 D lowestInSpan(const BLOCK_ARRAYS<D>& block, int first, int last) {
-    D low = MAX<D>;
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto none = hn::Set(lanes, MAX<D>);
+    auto low = none;
     for (int c = 0; c < block.shape.own; ++c) {
-        const D* delta = block.delta + c * block.shape.threads;
-        const std::uint8_t* tabu = block.tabu + c * block.shape.threads;
-        for (int t = first; t < last; ++t) {
-            const D value = delta[t];
-            low = std::min(low, tabu[t] == 0 ? value : MAX<D>);
+        const int chunk = c * block.shape.threads;
+        for (int t = first / step * step; t < last; t += step) {
+            auto plays = freeLanes(lanes, block.tabu + chunk + t);
+            if (t < first || t + step > last)
+                plays = hn::And(plays, lanesIn(lanes, t, first, last));
+            const auto values = hn::Load(lanes, block.delta + chunk + t);
+            low = hn::Min(low, hn::IfThenElse(plays, values, none));
         }
     }
-    return low;
+    return hn::GetLane(hn::MinOfLanes(lanes, low));
 }
 
 template <class D>
 int findInSpan(const BLOCK_ARRAYS<D>& block, int first, int last, D value) {
+    if (first >= last) return -1;
+    const hn::ScalableTag<D> lanes;
     const D* delta = block.delta;
     const std::uint8_t* tabu = block.tabu;
-    return findLast(block.shape, first, last,
-                    [=](int p) { return (delta[p] == value) & (tabu[p] == 0); });
+    const auto wanted = hn::Set(lanes, value);
+    return findLast<D>(block.shape, first, last, [=](int p) {
+        return hn::And(hn::Eq(hn::LoadU(lanes, delta + p), wanted), freeLanes(lanes, tabu + p));
+    });
 }
 
 template <class D>

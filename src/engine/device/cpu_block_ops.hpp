@@ -23,7 +23,6 @@ struct BLOCK_ARRAYS {
     std::int8_t* differs = nullptr;       ///< where the current solution differs from the target
     std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
     unsigned long* generators = nullptr;  ///< T states
-    std::uint8_t* chosen = nullptr;       ///< scratch, S bytes
     float* weights = nullptr;             ///< scratch, T values
     D* running = nullptr;                 ///< scratch, T values
     std::uint8_t* kept = nullptr;         ///< scratch, T values
