@@ -1,6 +1,8 @@
 // The callback: requests become fields here, and the engine reads the fields behind each event.
 #include "orvex/callback.hpp"
 
+#include <atomic>
+
 #include "problem/exit_with_message.hpp"
 
 namespace orvex {
@@ -43,7 +45,8 @@ void Callback::set(const std::string& operation, const std::string& value) {
     } else if (operation == "new") {
         impl_->notify_new = value != "0";
     } else if (operation == "hint") {
-        impl_->hint_ready = value != "0";
+        // The islands' threads look at this one without a lock.
+        std::atomic_ref(impl_->hint_ready).store(value != "0", std::memory_order_relaxed);
     } else if (operation == "annealing_factor") {
         impl_->annealing_factor = std::stof(value);
     } else if (operation == "batch_factor") {

@@ -42,7 +42,7 @@ std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
     return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
-           lines(threads * sizeof(float)) + lines(threads * sizeof(D)) + lines(threads);
+           lines(threads * sizeof(float));
 }
 
 unsigned char* allocate_block(std::size_t bytes) {
@@ -117,8 +117,6 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     best_ = arena.take<std::int8_t>(size);
     arrays_.generators = arena.take<unsigned long>(threads);
     arrays_.weights = arena.take<float>(threads);
-    arrays_.running = arena.take<D>(threads);
-    arrays_.kept = arena.take<std::uint8_t>(threads);
 
     const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
     for (std::size_t t = 0; t < threads; ++t)
@@ -315,8 +313,8 @@ void CPU_BLOCK<E, D>::flipBit() {
     arrays_.delta[p] = rest - own;
     const ROW_SUM<D> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
     arrays_.delta[p] = wrapping_negate(delta);
-    lowest_ = sum.low == rest && rest != MAX ? ops_.lowest(arrays_)
-                                             : std::min(sum.low, arrays_.delta[p]);
+    lowest_ =
+        sum.low == rest && rest != MAX ? ops_.lowest(arrays_) : std::min(sum.low, arrays_.delta[p]);
     if (sizeof(E) == 8) wide_ = sum.wide || is_wide(arrays_.delta[p]);
 
     const D energy = static_cast<D>(record.energy);

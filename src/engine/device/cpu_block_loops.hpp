@@ -212,12 +212,48 @@ DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
     return {hn::GetLane(hn::MinOfLanes(lanes, low)), hn::GetLane(hn::MaxOfLanes(lanes, high))};
 }
 
+/** D as lanes of 64 bits, beside the generators' states. */
+template <class TAG, class D>
+hn::Vec<TAG> widenDeltas(TAG lanes, const D* deltas) {
+    if constexpr (sizeof(D) == 8) {
+        return hn::LoadU(lanes, deltas);
+    } else {
+        const hn::Rebind<D, TAG> narrow;
+        return hn::PromoteTo(lanes, hn::LoadU(narrow, deltas));
+    }
+}
+
+/** One step of the generator in every lane. */
+template <class V>
+V xorShiftLanes(V x) {
+    x = hn::Xor(x, hn::ShiftLeft<13>(x));
+    x = hn::Xor(x, hn::ShiftRight<7>(x));
+    return hn::Xor(x, hn::ShiftLeft<17>(x));
+}
+
+/** The threads at `t` whose bits are set move their generators on; the highest of their bids. */
+template <class TAG>
+hn::Vec<TAG> drawLanes(TAG lanes, unsigned long* generators, int t, std::uint64_t bits) {
+    const hn::RebindToUnsigned<TAG> states;
+    std::uint8_t bytes[8];
+    std::memcpy(bytes, &bits, sizeof(bytes));
+    const auto draws = hn::LoadMaskBits(lanes, bytes);
+    const auto moved = xorShiftLanes(hn::Load(states, generators + t));
+    hn::BlendedStore(moved, hn::RebindMask(states, draws), states, generators + t);
+    const auto rank = hn::And(moved, hn::Set(states, BID_RANK));
+    const auto bids = hn::Or(hn::BitCast(lanes, rank), hn::Iota(lanes, t));
+    return hn::IfThenElse(draws, bids, hn::Set(lanes, -1));
+}
+
 template <class D>
 std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
     const hn::ScalableTag<D> lanes;
+    const hn::ScalableTag<std::int64_t> wide;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    const int wide_step = static_cast<int>(hn::Lanes(wide));
     const auto limit = hn::Set(lanes, threshold);
-    std::int32_t highest = -1;
+    auto highest = hn::Set(wide, -1);
+    std::int64_t highest_single = -1;
     // A thread's generator moves on once for each of its bits; only the order within a thread
     // matters, and the highest bid of all is the highest of the threads' highest.
     for (int c = 0; c < block.shape.own; ++c) {
@@ -225,14 +261,22 @@ std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
         for (int t = 0; t < block.shape.threads; t += step) {
             const auto above = hn::Gt(hn::Load(lanes, block.delta + chunk + t), limit);
             const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + chunk + t));
-            forEachLane(lanes, eligible, [&](int lane) {
-                unsigned long& state = block.generators[t + lane];
+            if (hn::AllFalse(lanes, eligible)) continue;
+            std::uint64_t bits = maskBits(lanes, eligible);
+            if ((bits & (bits - 1)) == 0) {  // mostly there is one
+                const int thread = t + __builtin_ctzll(bits);
+                unsigned long& state = block.generators[thread];
                 state = xor_shift(state);
-                highest = std::max(highest, bid(low_word(state), t + lane));
-            });
+                highest_single =
+                    std::max<std::int64_t>(highest_single, bid(low_word(state), thread));
+                continue;
+            }
+            for (int i = 0; i < step; i += wide_step, bits >>= wide_step)
+                highest = hn::Max(highest, drawLanes(wide, block.generators, t + i, bits));
         }
     }
-    return highest;
+    return static_cast<std::int32_t>(
+        std::max(highest_single, hn::GetLane(hn::MaxOfLanes(wide, highest))));
 }
 
 template <class D>
@@ -315,33 +359,44 @@ int findInSpan(const BLOCK_ARRAYS<D>& block, int first, int last, D value) {
 
 template <class D>
 int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
+    const hn::ScalableTag<std::int64_t> lanes;
+    const hn::RebindToUnsigned<decltype(lanes)> states;
+    const int step = static_cast<int>(hn::Lanes(lanes));
     const int threads = block.shape.threads;
-    D* HWY_RESTRICT running = block.running;
-    std::uint8_t* HWY_RESTRICT kept = block.kept;
-    unsigned long* HWY_RESTRICT generators = block.generators;
-    std::fill_n(running, threads, MAX<D>);
-    std::fill_n(kept, threads, std::uint8_t{0});
-    for (int c = 0; c < block.shape.own; ++c) {
-        const D* HWY_RESTRICT delta = block.delta + c * threads;
-        const std::uint8_t* HWY_RESTRICT tabu = block.tabu + c * threads;
-        for (int t = 0; t < threads; ++t) {
+    const auto limit = hn::Set(lanes, static_cast<std::int64_t>(threshold));
+    const auto low_words = hn::Set(states, 0xFFFFFFFFu);
+    const auto none = hn::Set(lanes, static_cast<std::int64_t>(MAX<D>));
+    auto lowest_yet = none;
+    auto winners = hn::Zero(lanes);  // thread * own + own bit, per lane
+    for (int t = 0; t < threads; t += step) {
+        std::uint64_t* generators = block.generators + t;
+        auto state = hn::Load(states, generators);
+        auto running = none;
+        auto kept = hn::Zero(lanes);
+        for (int c = 0; c < block.shape.own; ++c) {
+            const int p = c * threads + t;
+            const auto delta = widenDeltas(lanes, block.delta + p);
             // A bit that could not win spends no draw.
-            const bool draws = (tabu[t] == 0) & (delta[t] < running[t]);
-            const unsigned long moved = xor_shift(generators[t]);
-            generators[t] = draws ? moved : generators[t];
-            const bool stays = draws & (low_word(moved) <= threshold);
-            running[t] = stays ? delta[t] : running[t];
-            kept[t] = stays ? static_cast<std::uint8_t>(c) : kept[t];
+            const auto draws = hn::And(hn::Lt(delta, running), freeLanes(lanes, block.tabu + p));
+            const auto moved = xorShiftLanes(state);
+            state = hn::IfThenElse(hn::RebindMask(states, draws), moved, state);
+            const auto draw = hn::BitCast(lanes, hn::And(moved, low_words));
+            const auto stays = hn::AndNot(hn::Gt(draw, limit), draws);
+            running = hn::IfThenElse(stays, delta, running);
+            kept = hn::IfThenElse(stays, hn::Set(lanes, c), kept);
         }
+        hn::Store(state, states, generators);
+        // Threads come in ascending order, so that of equal values the later one takes over. If no
+        // bit stayed in anywhere, that is the first bit of the last thread.
+        const auto first_bits = hn::Iota(lanes, t);
+        const auto bits = hn::Add(hn::Mul(first_bits, hn::Set(lanes, block.shape.own)), kept);
+        const auto keeps = hn::Gt(running, lowest_yet);
+        winners = hn::IfThenElse(keeps, winners, bits);
+        lowest_yet = hn::Min(running, lowest_yet);
     }
-    D low = MAX<D>;
-    for (int t = 0; t < threads; ++t)
-        low = std::min(low, running[t]);
-    // If no bit stayed in, every thread's running value is the maximum, and the last thread wins.
-    int winner = threads - 1;
-    while (running[winner] != low)
-        --winner;
-    return winner * block.shape.own + kept[winner];
+    const auto wins = hn::Eq(lowest_yet, hn::MinOfLanes(lanes, lowest_yet));
+    const auto bits = hn::IfThenElse(wins, winners, hn::Set(lanes, -1));
+    return static_cast<int>(hn::GetLane(hn::MaxOfLanes(lanes, bits)));
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

@@ -24,8 +24,6 @@ struct BLOCK_ARRAYS {
     std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
     unsigned long* generators = nullptr;  ///< T states
     float* weights = nullptr;             ///< scratch, T values
-    D* running = nullptr;                 ///< scratch, T values
-    std::uint8_t* kept = nullptr;         ///< scratch, T values
 };
 
 /** Lowest and highest of the free deltas that are not the maximum of D. */

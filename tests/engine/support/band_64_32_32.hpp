@@ -1,4 +1,4 @@
-// The inside of the band of 64 bits with 32-bit weights and energies.
+// The inside of the band of 64 bits with 32-bit weights and 32-bit energies.
 #pragma once
 
 #define ORVEX_BAND_SIZE 64

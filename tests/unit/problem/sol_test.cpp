@@ -107,9 +107,8 @@ TEST(Sol, AssignmentTakesOverTheLength) {
 }
 
 TEST(Sol, AssignmentTakesOverALengthOfAsManyWords) {
-    Sol sol(3);
-    sol = example(5);
     const Sol five = example(5);
+    Sol sol(3);
     sol = five;
     EXPECT_EQ(sol.impl().bits, 5);
 }

@@ -1,0 +1,7 @@
+// The inside of the band of 64 bits with 32-bit weights and 64-bit energies.
+#pragma once
+
+#define ORVEX_BAND_SIZE 64
+#define ORVEX_BAND_MATRIX_BITS 32
+#define ORVEX_BAND_ARITH_BITS 64
+#include "engine/qubo.hpp"

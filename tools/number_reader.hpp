@@ -1,0 +1,59 @@
+// Reads the whole numbers of a text file, plain or compressed, and knows at each moment in which
+// line it stands. Decompression happens in the process: no name of a file ever reaches a shell.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+#include <zlib.h>
+
+namespace orvex::cli {
+
+class NumberReader {
+  public:
+    /** @throws InputError when the file cannot be opened or read */
+    explicit NumberReader(const std::string& file);
+
+    /** Skips white space. @return whether anything follows */
+    bool more();
+
+    /**
+     * The next whole number.
+     *
+     * @param what the name of the number, for messages
+     * @throws InputError when what follows is no whole number of 64 bits, or nothing follows
+     */
+    long number(const char* what);
+
+    /** The line of what was read last, from 1. */
+    long line() const { return token_line_; }
+
+    /** Whether the contents, whatever the file's name, are compressed. */
+    bool compressed() const { return compressed_; }
+
+    /** Ends the reading with a message that names file and line. */
+    [[noreturn]] void fail(const std::string& text) const;
+
+    /** File and line, as messages show them. */
+    std::string place() const;
+
+  private:
+    struct Closer {
+        void operator()(gzFile stream) const { gzclose(stream); }
+    };
+
+    bool refill();
+    bool at_end() { return next_ == end_ && !refill(); }
+    [[noreturn]] void fail_at_token(const char* what, std::string seen);
+
+    std::string file_;
+    std::unique_ptr<gzFile_s, Closer> stream_;
+    std::vector<char> buffer_;
+    const char* next_;  // what of the buffer has not been read yet
+    const char* end_;
+    long line_ = 1;        // of *next_
+    long token_line_ = 1;  // of the last number
+    bool compressed_ = false;
+};
+
+}  // namespace orvex::cli
