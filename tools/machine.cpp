@@ -1,0 +1,85 @@
+#include "machine.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace orvex::cli {
+namespace {
+
+constexpr long MIB = 1L << 20;
+constexpr long NO_LIMIT = std::numeric_limits<long>::max();
+
+/** A number of /proc/meminfo in bytes; NO_LIMIT when it is not there. */
+long meminfo(const std::string& key) {
+    std::ifstream file("/proc/meminfo");
+    for (std::string line; std::getline(file, line);) {
+        if (line.compare(0, key.size() + 1, key + ":") != 0) continue;
+        return std::stol(line.substr(key.size() + 1)) * 1024;
+    }
+    return NO_LIMIT;
+}
+
+/** The container's limit; the file says "max" where there is none. */
+long container_memory() {
+    std::ifstream file("/sys/fs/cgroup/memory.max");
+    long bytes = 0;
+    return file >> bytes ? bytes : NO_LIMIT;
+}
+
+}  // namespace
+
+std::string Band::name() const {
+    return "qb" + std::to_string(size) + "_" + std::to_string(matrix_bits) + "_" +
+           std::to_string(arithmetic_bits);
+}
+
+std::vector<int> band_sizes(Solver& solver) {
+    std::istringstream list(solver.get("sizes"));
+    std::vector<int> sizes;
+    for (std::string size; std::getline(list, size, ',');)
+        sizes.push_back(std::stoi(size));
+    return sizes;
+}
+
+std::optional<Band> band_for(const std::vector<int>& sizes, int size, int width,
+                             int arithmetic_bits) {
+    const auto found = std::lower_bound(sizes.begin(), sizes.end(), size);
+    if (found == sizes.end()) return std::nullopt;
+    for (const auto& [matrix, arithmetic] : BAND_WIDTHS)
+        if (matrix >= width && arithmetic >= arithmetic_bits)
+            return Band{*found, matrix, arithmetic};
+    return std::nullopt;
+}
+
+Memory memory_of_run(int size, int width, const Band& band) {
+    const long s = band.size, bytes = band.matrix_bits / 8;
+    return {.model = static_cast<long>(size) * size * (width / 8),
+            .record = s * s * bytes + s * bytes + 4,
+            .rest = 64 * MIB};
+}
+
+long machine_memory() {
+    return std::min(meminfo("MemTotal"), container_memory());
+}
+
+long free_memory() {
+    return std::min(meminfo("MemAvailable"), container_memory());
+}
+
+std::string bytes_text(long bytes) {
+    const char* unit = "KiB";
+    double number = static_cast<double>(bytes) / 1024;
+    for (const char* larger : {"MiB", "GiB", "TiB"}) {
+        if (number < 1000) break;
+        number /= 1024;
+        unit = larger;
+    }
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.3g %s", number, unit);
+    return text;
+}
+
+}  // namespace orvex::cli

@@ -1,0 +1,60 @@
+// What a run asks of the machine: the band that a model falls into, and the memory that it takes.
+// The sizes of the bands come from the library; only the widths they come in are known here.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <orvex/orvex.hpp>
+
+namespace orvex::cli {
+
+/** Which engine runs a model. */
+struct Band {
+    int size;             ///< variables it holds
+    int matrix_bits;      ///< width of a weight
+    int arithmetic_bits;  ///< width of an energy
+
+    std::string name() const;  ///< qb<size>_<matrix bits>_<arithmetic bits>
+};
+
+/** The widths that bands come in, as (weights, energies). */
+inline constexpr int BAND_WIDTHS[][2] = {{32, 32}, {32, 64}, {64, 64}};
+
+/** The sizes of this build's bands, ascending. */
+std::vector<int> band_sizes(Solver& solver);
+
+/**
+ * The band that the library takes: the smallest that holds the model.
+ *
+ * @param sizes the sizes of the build's bands
+ * @param size number of variables
+ * @param width bits of a weight
+ * @param arithmetic_bits width of energies that is asked for
+ * @return none if no band holds the model
+ */
+std::optional<Band> band_for(const std::vector<int>& sizes, int size, int width,
+                             int arithmetic_bits);
+
+/** Bytes of memory. */
+struct Memory {
+    long model;   ///< the model's matrix
+    long record;  ///< the band's form of it
+    long rest;    ///< at most: program, libraries, pools, blocks, rings
+
+    long total() const { return model + record + rest; }
+};
+
+Memory memory_of_run(int size, int width, const Band& band);
+
+/** Bytes that the process can have at all, by the machine and by its container. */
+long machine_memory();
+
+/** Bytes that are free at present, or can be made free. */
+long free_memory();
+
+/** "12.3 GiB", "4.1 MiB": three digits that matter. */
+std::string bytes_text(long bytes);
+
+}  // namespace orvex::cli
