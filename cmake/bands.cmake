@@ -9,10 +9,10 @@ list(APPEND ORVEX_BAND_SIZES 5120 6144 7168 8192 10240 12288 14336 16384 20480 2
                              40960 49152 57344 65536)
 set(ORVEX_BAND_WIDTHS 32_32 32_64 64_64)
 
-# orvex_generate_bands(<out-variable>): writes one source per band whose name matches ORVEX_BANDS
-# and returns the sources sorted by name as text, which is the order in which they are linked and
-# so the order in which the bands register.
-function(orvex_generate_bands out)
+# orvex_generate_bands(<template> <suffix> <out-variable>): writes one source per band whose name
+# matches ORVEX_BANDS and returns the sources sorted by name as text, which is the order in which
+# they are linked and so the order in which the bands register.
+function(orvex_generate_bands template suffix out)
   set(sources "")
   foreach(size IN LISTS ORVEX_BAND_SIZES)
     foreach(widths IN LISTS ORVEX_BAND_WIDTHS)
@@ -22,8 +22,8 @@ function(orvex_generate_bands out)
         list(GET pair 0 ORVEX_BAND_MATRIX_BITS)
         list(GET pair 1 ORVEX_BAND_ARITH_BITS)
         set(ORVEX_BAND_SIZE "${size}")
-        set(source "${CMAKE_CURRENT_BINARY_DIR}/bands/${ORVEX_BAND_NAME}.cpp")
-        configure_file("${PROJECT_SOURCE_DIR}/src/bands/band.cpp.in" "${source}" @ONLY)
+        set(source "${CMAKE_CURRENT_BINARY_DIR}/bands/${ORVEX_BAND_NAME}${suffix}")
+        configure_file("${template}" "${source}" @ONLY)
         list(APPEND sources "${source}")
       endif()
     endforeach()

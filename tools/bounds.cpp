@@ -62,9 +62,8 @@ Bound RowSums::bound() const {
     for (const Row& row : rows_) {
         lowest_twice += std::min<Wide>(0, 2 * row.linear + row.negative);
         highest_twice += std::max<Wide>(0, 2 * row.linear + row.positive);
-        bound.largest_delta =
-            std::max({bound.largest_delta, magnitude(row.linear + row.positive),
-                      magnitude(row.linear + row.negative)});
+        bound.largest_delta = std::max({bound.largest_delta, magnitude(row.linear + row.positive),
+                                        magnitude(row.linear + row.negative)});
     }
     bound.lowest_energy = (lowest_twice - 1) / 2;  // halves are rounded away from zero
     bound.highest_energy = (highest_twice + 1) / 2;

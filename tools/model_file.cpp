@@ -127,8 +127,7 @@ void ModelFile::check_range(long weight) {
         reader_.fail("the weight " + std::to_string(weight) + " would be cut to " +
                      std::to_string(width) + " bits, which is what the header's range " + range +
                      " gives; the header must be corrected");
-    if (beyond_++ == 0)
-        first_beyond_ = reader_.place() + ": the weight " + std::to_string(weight);
+    if (beyond_++ == 0) first_beyond_ = reader_.place() + ": the weight " + std::to_string(weight);
 }
 
 void ModelFile::check_end() {
@@ -139,10 +138,10 @@ void ModelFile::check_end() {
 
 void ModelFile::warn_about_ranges() {
     if (beyond_ > 0)
-        problem_.warnings.push_back(
-            first_beyond_ + " is outside the header's range " +
-            range_text(problem_.smallest, problem_.largest) + " (" + std::to_string(beyond_) +
-            " in all); it fits the " + std::to_string(problem_.width) + " bits of a weight");
+        problem_.warnings.push_back(first_beyond_ + " is outside the header's range " +
+                                    range_text(problem_.smallest, problem_.largest) + " (" +
+                                    std::to_string(beyond_) + " in all); it fits the " +
+                                    std::to_string(problem_.width) + " bits of a weight");
     if (problem_.entries == 0) problem_.smallest_weight = problem_.largest_weight = 0;
 }
 

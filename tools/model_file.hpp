@@ -22,14 +22,14 @@ inline constexpr int MAX_SIZE = 65536;
 /** A model with what its file tells about it. */
 struct Problem {
     std::string file;
-    int size = 0;      ///< number of variables
-    int width = 0;     ///< bits of a weight in the model
-    long entries = 0;  ///< entries in the file
-    long nonzero = 0;  ///< pairs whose weight is not zero
-    long smallest = 0, largest = 0;                 ///< of the header
-    long smallest_weight = 0, largest_weight = 0;   ///< of the entries
-    Bound bound{};                                  ///< of energies and deltas
-    std::vector<std::string> warnings;              ///< what is odd, but harmless
+    int size = 0;                                  ///< number of variables
+    int width = 0;                                 ///< bits of a weight in the model
+    long entries = 0;                              ///< entries in the file
+    long nonzero = 0;                              ///< pairs whose weight is not zero
+    long smallest = 0, largest = 0;                ///< of the header
+    long smallest_weight = 0, largest_weight = 0;  ///< of the entries
+    Bound bound{};                                 ///< of energies and deltas
+    std::vector<std::string> warnings;             ///< what is odd, but harmless
     std::unique_ptr<orvex::Model> model;
 
     /** Share of the pairs, each variable's with itself included, whose weight is not zero. */

@@ -1,5 +1,5 @@
-// The pairs of variables that a model file has named so far, one bit for each pair. The memory comes
-// from the system as zero pages, of which a sparse file touches few.
+// The pairs of variables that a model file has named so far, one bit for each pair. The memory
+// comes from the system as zero pages, of which a sparse file touches few.
 #pragma once
 
 #include <cstdint>

@@ -6,6 +6,7 @@ struct DEV_THREAD {
     std::thread thread{};  ///< of the present phase
     WMAT* wmat = nullptr;  ///< the device's copy of the matrix
     cudaStream_t stream = nullptr;
+    cudaStream_t control = nullptr;  ///< for what must reach the device while its kernel runs
     unsigned long* seeds = nullptr;
     int* kernel_ints = nullptr;  ///< stays null; an argument of the kernel
     DeviceState* device_state = nullptr;
@@ -41,7 +42,7 @@ struct DEV_THREADS {
             member.thread.join();
     }
 
-    /** Raises the kill byte of every device: its blocks leave at once. */
+    /** Raises the kill byte of every device: its blocks leave at once. Waits for no kernel. */
     void kill();
 
     /** Longest kernel in seconds. */
@@ -78,6 +79,7 @@ void allocate_on_device(X** memory, std::size_t count) {
 inline void DEV_THREAD::init_func() {
     cuda_check(cudaSetDevice(id));
     cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
+    cuda_check(cudaStreamCreateWithFlags(&control, cudaStreamNonBlocking));
     INST_t*& ring_memory = gv->rings[static_cast<std::size_t>(id)];
     const std::size_t slots =
         static_cast<std::size_t>(gv->islands_per_gpu) * 2 * static_cast<std::size_t>(gv->ring_size);
@@ -88,6 +90,7 @@ inline void DEV_THREAD::init_func() {
 
 inline void DEV_THREAD::copy_func() {
     cuda_check(cudaSetDevice(id));
+    cuda_check(load_kernel(ORVEX));
     cuda_check(
         cudaMemcpyToSymbol(device_gp, host_gp, sizeof(GPU_PARAMS), 0, cudaMemcpyHostToDevice));
 
@@ -150,6 +153,7 @@ inline void DEV_THREAD::kernel_func() {
 inline void DEV_THREAD::destruct_func() {
     cuda_check(cudaSetDevice(id));
     cuda_check(cudaStreamDestroy(stream));
+    cuda_check(cudaStreamDestroy(control));
     cuda_check(cudaFree(seeds));
     cuda_check(cudaFree(device_state));
     cuda_check(cudaFree(state_a));
@@ -167,7 +171,8 @@ inline void DEV_THREADS::kill() {
     const std::uint8_t one = 1;
     for (DEV_THREAD& member : threads) {
         cuda_check(cudaSetDevice(member.id));
-        cuda_check(
-            cudaMemcpy(&member.device_state->kill, &one, sizeof(one), cudaMemcpyHostToDevice));
+        cuda_check(cudaMemcpyAsync(&member.device_state->kill, &one, sizeof(one),
+                                   cudaMemcpyHostToDevice, member.control));
+        cuda_check(cudaStreamSynchronize(member.control));
     }
 }

@@ -5,7 +5,7 @@
 namespace orvex::engine {
 
 void error_exit(const std::string& message) {
-    end_process(1, "Error: " + message + "\n");
+    end_process(1, std::string("Error: ").append(message).append("\n"));
 }
 
 void check_device_call(platform::cudaError_t status, const char* file, int line) {

@@ -31,7 +31,7 @@ inline signed char SOLPOOL::selInst() {
         const bool available =
             any == ALL_BEST
                 ? static_cast<double>(relaxed(gv->restart_clock->nobest_until) - now()) / 1e9 < 0
-            : any == HINT ? gv->callback && relaxed(gv->callback->impl().hint_ready) != 0
+            : any == HINT ? relaxed(gv->hint_ready)
                           : true;
         if (available) return any;
     }

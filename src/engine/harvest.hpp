@@ -26,7 +26,7 @@ inline void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
     to.env["total_flips"] = std::to_string(allisland->summary.flips);
     to.env["tabu_cycles"] = std::to_string(host_gp->tabu_cycles);
     to.env["solution_proximity"] = std::to_string(solution_proximity);
-    for (int w = 0; w < to.words; ++w)
+    for (int w = 0; w < std::min(to.words, WORDS); ++w)
         to.data[static_cast<std::size_t>(w)] = allbest.bits[w];
 }
 
@@ -47,6 +47,7 @@ inline void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island)
         requests.run_flips += relaxed(member->flips);
 
     callback->callback(event);
+    set_relaxed(hint_ready, requests.hint_ready);
 
     if (requests.kill_request) {
         set_relaxed(killed, true);
@@ -83,7 +84,8 @@ inline void GLOBAL_VARS::takeRequests(ISLAND& island) {
 
     allisland->hint.loadWords(requests.hint.impl());
     requests.hint_pending = 0;
-    set_relaxed(requests.hint_ready, 1);
+    requests.hint_ready = 1;
+    set_relaxed(hint_ready, true);
     if (island.hasRoomForHint() && trans_count->request(trial_limit)) {
         island.send_buf->inst = ALL_BEST;
         island.send_buf->algorithm = MAX_MIN;

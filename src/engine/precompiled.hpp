@@ -19,7 +19,6 @@
 
 #include "orvex/registry.hpp"
 
-#include "engine/device/cpu_block.hpp"
 #include "engine/device/formulas.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
@@ -34,3 +33,7 @@
 #include "engine/values.hpp"
 #include "platform/platform.hpp"
 #include "problem/release.hpp"
+
+#ifndef ORVEX_PLATFORM_CUDA
+#include "engine/device/cpu_block.hpp"
+#endif

@@ -8,7 +8,7 @@
 #include "engine/instance.hpp"        // INST_t: one candidate solution and what travels with it
 #include "engine/wmat.hpp"            // WMAT: the matrix in the form that the search reads
 #include "engine/globals.hpp"         // GLOBAL_VARS: the state of a run; gv, host_gp
-#include "engine/device/kernel.hpp"   // ORVEX: the blocks of this band
+#include "engine/device/kernel.hpp"   // ORVEX: the kernel of this band
 #include "engine/session.hpp"         // DeviceSession: the matrix between calls
 #include "engine/device_threads.hpp"  // DEV_THREAD: what happens on a device in each phase
 #include "engine/pool.hpp"            // SOLPOOL: an island's population

@@ -18,9 +18,9 @@ unsigned long time4random() {
 }
 
 std::int64_t nanoseconds(double seconds) {
-    constexpr double CENTURY = 100.0 * 365.25 * 86400.0;
+    constexpr double LONGEST = 200.0 * 365.25 * 86400.0;
     if (std::isnan(seconds)) return 0;
-    return static_cast<std::int64_t>(std::fmin(std::fmax(seconds, -CENTURY), CENTURY) * 1e9);
+    return static_cast<std::int64_t>(std::fmin(std::fmax(seconds, -LONGEST), LONGEST) * 1e9);
 }
 
 RESTART_CLOCK::RESTART_CLOCK(double limit_, double t0_, double b_, double nobest_)

@@ -13,7 +13,10 @@ std::int64_t now();
 /** The same number as an ingredient of random seeds. */
 unsigned long time4random();
 
-/** Seconds as nanoseconds, cut towards zero; spans beyond a century count as a century. */
+/**
+ * Seconds as nanoseconds, cut towards zero. Spans beyond two centuries count as two centuries, so
+ * that they can be added to the present; every time limit is shorter.
+ */
 std::int64_t nanoseconds(double seconds);
 
 struct RESTART_CLOCK {

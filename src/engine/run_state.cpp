@@ -121,6 +121,7 @@ void read_params(RUN_STATE& run, device::GPU_PARAMS& gpu_params, int band_size) 
     run.callback = run.param->callback;
     if (run.callback && run.callback->impl().solution.impl().bits != run.size)
         run.callback->impl().solution = Sol(run.size);
+    run.hint_ready = run.callback && run.callback->impl().hint_ready;
 
     if (run.annealing_cycles == 0) run.annealing_cycles = cycles_of(run.annealing_factor, run.size);
     run.annealing_cycles = std::max(run.annealing_cycles, LEAST_ANNEALING_CYCLES);

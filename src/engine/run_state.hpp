@@ -68,6 +68,7 @@ struct RUN_STATE {
     int inst_one = 3;
     std::vector<unsigned long> seeds{};  ///< one per thread of every block, all devices
     Callback* callback = nullptr;        ///< not owned
+    bool hint_ready = false;             ///< the callback's, for readers without its lock
 };
 
 /** Floors of the cycle counts, wherever they come from. */

@@ -73,8 +73,9 @@ inline WMAT* load_matrix(const Model::Impl& model) {
 /** The copy of a host matrix that a device reads. */
 inline WMAT* make_device_copy(WMAT* host_wmat, cudaStream_t stream) {
     WMAT* copy = nullptr;
-    if (device_copy_create(&copy, host_wmat, sizeof(WMAT), stream) != cudaSuccess)
-        error_exit("Insufficient Host memory.");
+    const cudaError_t status = device_copy_create(&copy, host_wmat, sizeof(WMAT), stream);
+    if (status == cudaErrorMemoryAllocation) error_exit("Insufficient Host memory.");
+    cuda_check(status);
     return copy;
 }
 

@@ -17,6 +17,8 @@ struct WMAT {
     static void operator delete(void* record) { cuda_check(cudaFreeHost(record)); }
 };
 #pragma pack(pop)
+static_assert(offsetof(WMAT, diag) == sizeof(WMAT::w));
+static_assert(offsetof(WMAT, n) == sizeof(WMAT::w) + sizeof(WMAT::diag));
 static_assert(sizeof(WMAT) == (static_cast<std::size_t>(S) * S + S) * sizeof(E) + 4);
 
 /** Refuses a model that is too large for the band. */

@@ -3,7 +3,10 @@
 #pragma once
 
 #include <functional>
+#include <limits>
 #include <optional>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -90,6 +93,13 @@ class BENCH {
         return result;
     }
 
+    /** Sends an instance and lets the block take and load it, no more. */
+    void load(const INSTANCE& instance) {
+        rings.send(0, instance);
+        EXPECT_EQ(block.takeInstance(), BLOCK::TAKEN::INSTANCE);
+        block.loadTarget();
+    }
+
     /** Flips one bit outside of any instance. */
     void flip(int bit) {
         block.select(bit);
@@ -98,6 +108,19 @@ class BENCH {
 
     SNAPSHOT<D> snapshot() { return snapshotOf<D>(block, model.shape); }
     BITS current() { return snapshot().ones; }
+
+    /** The energy and every delta are what the model says of the current solution. */
+    void expectExactState() {
+        BITS solution = current();
+        const std::int64_t energy = model.energy(solution);
+        EXPECT_EQ(block.record.energy, energy);
+        for (int bit = 0; bit < model.size(); ++bit) {
+            std::uint8_t& value = solution[static_cast<std::size_t>(bit)];
+            value ^= 1;
+            EXPECT_EQ(deltaOf(block, bit), model.energy(solution) - energy) << "bit " << bit;
+            value ^= 1;
+        }
+    }
 
     /** The kill byte is set behind this many flips of an instance. */
     int kill_at = -1;
@@ -154,6 +177,11 @@ using ALL_BLOCKS = ::testing::Types<
     CPU_BLOCK<std::int64_t, std::int64_t>, REFERENCE_BLOCK<std::int32_t, std::int32_t>,
     REFERENCE_BLOCK<std::int32_t, std::int64_t>, REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
 
+/** Those of them whose elements are as wide as their deltas. */
+using SAME_WIDTHS_BLOCKS = ::testing::Types<
+    CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int64_t, std::int64_t>,
+    REFERENCE_BLOCK<std::int32_t, std::int32_t>, REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
+
 /** Gives each example the types of its block. */
 template <class BLOCK>
 class BLOCK_TEST : public ::testing::Test {
@@ -162,6 +190,12 @@ class BLOCK_TEST : public ::testing::Test {
     using D = typename WIDTHS_OF<BLOCK>::ARITHMETIC;
     using MODEL = TEST_MODEL<E>;
     using ON_BENCH = BENCH<BLOCK>;
+
+    static constexpr D MAX = std::numeric_limits<D>::max();
+    static constexpr D LOWEST = std::numeric_limits<D>::min();
+    static constexpr E ELEMENT_MAX = std::numeric_limits<E>::max();
+    static constexpr E ELEMENT_LOWEST = std::numeric_limits<E>::min();
+    static constexpr bool SAME_WIDTHS = sizeof(E) == sizeof(D);
 };
 
 /** The target with these bits set. */

@@ -52,6 +52,13 @@ class TEST_MODEL {
         return static_cast<E>(i <= j ? element_(i, j) : element_(j, i));
     }
 
+    /** The element as a block reads it, for tests that spoil one. */
+    E& inMemory(int i, int j) {
+        needRow(i);
+        return weights_[static_cast<std::size_t>(i) * static_cast<std::size_t>(size()) +
+                        static_cast<std::size_t>(shape.place(j))];
+    }
+
     /** Row i stands in memory from now on. */
     void needRow(int i) {
         if (filled_[static_cast<std::size_t>(i)]) return;

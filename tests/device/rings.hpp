@@ -17,7 +17,7 @@ namespace orvex::device::test {
 
 /** What a test sends. The target may be shorter than the band; the rest is 0. */
 struct INSTANCE {
-    BITS target;
+    BITS target = {};
     std::int8_t algorithm = MAX_MIN;
     std::uint32_t budget = 0;
     std::uint32_t steps = 0;
@@ -113,6 +113,13 @@ class TEST_RINGS {
     void kill() {
         const std::uint8_t one = 1;
         platform::cudaMemcpy(&state.kill, &one, sizeof(one), platform::cudaMemcpyHostToDevice);
+    }
+
+    /** As if that many instances had gone to the island and come back already. */
+    void startTicketsAt(int island, std::uint32_t ticket) {
+        const std::size_t i = static_cast<std::size_t>(island);
+        sent_[i] = received_[i] = ticket;
+        state_c_[2 * i] = state_c_[2 * i + 1] = static_cast<int>(ticket);
     }
 
     int ticketsTaken(int island) const { return state_c_[static_cast<std::size_t>(2 * island)]; }

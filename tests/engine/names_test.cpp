@@ -8,8 +8,9 @@ namespace {
 using namespace orvex::engine;
 
 TEST(Names, ThePositionInATableIsTheNumberOfAKind) {
-    const char* const generators[] = {"Random", "Best", "Mutation",     "Cross", "XCross", "Zero",
-                                      "One",    "IntervalZero", "Hint", "AllBest", "*"};
+    const char* const generators[] = {"Random", "Best",    "Mutation", "Cross",
+                                      "XCross", "Zero",    "One",      "IntervalZero",
+                                      "Hint",   "AllBest", "*"};
     ASSERT_EQ(INSTANCE_TABLE.size(), std::size(generators));
     for (std::size_t i = 0; i < std::size(generators); ++i)
         EXPECT_EQ(INSTANCE_TABLE[i], generators[i]);

@@ -1,10 +1,10 @@
 // Parameter values as text: how they are cut into tokens, converted, and refused.
 #include "engine/values.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
+
+#include <gtest/gtest.h>
 
 #include "engine/support/death.hpp"
 

@@ -38,7 +38,7 @@ enum class NEXT { PHASE, HAND_IN, LEAVE };
 
 /** Selects the bit of the next step. False: the search, walk or descent ends here. */
 template <class BLOCK>
-ORVEX_HD inline bool selectBit(BLOCK& block, PHASE phase, std::uint32_t pass_flips) {
+ORVEX_BLOCK_CODE bool selectBit(BLOCK& block, PHASE phase, std::uint32_t pass_flips) {
     auto& record = block.record;
     if (phase == PHASE::WALK) return block.walkToTarget() && !block.killed();
     if (phase != PHASE::SEARCH) return block.descend() && !block.killed();
@@ -71,7 +71,7 @@ ORVEX_HD inline bool selectBit(BLOCK& block, PHASE phase, std::uint32_t pass_fli
 
 /** Whether the pass of "TwoNeighbor" stops behind its flip number `pass_flips` (from 1). */
 template <class BLOCK>
-ORVEX_HD inline bool passStops(BLOCK& block, std::uint32_t pass_flips) {
+ORVEX_BLOCK_CODE bool passStops(BLOCK& block, std::uint32_t pass_flips) {
     const std::int64_t last = 2 * static_cast<std::int64_t>(block.record.model_size) - 1;
     if (static_cast<std::int64_t>(pass_flips) >= last) return true;
     return pass_flips % 2 == 1 && block.killed();
@@ -79,7 +79,7 @@ ORVEX_HD inline bool passStops(BLOCK& block, std::uint32_t pass_flips) {
 
 /** Starts a search; a value of A that is no rule makes no step. */
 template <class BLOCK>
-ORVEX_HD inline void beginSearch(BLOCK& block) {
+ORVEX_BLOCK_CODE void beginSearch(BLOCK& block) {
     const std::int8_t rule = block.record.type.A;
     if (rule == TWO_NEIGHBOR) return;
     if (rule < MAX_MIN || rule > TWO_NEIGHBOR) {
@@ -91,7 +91,7 @@ ORVEX_HD inline void beginSearch(BLOCK& block) {
 
 /** What comes behind the phase that has just ended; sets the new phase if there is one. */
 template <class BLOCK>
-ORVEX_HD inline NEXT follow(BLOCK& block, PHASE& phase) {
+ORVEX_BLOCK_CODE NEXT follow(BLOCK& block, PHASE& phase) {
     auto& record = block.record;
     switch (phase) {
         case PHASE::WALK:
@@ -121,7 +121,7 @@ ORVEX_HD inline NEXT follow(BLOCK& block, PHASE& phase) {
 
 /** Works on the instance in the block's slot and hands the result in. False: the block leaves. */
 template <class BLOCK>
-ORVEX_HD inline bool runInstance(BLOCK& block) {
+ORVEX_BLOCK_CODE bool runInstance(BLOCK& block) {
     auto& record = block.record;
     block.loadTarget();
     block.forgetBest();

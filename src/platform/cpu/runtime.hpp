@@ -130,6 +130,12 @@ cudaError_t cudaFuncSetAttribute(KERNEL, cudaFuncAttribute, int) {
     return cudaSuccess;
 }
 
+/** Makes a kernel ready on the current device; here it always is. */
+template <class KERNEL>
+cudaError_t load_kernel(KERNEL) {
+    return cudaSuccess;
+}
+
 /** Blocks of `threads` threads that a multiprocessor holds at a time, for any kernel. */
 int resident_blocks(int threads);
 template <class KERNEL>

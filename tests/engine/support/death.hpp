@@ -1,10 +1,10 @@
 // How tests expect the process to end.
 #pragma once
 
+#include <string>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <string>
 
 namespace engine_tests {
 

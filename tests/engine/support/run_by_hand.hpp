@@ -3,10 +3,10 @@
 // block owns two bits, so that neither count hides behind being one.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <optional>
+
+#include <gtest/gtest.h>
 
 #include "engine/support/band_128_32_32.hpp"
 #include "engine/support/runs.hpp"

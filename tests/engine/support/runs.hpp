@@ -1,14 +1,14 @@
 // Whole runs of a band. Every result is scored again from the model.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <initializer_list>
 #include <limits>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "orvex/orvex.hpp"
 #include "orvex/registry.hpp"

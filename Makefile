@@ -1,0 +1,36 @@
+# The commands of the first hour. Each installs what it needs and is missing, having said what.
+#
+#   make demo        builds the library with all 150 bands and solves a benchmark instance
+#   make test        builds and runs all tests
+#   make instances   solves all benchmark instances and writes docs/instances.md
+#
+# CMAKE_FLAGS is handed to CMake. MODELS is the folder of the benchmark instances.
+BUILD := build
+PROGRAM := $(BUILD)/tools/orvex
+CMAKE_FLAGS ?=
+MODELS ?= ../shared/data/models
+
+# The tests are left out of a folder that is built for the demo alone: they need more packages.
+FIRST_BUILD = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-DORVEX_BUILD_TESTS=OFF)
+
+.PHONY: demo test instances program help
+
+help:
+	@sed -n 's/^#   //p' Makefile
+
+program:
+	@tools/install-dependencies.sh demo
+	cmake --preset release -DORVEX_BUILD_TOOLS=ON $(FIRST_BUILD) $(CMAKE_FLAGS)
+	cmake --build $(BUILD) --target orvex_cli
+
+demo: program
+	@tools/demo.sh $(PROGRAM)
+
+test:
+	@tools/install-dependencies.sh test
+	cmake --preset release -DORVEX_BUILD_TOOLS=ON -DORVEX_BUILD_TESTS=ON $(CMAKE_FLAGS)
+	cmake --build $(BUILD)
+	ctest --test-dir $(BUILD) --output-on-failure -j $$(nproc)
+
+instances: program
+	tests/instances/run.py --models $(MODELS) --write docs/instances.md

@@ -1,0 +1,382 @@
+// The flip rules one by one: which bits each of them may take, how the tabu counters go, and what
+// happens when there is nothing to take.
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "bench.hpp"
+
+namespace orvex::device::test {
+namespace {
+
+template <class BLOCK>
+class RULES_TEST : public BLOCK_TEST<BLOCK> {
+  public:
+    /** A block in the middle of a search on this model. */
+    struct SEARCHING {
+        SEARCHING(typename BLOCK_TEST<BLOCK>::MODEL& model, std::uint32_t step) : bench(model) {
+            bench.block.record.step = step;
+            bench.block.record.steps = STEPS;
+        }
+        void makeAllTabu() {
+            for (int bit = 0; bit < bench.model.size(); ++bit)
+                tabuOf(bench.block, bit) = 1;
+        }
+        BENCH<BLOCK> bench;
+    };
+
+    /** How often each bit is selected in so many tries. */
+    template <class SELECT>
+    static std::vector<int> frequencies(BENCH<BLOCK>& bench, int tries, SELECT select) {
+        std::vector<int> count(static_cast<std::size_t>(bench.model.size()));
+        for (int i = 0; i < tries; ++i) {
+            select();
+            ++count[static_cast<std::size_t>(bench.block.record.selected)];
+        }
+        return count;
+    }
+
+    static constexpr std::uint32_t STEPS = 1000;
+};
+TYPED_TEST_SUITE(RULES_TEST, ALL_BLOCKS, NAMES);
+
+// ---- "MaxMin" ------------------------------------------------------------------------------
+
+TYPED_TEST(RULES_TEST, MaxMinLateInASearchTakesTheLowestFreeDelta) {
+    typename TestFixture::MODEL model(128, uncoupled({50, 50, 50, 4, 50, 7}, 90));
+    typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
+    late.bench.block.selectMaxMin();
+    EXPECT_EQ(late.bench.block.record.selected, 3);
+    tabuOf(late.bench.block, 3) = 1;
+    late.bench.block.selectMaxMin();
+    EXPECT_EQ(late.bench.block.record.selected, 5);
+}
+
+TYPED_TEST(RULES_TEST, MaxMinGivesEveryEligibleBitAnEvenChance) {
+    typename TestFixture::MODEL model(256, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    const auto count = this->frequencies(search.bench, 25600,
+                                         [&] { search.bench.block.selectMaxMin(); });
+    for (int of_bit : count)
+        EXPECT_NEAR(of_bit, 100, 50);
+}
+
+TYPED_TEST(RULES_TEST, MaxMinSpendsDrawsOnEligibleBitsOnly) {
+    typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4}, 90));
+    typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
+    const auto before = late.bench.snapshot().generators;
+    late.bench.block.selectMaxMin();
+    const auto after = late.bench.snapshot().generators;
+    EXPECT_EQ(after[0], xor_shift(before[0]));  // the threshold
+    // Two eligible bits, and the choice among them.
+    EXPECT_EQ(after[1], xor_shift(xor_shift(xor_shift(before[1]))));
+    EXPECT_TRUE(std::equal(after.begin() + 2, after.end(), before.begin() + 2));
+}
+
+TYPED_TEST(RULES_TEST, MaxMinWithNothingToTakeRepeatsTheLastSelection) {
+    typename TestFixture::MODEL model(64, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.makeAllTabu();
+    search.bench.block.select(17);
+    search.bench.block.selectMaxMin();
+    EXPECT_EQ(search.bench.block.record.maxmin_bid, -1);
+    EXPECT_EQ(search.bench.block.record.selected, 17);
+}
+
+TYPED_TEST(RULES_TEST, MaxMinWithNothingToTakeInAFullBlockTakesTheLastThreadsFirstBit) {
+    typename TestFixture::MODEL model(4096, 10, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.makeAllTabu();
+    const unsigned long before = generatorOf(search.bench.block, 1023);
+    search.bench.block.select(17);
+    search.bench.block.selectMaxMin();
+    EXPECT_EQ(search.bench.block.record.selected, 1023 * 4);
+    EXPECT_EQ(generatorOf(search.bench.block, 1023), xor_shift(before));
+}
+
+// ---- "PositiveMin" -------------------------------------------------------------------------
+
+TYPED_TEST(RULES_TEST, PositiveMinDrawsAmongTheGoodBitsAndTheCheapestBadOnesTogether) {
+    // Bits 0 and 9 improve, bit 20 changes nothing; the three of 6 share one weight.
+    typename TestFixture::MODEL model(128, [](int i, int j) {
+        if (i != j) return std::int64_t{0};
+        if (i == 0 || i == 9) return std::int64_t{-5};
+        if (i == 20) return std::int64_t{0};
+        return std::int64_t{i == 1 || i == 40 || i == 41 ? 6 : 80};
+    });
+    typename TestFixture::SEARCHING search(model, 0);
+    const auto count = this->frequencies(search.bench, 12000,
+                                         [&] { search.bench.block.selectPositiveMin(); });
+    EXPECT_EQ(search.bench.block.record.positive_threshold, 6);
+    EXPECT_EQ(search.bench.block.record.positive_count, 3);
+    for (std::size_t good : {0, 9, 20})
+        EXPECT_NEAR(count[good], 3000, 250);
+    for (std::size_t tied : {1, 40, 41})
+        EXPECT_NEAR(count[tied], 1000, 250);
+}
+
+TYPED_TEST(RULES_TEST, PositiveMinWithoutAFreePositiveDeltaLetsTheZerosShareOneWeight) {
+    typename TestFixture::MODEL model(64, uncoupled({0, 0, -5, 0}, 8));
+    typename TestFixture::SEARCHING search(model, 0);
+    for (int bit = 4; bit < 64; ++bit)
+        tabuOf(search.bench.block, bit) = 1;
+    const auto count = this->frequencies(search.bench, 12000,
+                                         [&] { search.bench.block.selectPositiveMin(); });
+    EXPECT_EQ(search.bench.block.record.positive_threshold, 0);
+    EXPECT_NEAR(count[2], 6000, 400);
+    for (std::size_t tied : {0, 1, 3})
+        EXPECT_NEAR(count[tied], 2000, 300);
+}
+
+TYPED_TEST(RULES_TEST, PositiveMinCountsTiedBitsThatAreNotFreeInTheDivisor) {
+    typename TestFixture::MODEL model(64, uncoupled({-5, 6, 6, 6, 6}, 80));
+    typename TestFixture::SEARCHING search(model, 0);
+    for (int bit : {2, 3, 4})
+        tabuOf(search.bench.block, bit) = 1;
+    const auto count = this->frequencies(search.bench, 10000,
+                                         [&] { search.bench.block.selectPositiveMin(); });
+    EXPECT_EQ(search.bench.block.record.positive_count, 4);
+    EXPECT_NEAR(count[0], 8000, 400);  // 1 against 1/4
+    EXPECT_NEAR(count[1], 2000, 400);
+}
+
+TYPED_TEST(RULES_TEST, PositiveMinSpendsOneDrawOnEachThreadWithWeight) {
+    typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4, -1}, 90));
+    typename TestFixture::SEARCHING search(model, 0);
+    const auto before = search.bench.snapshot().generators;
+    search.bench.block.selectPositiveMin();
+    const auto after = search.bench.snapshot().generators;
+    EXPECT_EQ(after[0], before[0]);
+    EXPECT_EQ(after[1], xor_shift(before[1]));
+    EXPECT_EQ(after[2], xor_shift(before[2]));
+    EXPECT_TRUE(std::equal(after.begin() + 3, after.end(), before.begin() + 3));
+}
+
+TYPED_TEST(RULES_TEST, PositiveMinWithNothingToTakeRepeatsTheLastSelection) {
+    typename TestFixture::MODEL model(64, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.makeAllTabu();
+    search.bench.block.select(17);
+    search.bench.block.selectPositiveMin();
+    EXPECT_EQ(search.bench.block.record.positive_bid, -1);
+    EXPECT_EQ(search.bench.block.record.selected, 17);
+}
+
+TYPED_TEST(RULES_TEST, PositiveMinWithNothingToTakeInAFullBlockTakesTheLastThreadsFirstBit) {
+    typename TestFixture::MODEL model(4096, 10, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.makeAllTabu();
+    search.bench.block.select(17);
+    search.bench.block.selectPositiveMin();
+    EXPECT_EQ(search.bench.block.record.selected, 1023 * 4);
+}
+
+// ---- "CyclicMin" ---------------------------------------------------------------------------
+
+TYPED_TEST(RULES_TEST, CyclicMinLooksAtSixteenThreadsFirstWhateverTheBlock) {
+    for (int size : {64, 384, 4096}) {
+        typename TestFixture::MODEL model(size, 10, uncoupled({}, 7));
+        typename TestFixture::SEARCHING search(model, 0);
+        auto& block = search.bench.block;
+        const int own = model.shape.own;
+        deltaOf(block, 16 * own) = -9;  // the first bit outside
+        deltaOf(block, 16 * own - 1) = -2;
+        deltaOf(block, 2 * own) = -1;
+        block.selectCyclicMin();
+        EXPECT_EQ(block.record.selected, 16 * own - 1);
+        EXPECT_EQ(block.record.cycle_start, 16);
+        block.selectCyclicMin();
+        EXPECT_EQ(block.record.selected, 16 * own);
+        EXPECT_EQ(block.record.cycle_start, 32);
+    }
+}
+
+TYPED_TEST(RULES_TEST, CyclicMinGoesRoundTheEndOfTheBlock) {
+    typename TestFixture::MODEL model(64, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    auto& block = search.bench.block;
+    block.record.cycle_start = 60;
+    deltaOf(block, 11) = -3;
+    deltaOf(block, 12) = -9;
+    block.selectCyclicMin();
+    EXPECT_EQ(block.record.selected, 11);
+    EXPECT_EQ(block.record.cycle_start, 12);
+}
+
+TYPED_TEST(RULES_TEST, CyclicMinFlipsTheSpansFirstBitIfAllAreBlocked) {
+    typename TestFixture::MODEL model(256, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.bench.block.record.cycle_start = 5;
+    for (int bit = 5 * 4; bit < 21 * 4; ++bit)
+        tabuOf(search.bench.block, bit) = 1;
+    search.bench.block.selectCyclicMin();
+    EXPECT_EQ(search.bench.block.record.selected, 5 * 4);
+}
+
+TYPED_TEST(RULES_TEST, CyclicMinSkipsDeltasAtTheMaximum) {
+    typename TestFixture::MODEL model(64, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    for (int bit = 0; bit < 16; ++bit)
+        deltaOf(search.bench.block, bit) = TestFixture::MAX;
+    search.bench.block.selectCyclicMin();
+    EXPECT_EQ(search.bench.block.record.selected, 0);
+    EXPECT_EQ(search.bench.block.record.cyclic_low, TestFixture::MAX);
+}
+
+// ---- "RandomMin" ---------------------------------------------------------------------------
+
+TYPED_TEST(RULES_TEST, RandomMinLeavesTheLowestDeltaOutOneTimeInTen) {
+    typename TestFixture::MODEL model(128, uncoupled({7, -3, 7, -2}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    const auto count = this->frequencies(search.bench, 10000,
+                                         [&] { search.bench.block.selectRandomMin(); });
+    EXPECT_NEAR(count[1], 9000, 200);
+    EXPECT_NEAR(count[3], 900, 150);
+}
+
+TYPED_TEST(RULES_TEST, RandomMinAtTheLastStepNearlyAlwaysTakesTheLowestDelta) {
+    typename TestFixture::MODEL model(128, uncoupled({7, -3, 7, -2}, 7));
+    typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
+    const auto count = this->frequencies(late.bench, 2000,
+                                         [&] { late.bench.block.selectRandomMin(); });
+    EXPECT_GE(count[1], 1990);
+    EXPECT_LT(late.bench.block.record.random_threshold, 0xFFFFFFFFu);
+}
+
+TYPED_TEST(RULES_TEST, RandomMinSpendsNoDrawOnABitThatCouldNotWin) {
+    typename TestFixture::MODEL model(128, uncoupled({}, 7));
+    typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
+    auto& block = late.bench.block;
+    tabuOf(block, 0) = tabuOf(block, 1) = 1;  // thread 0: none free
+    deltaOf(block, 2) = TestFixture::MAX;     // thread 1: only its second bit plays
+    deltaOf(block, 4) = 9;                    // thread 2: the second bit is lower
+    const auto before = late.bench.snapshot().generators;
+    block.selectRandomMin();
+    const auto after = late.bench.snapshot().generators;
+    EXPECT_EQ(after[0], before[0]);
+    EXPECT_EQ(after[1], xor_shift(before[1]));
+    EXPECT_EQ(after[2], xor_shift(xor_shift(before[2])));
+    EXPECT_EQ(after[3], xor_shift(before[3]));  // the second bit is no lower than the first
+}
+
+TYPED_TEST(RULES_TEST, RandomMinWithNoBitInTheRaceTakesAThreadsFirstBit) {
+    typename TestFixture::MODEL model(128, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.makeAllTabu();
+    search.bench.block.selectRandomMin();
+    EXPECT_EQ(search.bench.block.record.selected, 63 * 2);  // the last thread stores last
+}
+
+// ---- tabu counters in a search -------------------------------------------------------------
+
+/** One deep minimum, from which a search of any rule finds nothing better. */
+ELEMENT oneMinimum() {
+    return [](int i, int j) { return std::int64_t{i != j ? 0 : i == 0 ? -1000 : 1 + i % 5}; };
+}
+
+/** Bits flipped by the first full search: the one behind the search that finds the minimum. */
+template <class BENCH>
+std::vector<int> fullSearch(BENCH& bench, std::int8_t rule, std::uint32_t steps) {
+    bench.run({.target = {1}, .algorithm = rule, .steps = steps});
+    // From here the best of the instance is the minimum itself, as soon as the walk is tracked.
+    bench.flipped.clear();
+    bench.run({.target = {1, 1}, .algorithm = rule, .steps = steps});
+    return {bench.flipped.begin() + 2, bench.flipped.begin() + 2 + steps};
+}
+
+TYPED_TEST(RULES_TEST, EarlyFlipsOfMaxMinAndPositiveMinAreBlockedForOneStepLessThanTheTenure) {
+    typename TestFixture::MODEL model(64, oneMinimum());
+    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN}) {
+        typename TestFixture::ON_BENCH bench(model, {.tabu_cycles = 0});
+        const auto flipped = fullSearch(bench, rule, 40);
+        for (std::size_t i = 0; i < 6; ++i)  // tenure 6
+            for (std::size_t later = i + 1; later <= i + 5; ++later)
+                EXPECT_NE(flipped[i], flipped[later]);
+    }
+}
+
+TYPED_TEST(RULES_TEST, ATabuSettingOfZeroFreesBitsAtOnceBehindTheFirstSteps) {
+    typename TestFixture::MODEL model(64, oneMinimum());
+    typename TestFixture::ON_BENCH bench(model, {.tabu_cycles = 0});
+    std::vector<int> tenures;  // beside bench.flipped
+    bench.on_flip = [&] {
+        tenures.resize(bench.flipped.size());
+        tenures.back() = tabuOf(bench.block, bench.flipped.back());
+    };
+    fullSearch(bench, MAX_MIN, 20);
+    const std::vector<int> search(tenures.begin() + 2, tenures.begin() + 22);
+    EXPECT_TRUE(std::all_of(search.begin(), search.begin() + 6, [](int v) { return v == 6; }));
+    EXPECT_TRUE(std::all_of(search.begin() + 6, search.end(), [](int v) { return v == 0; }));
+}
+
+TYPED_TEST(RULES_TEST, UnderRandomMinAFlippedBitStaysBlockedForTheSearch) {
+    typename TestFixture::MODEL model(64, oneMinimum());
+    typename TestFixture::ON_BENCH bench(model, {.tabu_cycles = 1});
+    std::vector<int> flipped = fullSearch(bench, RANDOM_MIN, 40);
+    std::sort(flipped.begin(), flipped.end());
+    EXPECT_EQ(std::adjacent_find(flipped.begin(), flipped.end()), flipped.end());
+}
+
+TYPED_TEST(RULES_TEST, UnderCyclicMinABlockOutlastsTheSearch) {
+    typename TestFixture::MODEL model(64, oneMinimum());
+    typename TestFixture::ON_BENCH bench(model, {.tabu_cycles = 3});
+    const std::vector<int> flipped = fullSearch(bench, CYCLIC_MIN, 10);
+    bench.load({.target = {1}, .algorithm = CYCLIC_MIN});
+    bench.block.startSearch();
+    EXPECT_NE(tabuOf(bench.block, flipped.back()), 0);
+    bench.load({.target = {1}, .algorithm = RANDOM_MIN});
+    bench.block.startSearch();
+    EXPECT_EQ(tabuOf(bench.block, flipped.back()), 0);
+}
+
+TYPED_TEST(RULES_TEST, CountingDownStopsAtZero) {
+    typename TestFixture::MODEL model(64, uncoupled({}, 1));
+    typename TestFixture::ON_BENCH bench(model);
+    tabuOf(bench.block, 1) = 1;
+    tabuOf(bench.block, 2) = 255;
+    bench.block.countTabuDown();
+    EXPECT_EQ(tabuOf(bench.block, 0), 0);
+    EXPECT_EQ(tabuOf(bench.block, 1), 0);
+    EXPECT_EQ(tabuOf(bench.block, 2), 254);
+}
+
+// ---- "TwoNeighbor" -------------------------------------------------------------------------
+
+TYPED_TEST(RULES_TEST, TwoNeighborPassesOverAllBits) {
+    typename TestFixture::MODEL model(64, 4, uncoupled({-9, -9, -9, -9}, 0));
+    typename TestFixture::ON_BENCH bench(model);
+    bench.run({.target = {1, 1, 1, 1}, .algorithm = TWO_NEIGHBOR, .budget = 1000, .steps = 5});
+    const std::vector<int> behind_walk(bench.flipped.begin() + 4, bench.flipped.end());
+    EXPECT_EQ(behind_walk, (std::vector<int>{0, 1, 0, 2, 1, 3, 2, 3}));  // the last: a descent
+}
+
+TYPED_TEST(RULES_TEST, TwoNeighborOnModelsOfOneAndTwoBits) {
+    typename TestFixture::MODEL one(64, 1, uncoupled({-9}, 0));
+    typename TestFixture::ON_BENCH on_one(one);
+    on_one.run({.target = {1}, .algorithm = TWO_NEIGHBOR});
+    EXPECT_EQ(on_one.flipped, (std::vector<int>{0, 0, 0}));  // walk, pass, descent
+
+    typename TestFixture::MODEL two(64, 2, uncoupled({-9, -8}, 0));
+    typename TestFixture::ON_BENCH on_two(two);
+    on_two.run({.target = {1, 1}, .algorithm = TWO_NEIGHBOR});
+    EXPECT_EQ(on_two.flipped, (std::vector<int>{0, 1, 0, 1, 0, 1}));
+}
+
+TYPED_TEST(RULES_TEST, TwoNeighborSeesAllSolutionsAtDistanceOneAndTwo) {
+    typename TestFixture::MODEL model(64, 20, dense(61, -100, 100));
+    typename TestFixture::ON_BENCH bench(model);
+    bench.run({.target = bits(64, {1, 5, 11})});
+    const BITS start = bench.current();
+    const auto result = bench.run({.target = start, .algorithm = TWO_NEIGHBOR});
+    for (std::size_t i = 0; i < 20; ++i)
+        for (std::size_t j = i; j < 20; ++j) {
+            BITS near = start;
+            near[i] ^= 1;
+            if (i != j) near[j] ^= 1;
+            EXPECT_LE(result->energy, model.energy(near));
+        }
+    bench.expectExactState();
+}
+
+}  // namespace
+}  // namespace orvex::device::test

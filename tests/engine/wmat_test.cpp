@@ -1,0 +1,185 @@
+// The matrix as the search reads it: its layout, the places of its columns, the filler behind the
+// model's variables, and the energy computed from it.
+#include <cstddef>
+#include <memory>
+
+#include "engine/support/band_10240_32_32.hpp"
+#include "engine/support/band_10240_64_64.hpp"
+#include "engine/support/band_128_32_32.hpp"
+#include "engine/support/band_256_64_64.hpp"
+#include "engine/support/band_64_32_32.hpp"
+#include "engine/support/death.hpp"
+#include "engine/support/models.hpp"
+
+namespace {
+
+using namespace orvex;
+using namespace engine_tests;
+
+std::unique_ptr<qb64_32_32::WMAT> matrix64(const Model& model) {
+    return std::unique_ptr<qb64_32_32::WMAT>(qb64_32_32::load_matrix(model.impl()));
+}
+
+std::unique_ptr<qb128_32_32::WMAT> matrix128(const Model& model) {
+    return std::unique_ptr<qb128_32_32::WMAT>(qb128_32_32::load_matrix(model.impl()));
+}
+
+std::unique_ptr<qb256_64_64::WMAT> matrix256(const Model& model) {
+    return std::unique_ptr<qb256_64_64::WMAT>(qb256_64_64::load_matrix(model.impl()));
+}
+
+TEST(Wmat, TheRecordHasNoPadding) {
+    using WIDE = qb256_64_64::WMAT;
+    EXPECT_EQ(offsetof(WIDE, w), 0u);
+    EXPECT_EQ(offsetof(WIDE, diag), 256u * 256 * 8);
+    EXPECT_EQ(offsetof(WIDE, n), 256u * 256 * 8 + 256 * 8);
+    EXPECT_EQ(sizeof(WIDE), 256u * 256 * 8 + 256 * 8 + 4);
+    using NARROW = qb64_32_32::WMAT;
+    EXPECT_EQ(offsetof(NARROW, diag), 64u * 64 * 4);
+    EXPECT_EQ(sizeof(NARROW), 64u * 64 * 4 + 64 * 4 + 4);
+}
+
+TEST(Wmat, TheRecordOf10240BitsHasTheStatedSize) {
+    EXPECT_EQ(sizeof(qb10240_32_32::WMAT), 419471364u);
+    EXPECT_EQ(sizeof(qb10240_64_64::WMAT), 2u * 419471364u - 4);
+}
+
+TEST(Wmat, AModelOfOneVariableLeavesFillerEverywhereElse) {
+    Model model(1, 8);
+    model.set(0, 0, -17);
+    const auto wmat = matrix64(model);
+    EXPECT_EQ(wmat->n, 1);
+    for (int i = 0; i < 64; ++i) {
+        for (int j = 0; j < 64; ++j) {
+            const int expected = i != j ? 0 : i == 0 ? -17 : 255;
+            EXPECT_EQ(wmat->w[i * 64 + j], expected) << i << " " << j;
+        }
+        EXPECT_EQ(wmat->diag[i], i == 0 ? -17 : 255);
+    }
+}
+
+TEST(Wmat, AModelOfTheBandsSizeLeavesNoFiller) {
+    const Model model = random_model(64, 16, 30000, 1);
+    const auto wmat = matrix64(model);
+    for (int i = 0; i < 64; ++i)
+        for (int j = 0; j < 64; ++j)
+            EXPECT_EQ(wmat->w[i * 64 + j], model.get(i, j));
+}
+
+TEST(Wmat, AModelWithoutVariablesIsAllFiller) {
+    const auto wmat = matrix64(Model(0, 8));
+    EXPECT_EQ(wmat->n, 0);
+    EXPECT_EQ(wmat->diag[0], 255);
+    EXPECT_EQ(wmat->w[0], 255);
+    EXPECT_EQ(wmat->w[1], 0);
+}
+
+// Column j stands at place (j % K) * T + j / K of its row, K being the bits of a thread.
+TEST(Wmat, ColumnsArePermutedAndRowsAreNot) {
+    const Model model = random_model(100, 32, 1000000, 2);
+    const auto wmat = matrix128(model);
+    for (int i = 0; i < 128; ++i)
+        for (int j = 0; j < 128; ++j) {
+            const long expected = i < 100 && j < 100 ? model.get(i, j) : i == j ? 255 : 0;
+            EXPECT_EQ(wmat->w[i * 128 + (j % 2) * 64 + j / 2], expected) << i << " " << j;
+        }
+    for (int i = 0; i < 128; ++i)
+        EXPECT_EQ(wmat->diag[(i % 2) * 64 + i / 2], i < 100 ? model.get(i, i) : 255);
+}
+
+TEST(Wmat, KnownPlacesOfColumns) {
+    Model model(128, 32);
+    model.set(3, 5, 42);
+    EXPECT_EQ(matrix128(model)->w[3 * 128 + 66], 42);
+
+    constexpr device::SHAPE shape(10240);
+    EXPECT_EQ(shape.place(1), 1024);
+    EXPECT_EQ(shape.place(10), 1);
+    EXPECT_EQ(shape.place(10239), 10239);
+}
+
+TEST(Wmat, ElementsOfEveryWidthAreRead) {
+    for (const int bits : {8, 16, 32, 64}) {
+        const Model model = random_model(70, bits, 127, 3);
+        const auto wmat = matrix256(model);
+        for (int i = 0; i < 70; ++i)
+            for (int j = 0; j < 70; ++j)
+                EXPECT_EQ(wmat->w[i * 256 + (j % 4) * 64 + j / 4], model.get(i, j)) << bits;
+    }
+}
+
+TEST(Wmat, ElementsAreNarrowedToTheBandsWidth) {
+    Model model(2, 64);
+    model.set(0, 1, (1L << 32) + 5);
+    EXPECT_EQ(matrix64(model)->w[1], 5);
+    EXPECT_EQ(matrix256(model)->w[64], (1L << 32) + 5);
+}
+
+TEST(Wmat, BothTrianglesAreTakenAsTheyAre) {
+    Model model(2, 32);
+    MAT& mat = model.impl().mat;
+    mat.set_func(mat, 0, 1, 7);
+    mat.set_func(mat, 1, 0, 8);
+    const auto wmat = matrix64(model);
+    EXPECT_EQ(wmat->w[0 * 64 + 1], 7);
+    EXPECT_EQ(wmat->w[1 * 64 + 0], 8);
+}
+
+TEST(Wmat, AModelBeyondTheBandIsRefused) {
+    const std::string words = "QUBO probmem bit (65) exceeds Program supporting bit (64)";
+    const Model model(65, 8);
+    EXPECT_ERROR(qb64_32_32::load_matrix(model.impl()), words);
+
+    const auto wmat = matrix64(Model(64, 8));
+    wmat->n = 65;
+    EXPECT_ERROR(wmat->load(model.impl()), words);
+}
+
+TEST(Wmat, TheEnergyOfNoBitsIs0AndOfOneBitItsDiagonalElement) {
+    const Model model = random_model(100, 32, 1000000, 4);
+    const auto wmat = matrix128(model);
+    qb128_32_32::INST_t instance{};
+    instance.energy = 99;
+    EXPECT_EQ(wmat->compEnergy(instance), 0);
+    EXPECT_EQ(instance.energy, 0);
+    for (int i = 0; i < 100; ++i) {
+        instance = {};
+        instance.bits[i / 64] = std::uint64_t{1} << (i % 64);
+        EXPECT_EQ(wmat->compEnergy(instance), model.get(i, i));
+        EXPECT_EQ(instance.energy, model.get(i, i));
+    }
+}
+
+TEST(Wmat, TheEnergyIsTheSumOverTheUpperTriangle) {
+    const Model model = random_model(100, 32, 1000000, 5);
+    const auto wmat = matrix128(model);
+    std::mt19937_64 twister(6);
+    for (int round = 0; round < 20; ++round) {
+        Sol sol(100);
+        for (int i = 0; i < 100; ++i)
+            sol.set(i, twister() & 1);
+        qb128_32_32::INST_t instance{};
+        instance.load(sol);
+        EXPECT_EQ(wmat->compEnergy(instance), energy_of(model, sol));
+    }
+}
+
+TEST(Wmat, TheEnergyIsComputedIn64Bits) {
+    Model model(3, 32);
+    for (int i = 0; i < 3; ++i)
+        model.set(i, i, -2147483648L);
+    model.set(0, 1, -1);
+    qb128_32_32::INST_t instance{};
+    instance.bits[0] = 7;
+    EXPECT_EQ(matrix128(model)->compEnergy(instance), -3 * 2147483648L - 1);
+}
+
+TEST(Wmat, TheEnergyDoesNotLookAtFillerBits) {
+    Model model(3, 32);
+    qb128_32_32::INST_t instance{};
+    instance.bits[0] = ~std::uint64_t{7};
+    instance.bits[1] = ~std::uint64_t{0};
+    EXPECT_EQ(matrix128(model)->compEnergy(instance), 0);
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+// Bands and memory as the program foretells them.
+#include "machine.hpp"
+
+#include <gtest/gtest.h>
+
+namespace orvex::cli::test {
+namespace {
+
+const std::vector<int> SIZES = {64, 128, 192};
+
+std::string band(int size, int width, int arithmetic_bits) {
+    const std::optional<Band> found = band_for(SIZES, size, width, arithmetic_bits);
+    return found ? found->name() : "none";
+}
+
+TEST(BandFor, IsTheSmallestThatHoldsTheModel) {
+    EXPECT_EQ(band(1, 8, 32), "qb64_32_32");
+    EXPECT_EQ(band(64, 32, 32), "qb64_32_32");
+    EXPECT_EQ(band(65, 16, 32), "qb128_32_32");
+    EXPECT_EQ(band(100, 32, 64), "qb128_32_64");
+    EXPECT_EQ(band(100, 64, 32), "qb128_64_64");
+    EXPECT_EQ(band(192, 8, 16), "qb192_32_32");
+    EXPECT_EQ(band(192, 8, 0), "qb192_32_32");
+    EXPECT_EQ(band(193, 8, 32), "none");
+    EXPECT_EQ(band(1, 8, 128), "none");
+}
+
+// The library tells which band it took only by a run.
+TEST(BandFor, AgreesWithTheLibrary) {
+    Solver solver(false);
+    const std::vector<int> sizes = band_sizes(solver);
+    ASSERT_FALSE(sizes.empty());
+    EXPECT_EQ(std::to_string(sizes.back()), solver.get("max_size"));
+    for (const int width : {8, 64}) {
+        for (const int arithmetic : {32, 64}) {
+            const int size = sizes.front();
+            Model model(size, width);
+            model.set(0, 0, -1);
+            Param param;
+            param.set("trial_limit", "1");
+            param.set("arithmetic_bits", std::to_string(arithmetic));
+            const Sol result = solver(model, param);
+            const Band taken = {std::stoi(result.get("solver_size")),
+                                std::stoi(result.get("solver_bits")),
+                                std::stoi(result.get("arithmetic_bits"))};
+            const std::optional<Band> foretold = band_for(sizes, size, width, arithmetic);
+            ASSERT_TRUE(foretold);
+            EXPECT_EQ(foretold->name(), taken.name());
+        }
+    }
+}
+
+TEST(MemoryOfRun, IsThatOfTheMatrices) {
+    const Memory memory = memory_of_run(10000, 16, {10240, 32, 32});
+    EXPECT_EQ(memory.model, 200'000'000);
+    EXPECT_EQ(memory.record, 419'471'364);
+    EXPECT_EQ(memory.total(), memory.model + memory.record + memory.rest);
+    EXPECT_EQ(memory_of_run(10000, 64, {10240, 64, 64}).record, 2 * 419'471'364L - 4);
+    // The largest model does not overflow.
+    EXPECT_EQ(memory_of_run(65536, 64, {65536, 64, 64}).model, 1L << 35);
+}
+
+TEST(Machine, HasMemory) {
+    EXPECT_GT(machine_memory(), 100L << 20);
+    EXPECT_GT(free_memory(), 0);
+    EXPECT_LE(free_memory(), machine_memory());
+}
+
+TEST(BytesText, HasThreeDigits) {
+    EXPECT_EQ(bytes_text(0), "0 KiB");
+    EXPECT_EQ(bytes_text(1536), "1.5 KiB");
+    EXPECT_EQ(bytes_text(64L << 20), "64 MiB");
+    EXPECT_EQ(bytes_text(1000L << 20), "0.977 GiB");
+    EXPECT_EQ(bytes_text(34359738368), "32 GiB");
+}
+
+}  // namespace
+}  // namespace orvex::cli::test

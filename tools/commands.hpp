@@ -1,0 +1,35 @@
+// The three commands, with what the command line says for each. They return the exit status and
+// throw InputError for wrong input.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvex::cli {
+
+/** Seconds that a run takes when nothing is said about when it ends. */
+inline constexpr long DEFAULT_TIME_LIMIT = 10;
+
+struct SolveOptions {
+    std::string file;
+    std::optional<double> time_limit;  ///< seconds; 0: none
+    std::optional<long> target;
+    std::optional<long> trials;
+    std::vector<std::pair<std::string, std::string>> params;  ///< as given, in this order
+    std::string start;                                        ///< file; empty: none
+    std::string output;                                       ///< file; empty: none
+    bool json = false;
+    bool quiet = false;
+};
+
+int solve(const SolveOptions& options);
+int check(const std::string& file, bool json);
+int info(bool json);
+
+/** The words of the command line as SolveOptions::params. @throws InputError */
+std::vector<std::pair<std::string, std::string>> parse_params(
+    const std::vector<std::string>& words);
+
+}  // namespace orvex::cli

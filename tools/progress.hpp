@@ -1,0 +1,60 @@
+// What a run shows while it runs, on standard error: on a terminal one line that is redrawn, and
+// elsewhere a line for each improvement, but not more than one in half a second, so that a log
+// stays readable. Invariant: what is shown last before the end is the run's best.
+#pragma once
+
+#include <chrono>
+#include <ostream>
+#include <string>
+
+namespace orvex::cli {
+
+/** A moment of a run. Times are in seconds. */
+struct Moment {
+    double elapsed = 0;
+    double limit = 0;       ///< of the run; 0 if there is none
+    bool has_best = false;  ///< whether a solution has been found yet
+    long best = 0;          ///< its energy
+    double best_time = 0;   ///< when it was found
+    long flips = 0;
+};
+
+/** The line of a terminal, cut to its width. */
+std::string live_line(const Moment& moment, int columns);
+
+/** The line of a log. */
+std::string log_line(const Moment& moment);
+
+/** A rate with the prefix that leaves three digits, such as "12.3 M" or "850 ". */
+std::string rate_text(double per_second);
+
+class Progress {
+  public:
+    enum class Style { QUIET, LOG, LIVE };
+
+    Progress(Style style, std::ostream& out) : style_(style), out_(out) {}
+
+    /** The style that suits standard error. */
+    static Style style_for_stderr(bool quiet);
+
+    void begin(const Moment& moment);
+
+    /** Something may have changed; `improved` says whether the best has. */
+    void update(const Moment& moment, bool improved);
+
+    /** The run has ended: the terminal's line goes, a log gets what it has not seen yet. */
+    void end();
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    void draw(const Moment& moment);
+
+    Style style_;
+    std::ostream& out_;
+    Clock::time_point drawn_{};  // when something was shown last
+    bool pending_ = false;       // an improvement has not been shown
+    Moment last_;
+};
+
+}  // namespace orvex::cli
