@@ -44,11 +44,12 @@ message(STATUS "CUDA ${CMAKE_CUDA_COMPILER_VERSION}, kernels for ${ORVEX_CUDA_AR
 function(orvex_add_kernels name)
   add_library(${name} OBJECT ${ARGN})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/src")
+  set(launcher "${PROJECT_SOURCE_DIR}/cmake/keep-report.sh" ${CMAKE_CUDA_COMPILER_LAUNCHER})
   set_target_properties(${name} PROPERTIES
     CUDA_SEPARABLE_COMPILATION OFF
     CUDA_VISIBILITY_PRESET hidden
     # Keeps the assembler's report of every unit beside its object.
-    CUDA_COMPILER_LAUNCHER "${PROJECT_SOURCE_DIR}/cmake/keep-report.sh;${CMAKE_CUDA_COMPILER_LAUNCHER}")
+    CUDA_COMPILER_LAUNCHER "${launcher}")
   target_compile_options(${name} PRIVATE
     --expt-relaxed-constexpr
     # One rounding per operation everywhere: thresholds must come out equal on every machine.

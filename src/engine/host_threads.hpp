@@ -47,7 +47,7 @@ struct HOST_THREADS {
 /** Every block has two instances waiting before the kernel exists. */
 inline void HOST_THREAD::set_func() {
     INST_t* rings = gv->rings[static_cast<std::size_t>(island->gpu)];
-    island->send_ring = rings + 2 * island->local * gv->ring_size;
+    island->send_ring = rings + std::ptrdiff_t{2} * island->local * gv->ring_size;
     island->recv_ring = island->send_ring + gv->ring_size;
     island->sendRandom(2 * gv->blocks_per_island);
 }

@@ -28,12 +28,13 @@ inline void check_model_fits(int n) {
                    std::to_string(S) + ")");
 }
 
-/** Writes `count` elements of a model's row, from column 0 on, into row order. */
+/** Writes the first `count` elements of a model's row into row order. */
 template <class X>
 void permute_row(E* row, const X* elements, int count) {
-    for (int t = 0, j = 0; j < count; ++t)
-        for (int c = 0; c < BLOCK_SHAPE.own && j < count; ++c, ++j)
-            row[c * T + t] = static_cast<E>(elements[j]);
+    constexpr int OWN = BLOCK_SHAPE.own;
+    for (int c = 0; c < OWN; ++c)
+        for (int t = 0; t * OWN + c < count; ++t)
+            row[c * T + t] = static_cast<E>(elements[t * OWN + c]);
 }
 
 /** Fills the record from the model; `n` has been set before. */

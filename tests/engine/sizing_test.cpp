@@ -93,15 +93,13 @@ TEST_F(Sizing, MoreKeptIslandsThanIslandsAreCutDown) {
 }
 
 TEST_F(Sizing, AShapeThatCannotBeLaunchedIsReported) {
-    const auto end_with_report = [](const char* key, const char* value) {
+    const auto end_with_report = [this](const char* key, const char* value) {
         const std::string report =
             "\\[CUDA Error\\] invalid configuration argument \\(code: 9\\) at main_program.hpp "
             "line [0-9]+\n";
-        const Model model(3, 8);
-        const Param param = settings({{key, value}});
-        Sol sol(3);
+        param = settings({{key, value}});
         GTEST_FLAG_SET(death_test_style, "threadsafe");
-        EXPECT_EXIT(band::band_solve(sol.impl(), model.impl(), param.impl(), nullptr),
+        EXPECT_EXIT(band::band_solve(result.impl(), model.impl(), param.impl(), nullptr),
                     testing::ExitedWithCode(9), testing::MatchesRegex(report))
             << key << " " << value;
     };
@@ -115,7 +113,7 @@ TEST_F(Sizing, AShapeThatCannotBeLaunchedIsReported) {
 TEST_F(Sizing, EverySeedHasItsOutermostBitsSet) {
     size(2, 4);
     band::make_seeds();
-    EXPECT_EQ(run->seeds.size(), 2u * 35 * band::T) << "35 blocks are launched on each device";
+    EXPECT_EQ(run->seeds.size(), 2u * 33 * band::T) << "3 * 11 blocks are launched on a device";
     for (const unsigned long seed : run->seeds)
         EXPECT_EQ(seed & 0x8000000000000001, 0x8000000000000001);
     EXPECT_NE(run->seeds[0], run->seeds[1]);

@@ -119,7 +119,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::loadTarget() {
     const int shift = thread_ * K % 32;
     const auto at = [&](int i) { return i < S / 32 ? std::uint64_t{peek(words[i])} : 0u; };
     std::uint64_t own = (at(word) | at(word + 1) << 32) >> shift;
-    if (K > 32 && shift != 0) own |= at(word + 2) << (64 - shift);
+    if (K > 32 && shift != 0) own |= at(word + 2) << (64 - shift) % 64;
     constexpr std::uint64_t OWN_MASK = ~std::uint64_t{0} >> (64 - K);
     shared_.target_bits[thread_] = static_cast<BITS>(own & OWN_MASK);
 

@@ -5,7 +5,7 @@
 struct WMAT;
 struct INST_t;
 
-__constant__ alignas(8) GPU_PARAMS device_gp;  ///< the host writes it before a launch
+__constant__ GPU_PARAMS device_gp alignas(8);  ///< the host writes it before a launch
 
 __global__ void ORVEX(unsigned int /*id*/, unsigned long* seeds, WMAT& wmat, unsigned int ring_size,
                       unsigned char islands_per_gpu, INST_t* rings, int* /*kernel_ints*/,

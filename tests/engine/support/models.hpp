@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <random>
+#include <vector>
 
 #include "orvex/orvex.hpp"
 
@@ -41,17 +42,23 @@ inline long energy_of(const orvex::Model& model, const orvex::Sol& sol) {
  * bit.
  */
 inline long lowest_energy(const orvex::Model& model) {
-    const int n = model.impl().size;
-    orvex::Sol sol(n);
+    const std::size_t n = static_cast<std::size_t>(model.impl().size);
+    std::vector<long> weights(n * n);
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+            weights[i * n + j] = model.get(static_cast<int>(i), static_cast<int>(j));
+
+    unsigned long ones = 0;
     long energy = 0;
     long lowest = 0;
     for (unsigned long step = 1; step < 1UL << n; ++step) {
-        const int flipped = __builtin_ctzl(step);
-        long gain = model.get(flipped, flipped);
-        for (int j = 0; j < n; ++j)
-            if (j != flipped && sol.get(j)) gain += model.get(flipped, j);
-        energy += sol.get(flipped) ? -gain : gain;
-        sol.set(flipped, !sol.get(flipped));
+        const std::size_t flipped = static_cast<std::size_t>(__builtin_ctzl(step));
+        const unsigned long bit = 1UL << flipped;
+        long gain = weights[flipped * n + flipped];
+        for (unsigned long others = ones & ~bit; others != 0; others &= others - 1)
+            gain += weights[flipped * n + static_cast<std::size_t>(__builtin_ctzl(others))];
+        energy += ones & bit ? -gain : gain;
+        ones ^= bit;
         lowest = std::min(lowest, energy);
     }
     return lowest;

@@ -67,11 +67,17 @@ class ON_EVENT : public orvex::Callback {
     ACTION action_;
 };
 
-/** The machine seems to have this many devices for as long as the object lives. */
+/**
+ * The machine seems to have this many devices for as long as the object lives; before they vanish,
+ * the bands give back what they keep on them.
+ */
 class PRESENTED_DEVICES {
   public:
     explicit PRESENTED_DEVICES(int count) { orvex::platform::present_devices(count); }
-    ~PRESENTED_DEVICES() { orvex::platform::present_devices(1); }
+    ~PRESENTED_DEVICES() {
+        qubo_release();
+        orvex::platform::present_devices(1);
+    }
     PRESENTED_DEVICES(const PRESENTED_DEVICES&) = delete;
     PRESENTED_DEVICES& operator=(const PRESENTED_DEVICES&) = delete;
 };

@@ -1,0 +1,127 @@
+// How a CPU block selects the bit of a step: the walk, the descent and the flip rules.
+#include <algorithm>
+
+#include "engine/device/cpu_block.hpp"
+#include "engine/device/formulas.hpp"
+
+namespace orvex::device {
+
+template <class E, class D>
+bool CPU_BLOCK<E, D>::walkToTarget() {
+    record.walk_min = ops_.lowestDiffering(arrays_);
+    if (record.walk_min == BLOCK_RECORD<D>::MAX) return false;
+    record.selected = ops_.findDiffering(arrays_, record.walk_min);
+    return true;
+}
+
+template <class E, class D>
+bool CPU_BLOCK<E, D>::descend() {
+    record.descent_min = lowest_ < 0 ? lowest_ : BLOCK_RECORD<D>::MAX;
+    if (lowest_ >= 0) return false;
+    record.selected = ops_.find(arrays_, lowest_);
+    return true;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::startSearch() {
+    record.step = 0;
+    if (record.type.A != CYCLIC_MIN) std::fill_n(arrays_.tabu, arrays_.shape.size, std::uint8_t{0});
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectMaxMin() {
+    const DELTA_RANGE<D> range = ops_.freeRange(arrays_);
+    record.maxmin_low = range.low;
+    record.maxmin_high = range.high;
+    unsigned long& first = arrays_.generators[0];
+    first = xor_shift(first);
+    record.maxmin_threshold =
+        maxmin_threshold(range.low, range.high, unit_draw(first), record.step, record.steps);
+    record.maxmin_bid = ops_.drawBelow(arrays_, record.maxmin_threshold);
+
+    const int winner = record.maxmin_bid & BID_THREAD;
+    const int threads = arrays_.shape.threads;
+    if (winner >= threads) return;  // nobody bid: the last selection stands
+    const auto eligible = [&](int c) {
+        const int p = c * threads + winner;
+        return arrays_.tabu[p] == 0 && arrays_.delta[p] <= record.maxmin_threshold;
+    };
+    std::uint32_t count = 0;
+    for (int c = 0; c < arrays_.shape.own; ++c)
+        count += eligible(c);
+    std::int32_t r = 0;
+    if (count != 1) {
+        unsigned long& generator = arrays_.generators[winner];
+        generator = xor_shift(generator);
+        r = remainder_pick(high_word(generator), count);
+    }
+    int own = 0;
+    for (int c = 0; r >= 0 && c < arrays_.shape.own; ++c)
+        if (eligible(c) && r-- == 0) own = c;
+    record.selected = winner * arrays_.shape.own + own;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectPositiveMin() {
+    record.positive_low = ops_.lowestPositive(arrays_);
+    const D m = record.positive_low == BLOCK_RECORD<D>::MAX ? 0 : record.positive_low;
+    record.positive_threshold = m;
+    record.positive_count = ops_.countEqual(arrays_, m);
+    record.positive_bid = ops_.drawWeighted(arrays_, m, tied_weight(record.positive_count));
+
+    const int winner = record.positive_bid & BID_THREAD;
+    const int threads = arrays_.shape.threads;
+    if (winner >= threads) return;  // nobody bid: the last selection stands
+    std::uint32_t below = 0;
+    std::uint32_t tied = 0;
+    int first_free = 0;
+    for (int c = arrays_.shape.own - 1; c >= 0; --c) {
+        const int p = c * threads + winner;
+        if (arrays_.tabu[p] != 0 || arrays_.delta[p] > m) continue;
+        first_free = c;
+        ++(arrays_.delta[p] < m ? below : tied);
+    }
+    int own = first_free;
+    if (below + tied != 1) {
+        const std::uint32_t count = static_cast<std::uint32_t>(record.positive_count);
+        std::int32_t r = remainder_pick(low_word(arrays_.generators[winner]), count * below + tied);
+        for (own = 0; own < arrays_.shape.own; ++own) {
+            const D delta = arrays_.delta[own * threads + winner];
+            r -= delta < m ? record.positive_count : delta == m ? 1 : 0;
+            if (r < 0) break;
+        }
+    }
+    record.selected = winner * arrays_.shape.own + own;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectCyclicMin() {
+    const int threads = arrays_.shape.threads;
+    const int width = cyclic_span_width(record.step, record.steps, threads);
+    const int end = record.cycle_start + width;
+    const int first_end = std::min(end, threads);
+    const int wrapped_end = end - first_end;  // the span goes on at thread 0
+    record.cyclic_low = std::min(ops_.lowestInSpan(arrays_, record.cycle_start, first_end),
+                                 ops_.lowestInSpan(arrays_, 0, wrapped_end));
+    if (record.cyclic_low == BLOCK_RECORD<D>::MAX) {
+        record.selected = record.cycle_start * arrays_.shape.own;
+    } else {
+        record.selected =
+            ops_.findInSpan(arrays_, record.cycle_start, first_end, record.cyclic_low);
+        if (record.selected < 0)
+            record.selected = ops_.findInSpan(arrays_, 0, wrapped_end, record.cyclic_low);
+    }
+    record.cycle_start = end % threads;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::selectRandomMin() {
+    record.random_threshold = random_threshold(record.step, record.steps);
+    record.selected = ops_.race(arrays_, record.random_threshold);
+}
+
+template class CPU_BLOCK<std::int32_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t>;
+template class CPU_BLOCK<std::int64_t, std::int64_t>;
+
+}  // namespace orvex::device

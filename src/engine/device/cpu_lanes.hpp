@@ -1,0 +1,159 @@
+// What the loops of a CPU block share: bytes and deltas as vector lanes, minima and searches under
+// a condition, generators advanced as vectors. Included once per instruction set.
+#if defined(ORVEX_CPU_LANES_HPP) == defined(HWY_TARGET_TOGGLE)
+#ifdef ORVEX_CPU_LANES_HPP
+#undef ORVEX_CPU_LANES_HPP
+#else
+#define ORVEX_CPU_LANES_HPP
+#endif
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include <hwy/highway.h>
+
+#include "engine/device/formulas.hpp"
+#include "engine/device/shape.hpp"
+
+HWY_BEFORE_NAMESPACE();
+namespace orvex::device::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class D>
+inline constexpr D MAX = std::numeric_limits<D>::max();
+
+/** N bytes from `bytes` on as lanes, sign-extended. */
+template <class TAG>
+hn::Vec<TAG> widenBytes(TAG lanes, const std::int8_t* bytes) {
+    if constexpr (sizeof(hn::TFromD<TAG>) == 8) {
+        const hn::Rebind<std::int32_t, TAG> half;
+        return hn::PromoteTo(lanes, widenBytes(half, bytes));
+    } else {
+        const hn::Rebind<std::int8_t, TAG> narrow;
+        return hn::PromoteTo(lanes, hn::LoadU(narrow, bytes));
+    }
+}
+
+/** Lanes of the bits that are free, by their tabu bytes. */
+template <class TAG>
+hn::Mask<TAG> freeLanes(TAG lanes, const std::uint8_t* tabu) {
+    const auto counters = widenBytes(lanes, reinterpret_cast<const std::int8_t*>(tabu));
+    return hn::Eq(counters, hn::Zero(lanes));
+}
+
+/** The lowest delta of the lanes from `first` to before `last` for which plays(place, deltas). */
+template <class D, class PLAYS>
+D lowestWhere(const D* delta, int first, int last, PLAYS plays) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto none = hn::Set(lanes, MAX<D>);
+    auto low = none;
+    for (int p = first; p < last; p += step) {
+        const auto values = hn::LoadU(lanes, delta + p);
+        low = hn::Min(low, hn::IfThenElse(plays(p, values), values, none));
+    }
+    return hn::GetLane(hn::MinOfLanes(lanes, low));
+}
+
+/** Bit i is lane i. */
+template <class TAG>
+std::uint64_t maskBits(TAG lanes, hn::Mask<TAG> mask) {
+    std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(lanes, mask, bytes);
+    std::uint64_t bits;
+    std::memcpy(&bits, bytes, sizeof(bits));
+    return bits;
+}
+
+/** Calls visit(lane) for every true lane, in ascending order. */
+template <class TAG, class VISIT>
+void forEachLane(TAG lanes, hn::Mask<TAG> mask, VISIT visit) {
+    if (hn::AllFalse(lanes, mask)) return;
+    for (std::uint64_t bits = maskBits(lanes, mask); bits != 0; bits &= bits - 1)
+        visit(__builtin_ctzll(bits));
+}
+
+/** The lanes of the vector at `t` that lie within [first, last). */
+template <class TAG>
+hn::Mask<TAG> lanesIn(TAG lanes, int t, int first, int last) {
+    const auto before_last = hn::FirstN(lanes, static_cast<std::size_t>(last - t));
+    const auto before_first = hn::FirstN(lanes, static_cast<std::size_t>(std::max(first - t, 0)));
+    return hn::AndNot(before_first, before_last);
+}
+
+/** Index of the last true lane, or -1. */
+template <class TAG>
+int lastTrue(TAG lanes, hn::Mask<TAG> mask) {
+    const std::uint64_t bits = maskBits(lanes, mask);
+    return bits == 0 ? -1 : 63 - __builtin_clzll(bits);
+}
+
+/**
+ * The bit of the highest thread from `first` to before `last` with an own bit in a lane for which
+ * matches(place), the lowest such own bit of it; -1 if there is none. Lanes of threads before
+ * `first` are looked at together with the first one and dropped.
+ */
+template <class D, class MATCHES>
+int findLast(const SHAPE& shape, int first, int last, MATCHES matches) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    int best_thread = first - 1;
+    int best_own = 0;
+    for (int c = 0; c < shape.own; ++c) {
+        const int chunk = c * shape.threads;
+        // T is a multiple of the number of lanes: begin from the whole vector that holds last - 1.
+        for (int t = (last - 1) / step * step; t + step - 1 > best_thread; t -= step) {
+            auto mask = matches(chunk + t);
+            if (hn::AllFalse(lanes, mask)) continue;
+            if (t + step > last) mask = hn::And(mask, lanesIn(lanes, t, 0, last));
+            const int thread = t + lastTrue(lanes, mask);
+            if (thread > best_thread && thread >= t) {
+                best_thread = thread;
+                best_own = c;
+                break;
+            }
+        }
+    }
+    return best_thread < first ? -1 : best_thread * shape.own + best_own;
+}
+
+/** D as lanes of 64 bits, beside the generators' states. */
+template <class TAG, class D>
+hn::Vec<TAG> widenDeltas(TAG lanes, const D* deltas) {
+    if constexpr (sizeof(D) == 8) {
+        return hn::LoadU(lanes, deltas);
+    } else {
+        const hn::Rebind<D, TAG> narrow;
+        return hn::PromoteTo(lanes, hn::LoadU(narrow, deltas));
+    }
+}
+
+/** One step of the generator in every lane. */
+template <class V>
+V xorShiftLanes(V x) {
+    x = hn::Xor(x, hn::ShiftLeft<13>(x));
+    x = hn::Xor(x, hn::ShiftRight<7>(x));
+    return hn::Xor(x, hn::ShiftLeft<17>(x));
+}
+
+/** The threads at `t` whose bits are set move their generators on; the highest of their bids. */
+template <class TAG>
+hn::Vec<TAG> drawLanes(TAG lanes, unsigned long* generators, int t, std::uint64_t bits) {
+    const hn::RebindToUnsigned<TAG> states;
+    std::uint8_t bytes[8];
+    std::memcpy(bytes, &bits, sizeof(bytes));
+    const auto draws = hn::LoadMaskBits(lanes, bytes);
+    const auto moved = xorShiftLanes(hn::Load(states, generators + t));
+    hn::BlendedStore(moved, hn::RebindMask(states, draws), states, generators + t);
+    const auto rank = hn::And(moved, hn::Set(states, BID_RANK));
+    const auto bids = hn::Or(hn::BitCast(lanes, rank), hn::Iota(lanes, t));
+    return hn::IfThenElse(draws, bids, hn::Set(lanes, -1));
+}
+
+}  // namespace orvex::device::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard per target

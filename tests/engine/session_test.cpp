@@ -1,0 +1,209 @@
+// What a band keeps between calls: the matrix of the last model, and nothing when it is released.
+#include "engine/support/band_128_32_32.hpp"
+#include "engine/support/band_64_32_32.hpp"
+#include "engine/support/runs.hpp"
+
+namespace {
+
+using namespace orvex;
+using namespace engine_tests;
+namespace band = qb128_32_32;
+
+class Session : public testing::Test {
+  protected:
+    Session() { band::qubo_releaser(); }
+    ~Session() override {
+        band::qubo_releaser();
+        qb64_32_32::qubo_releaser();
+    }
+
+    /** What a run of the model needed; `owned` tells whether it had to load the matrix. */
+    struct NEED {
+        long large_allocations;
+        bool owned;
+    };
+    NEED run(const Model& of, SETTINGS more = {}) {
+        NEED need{};
+        ON_EVENT callback([&](ON_EVENT&, const std::string&) { need.owned = band::gv->owns_wmat; });
+        Param param = settings(more);
+        param.set("trial_limit", "5");
+        param.set(callback);
+        const long before = platform::large_allocations();
+        solve(band::band_solve, of, param);
+        need.large_allocations = platform::large_allocations() - before;
+        return need;
+    }
+
+    static int deviceCopies() {
+        return static_cast<int>(std::count_if(band::session.device_wmat.begin(),
+                                              band::session.device_wmat.end(),
+                                              [](const band::WMAT* copy) { return copy; }));
+    }
+
+    static void expectEmpty() {
+        EXPECT_EQ(band::session.model, nullptr);
+        EXPECT_EQ(band::session.model_stamp, 0u);
+        EXPECT_EQ(band::session.host_wmat, nullptr);
+        EXPECT_TRUE(band::session.device_wmat.empty());
+    }
+
+    Model model = random_model(100, 16, 1000, 1);
+};
+
+TEST_F(Session, IsEmptyAtFirst) {
+    expectEmpty();
+}
+
+TEST_F(Session, ARunLeavesTheMatrixOnHostAndDevices) {
+    EXPECT_TRUE(run(model).owned);
+    EXPECT_EQ(band::session.model, &model.impl());
+    EXPECT_EQ(band::session.model_stamp, model.impl().revision);
+    ASSERT_NE(band::session.host_wmat, nullptr);
+    EXPECT_EQ(band::session.host_wmat->n, 100);
+    EXPECT_EQ(deviceCopies(), 1);
+}
+
+TEST_F(Session, ASecondRunOfTheModelLoadsNothing) {
+    const NEED first = run(model);
+    const band::WMAT* const host = band::session.host_wmat;
+    const band::WMAT* const on_device = band::session.device_wmat[0];
+    const NEED second = run(model);
+    EXPECT_FALSE(second.owned);
+    EXPECT_EQ(second.large_allocations, first.large_allocations - 1) << "all but the matrix";
+    EXPECT_EQ(band::session.host_wmat, host);
+    EXPECT_EQ(band::session.device_wmat[0], on_device);
+}
+
+TEST_F(Session, AChangedModelIsLoadedAnew) {
+    run(model);
+    model.set(0, 0, 77);
+    EXPECT_TRUE(run(model).owned);
+    EXPECT_EQ(band::session.model_stamp, model.impl().revision);
+    EXPECT_EQ(band::session.host_wmat->diag[0], 77);
+}
+
+TEST_F(Session, AnotherModelIsLoadedInItsPlace) {
+    run(model);
+    const Model other = random_model(20, 16, 1000, 2);
+    EXPECT_TRUE(run(other).owned);
+    EXPECT_EQ(band::session.model, &other.impl());
+    EXPECT_EQ(band::session.host_wmat->n, 20);
+}
+
+TEST_F(Session, WhileARunUsesItsCopyTheSessionHasNone) {
+    run(model);
+    int during = -1;
+    ON_EVENT callback([&](ON_EVENT&, const std::string&) { during = deviceCopies(); });
+    Param param = settings({{"trial_limit", "1"}});
+    param.set(callback);
+    solve(band::band_solve, model, param);
+    EXPECT_EQ(during, 0);
+    EXPECT_EQ(deviceCopies(), 1);
+}
+
+TEST_F(Session, ReleasingGivesEverythingBackAndMayBeRepeated) {
+    run(model);
+    band::qubo_releaser();
+    expectEmpty();
+    band::qubo_releaser();
+    expectEmpty();
+    EXPECT_TRUE(run(model).owned) << "loaded afresh";
+}
+
+TEST_F(Session, APreparedModelNeedsNoLoading) {
+    band::qubo_preparer(model.impl(), Param().impl());
+    EXPECT_EQ(band::session.model, &model.impl());
+    EXPECT_EQ(deviceCopies(), 1);
+    const band::WMAT* const host = band::session.host_wmat;
+    EXPECT_FALSE(run(model).owned);
+    EXPECT_EQ(band::session.host_wmat, host);
+}
+
+TEST_F(Session, PreparingTwiceLoadsOnce) {
+    band::qubo_preparer(model.impl(), Param().impl());
+    const long before = platform::large_allocations();
+    const band::WMAT* const host = band::session.host_wmat;
+    band::qubo_preparer(model.impl(), Param().impl());
+    EXPECT_EQ(platform::large_allocations(), before);
+    EXPECT_EQ(band::session.host_wmat, host);
+}
+
+TEST_F(Session, PreparingAChangedModelLoadsItAnew) {
+    band::qubo_preparer(model.impl(), Param().impl());
+    model.set(0, 0, 78);
+    band::qubo_preparer(model.impl(), Param().impl());
+    EXPECT_EQ(band::session.host_wmat->diag[0], 78);
+    EXPECT_EQ(band::session.model_stamp, model.impl().revision);
+}
+
+TEST_F(Session, APreparedModelThatHasChangedSinceIsLoadedByTheRun) {
+    band::qubo_preparer(model.impl(), Param().impl());
+    model.set(0, 0, 79);
+    EXPECT_TRUE(run(model).owned);
+    EXPECT_EQ(band::session.host_wmat->diag[0], 79);
+}
+
+TEST_F(Session, PreparingUsesTheDevicesAskedForAndAllForOtherNumbers) {
+    const PRESENTED_DEVICES three(3);
+    for (const auto& [value, copies] : {std::pair("2", 2), std::pair("0", 3), std::pair("-1", 3),
+                                        std::pair("100", 3), std::pair("1 junk", 1)}) {
+        band::qubo_releaser();
+        band::qubo_preparer(model.impl(), settings({{"gpus", value}}).impl());
+        EXPECT_EQ(deviceCopies(), copies) << value;
+    }
+}
+
+TEST_F(Session, PreparingOnMoreDevicesAddsTheMissingCopies) {
+    const PRESENTED_DEVICES three(3);
+    band::qubo_preparer(model.impl(), settings({{"gpus", "1"}}).impl());
+    band::qubo_preparer(model.impl(), Param().impl());
+    EXPECT_EQ(deviceCopies(), 3);
+}
+
+TEST_F(Session, ARunOnMoreDevicesAddsTheMissingCopies) {
+    const PRESENTED_DEVICES three(3);
+    band::qubo_preparer(model.impl(), settings({{"gpus", "1"}}).impl());
+    EXPECT_FALSE(run(model).owned);
+    EXPECT_EQ(deviceCopies(), 3);
+}
+
+TEST_F(Session, ARunOnFewerDevicesKeepsTheOtherCopies) {
+    const PRESENTED_DEVICES three(3);
+    band::qubo_preparer(model.impl(), Param().impl());
+    run(model, {{"gpus", "2"}});
+    EXPECT_EQ(deviceCopies(), 3);
+}
+
+TEST_F(Session, PreparingLooksAtNoOtherKey) {
+    band::qubo_preparer(model.impl(), settings({{"no_such_key", "x"}}).impl());
+    EXPECT_EQ(deviceCopies(), 1);
+}
+
+TEST_F(Session, PreparingWithANumberOfDevicesThatIsNoneThrows) {
+    try {
+        band::qubo_preparer(model.impl(), settings({{"gpus", "all"}}).impl());
+        FAIL() << "no exception";
+    } catch (const std::invalid_argument& error) {
+        EXPECT_STREQ(error.what(), "stoi");
+    }
+    try {
+        band::qubo_preparer(model.impl(), settings({{"gpus", "99999999999"}}).impl());
+        FAIL() << "no exception";
+    } catch (const std::out_of_range& error) {
+        EXPECT_STREQ(error.what(), "stoi");
+    }
+    expectEmpty();
+}
+
+TEST_F(Session, EachBandHasItsOwn) {
+    run(model);
+    const Model small = random_model(30, 16, 1000, 3);
+    solve(qb64_32_32::band_solve, small, settings({{"trial_limit", "5"}}));
+    EXPECT_EQ(qb64_32_32::session.model, &small.impl());
+    EXPECT_EQ(band::session.model, &model.impl());
+    EXPECT_FALSE(run(model).owned);
+    qb64_32_32::qubo_releaser();
+    EXPECT_EQ(band::session.model, &model.impl());
+}
+
+}  // namespace
