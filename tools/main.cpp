@@ -102,7 +102,10 @@ int main_of(int argc, char** argv) {
         return line.app.exit(error) == 0 ? EXIT_NORMAL : EXIT_BAD_INPUT;
     }
     try {
-        return line.run();
+        const int status = line.run();
+        if (status == EXIT_NORMAL && !std::cout.flush())
+            return fail(EXIT_NOT_WRITTEN, "Cannot write to standard output");
+        return status;
     } catch (const InputError& error) {
         return fail(EXIT_BAD_INPUT, error.what());
     } catch (const EnergyMismatch& error) {

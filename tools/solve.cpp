@@ -99,7 +99,7 @@ int solve(const SolveOptions& options) {
         std::cerr << "Error: Cannot write " << options.output << std::endl;
         return EXIT_NOT_WRITTEN;
     }
-    return std::cout.good() ? EXIT_NORMAL : EXIT_NOT_WRITTEN;
+    return EXIT_NORMAL;
 }
 
 }  // namespace orvex::cli

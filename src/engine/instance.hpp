@@ -27,7 +27,8 @@ struct INST_t : INST_BODY<WORDS>, INST_TAIL {
         algorithm = NO_ALGORITHM;
     }
 
-    /** Takes over the words of a caller's solution; words that it does not have stay as they are. */
+    /** Takes over the words of a caller's solution; words that it does not have stay as they are.
+     */
     void loadWords(const Sol::Impl& sol) {
         for (int w = 0; w < std::min(sol.words, WORDS); ++w)
             set_relaxed(bits[w], sol.data[static_cast<std::size_t>(w)]);

@@ -1,10 +1,9 @@
 // A solve where no GPU is to be seen ends the process with status 1 and says why. Run with no
 // device visible, so that it holds on any machine.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <orvex/orvex.hpp>
 

@@ -138,9 +138,7 @@ class BENCH {
     TRACED<BLOCK> block;
 
   private:
-    bool work() {
-        return cycle_ == CYCLE::LIBRARY ? runInstance(block) : runPlainly(block);
-    }
+    bool work() { return cycle_ == CYCLE::LIBRARY ? runInstance(block) : runPlainly(block); }
 
     void afterFlip() {
         ++flips;
@@ -178,9 +176,10 @@ using ALL_BLOCKS = ::testing::Types<
     REFERENCE_BLOCK<std::int32_t, std::int64_t>, REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
 
 /** Those of them whose elements are as wide as their deltas. */
-using SAME_WIDTHS_BLOCKS = ::testing::Types<
-    CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int64_t, std::int64_t>,
-    REFERENCE_BLOCK<std::int32_t, std::int32_t>, REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
+using SAME_WIDTHS_BLOCKS =
+    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int64_t, std::int64_t>,
+                     REFERENCE_BLOCK<std::int32_t, std::int32_t>,
+                     REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
 
 /** Gives each example the types of its block. */
 template <class BLOCK>

@@ -122,8 +122,8 @@ TYPED_TEST(CYCLE_TEST, ABudgetSmallerThanTheWalkStillMeansOneSearchAndOneDescent
     typename TestFixture::MODEL model(64, oneDeepMinimum());
     for (std::uint32_t budget : {0u, 1u, 10u, 12u}) {
         typename TestFixture::ON_BENCH bench(model);
-        const auto result = bench.run(
-            {.target = BITS(10, 1), .algorithm = MAX_MIN, .budget = budget, .steps = 5});
+        const auto result =
+            bench.run({.target = BITS(10, 1), .algorithm = MAX_MIN, .budget = budget, .steps = 5});
         // Ten flips of the walk; one of the search, which finds the minimum that it has just left;
         // one of the descent back to it.
         EXPECT_EQ(result->tail.cycles, 12u);

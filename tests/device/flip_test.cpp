@@ -98,6 +98,9 @@ TYPED_TEST(FLIP_TEST, TheDiagonalElementOfTheRowIsNotUsed) {
         EXPECT_EQ(bench.block.record.overflow, 0);
         EXPECT_TRUE(bench.block.descend());
         EXPECT_EQ(bench.block.record.descent_min, -3);
+        bench.flip(9);
+        EXPECT_EQ(deltaOf(bench.block, 9), 3);
+        EXPECT_FALSE(bench.block.descend());
     }
 }
 

@@ -25,10 +25,10 @@ struct SIZES {
 };
 
 TEST(ShapeTest, ThreadsAndBitsOfAThread) {
-    for (const SIZES& band : {SIZES{64, 64, 1}, SIZES{128, 64, 2}, SIZES{192, 64, 3},
-                              SIZES{256, 64, 4}, SIZES{384, 96, 4}, SIZES{640, 160, 4},
-                              SIZES{4096, 1024, 4}, SIZES{5120, 1024, 5}, SIZES{10240, 1024, 10},
-                              SIZES{65536, 1024, 64}}) {
+    for (const SIZES& band :
+         {SIZES{64, 64, 1}, SIZES{128, 64, 2}, SIZES{192, 64, 3}, SIZES{256, 64, 4},
+          SIZES{384, 96, 4}, SIZES{640, 160, 4}, SIZES{4096, 1024, 4}, SIZES{5120, 1024, 5},
+          SIZES{10240, 1024, 10}, SIZES{65536, 1024, 64}}) {
         const SHAPE shape(band.size);
         EXPECT_EQ(shape.threads, band.threads) << band.size;
         EXPECT_EQ(shape.own, band.own) << band.size;
@@ -243,9 +243,9 @@ TEST(SpanTest, StartsWithSixteenThreads) {
 }
 
 TEST(SpanTest, GrowsWithTheCubeOfTheTime) {
-    EXPECT_EQ(cyclic_span_width(50, 99, 64), 22);        // 48 / 8 + 16
-    EXPECT_EQ(cyclic_span_width(50, 99, 96), 26);        // 80 / 8 + 16
-    EXPECT_EQ(cyclic_span_width(25, 99, 96), 18);        // 80 / 64 + 16, rounded up
+    EXPECT_EQ(cyclic_span_width(50, 99, 64), 22);         // 48 / 8 + 16
+    EXPECT_EQ(cyclic_span_width(50, 99, 96), 26);         // 80 / 8 + 16
+    EXPECT_EQ(cyclic_span_width(25, 99, 96), 18);         // 80 / 64 + 16, rounded up
     EXPECT_EQ(cyclic_span_width(999, 1000, 1024), 1018);  // (999/1001)^3 * 1008 + 16, rounded up
 }
 

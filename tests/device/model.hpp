@@ -5,12 +5,11 @@
 // computed from the function alone, in 64 bits.
 #pragma once
 
-#include <sys/mman.h>
-
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <new>
+#include <sys/mman.h>
 #include <vector>
 
 #include "engine/device/shape.hpp"
@@ -142,8 +141,7 @@ inline ELEMENT ties(std::uint64_t seed) {
 inline ELEMENT shallow(std::uint64_t seed) {
     return [=](int i, int j) {
         if (i != j) return within(mixed(seed, i, j), -6, 12);
-        return mixed(seed, i, i) % 512 == 0 ? std::int64_t{-40}
-                                            : within(mixed(seed, i, i), 20, 90);
+        return mixed(seed, i, i) % 512 == 0 ? std::int64_t{-40} : within(mixed(seed, i, i), 20, 90);
     };
 }
 

@@ -41,8 +41,8 @@ void REFERENCE_BLOCK<E, D>::selectMaxMin() {
 
     thread(0).generator = xor_shift(thread(0).generator);
     const float u = unit_draw(thread(0).generator);
-    record.maxmin_threshold = maxmin_threshold<D>(record.maxmin_low, record.maxmin_high, u,
-                                                  record.step, record.steps);
+    record.maxmin_threshold =
+        maxmin_threshold<D>(record.maxmin_low, record.maxmin_high, u, record.step, record.steps);
 
     record.maxmin_bid = -1;
     for (int t = 0; t < T; ++t) {
@@ -96,7 +96,8 @@ void REFERENCE_BLOCK<E, D>::selectPositiveMin() {
         float w = 0.0f;
         for (int c = 0; c < K; ++c) {
             if (own.free(c) && own.at(c) < m) w += 1.0f;
-            if (own.free(c) && own.at(c) == m) w += 1.0f / static_cast<float>(record.positive_count);
+            if (own.free(c) && own.at(c) == m)
+                w += 1.0f / static_cast<float>(record.positive_count);
         }
         if (!(w > 0.0f)) continue;
         own.generator = xor_shift(own.generator);

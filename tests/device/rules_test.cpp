@@ -55,8 +55,8 @@ TYPED_TEST(RULES_TEST, MaxMinLateInASearchTakesTheLowestFreeDelta) {
 TYPED_TEST(RULES_TEST, MaxMinGivesEveryEligibleBitAnEvenChance) {
     typename TestFixture::MODEL model(256, uncoupled({}, 7));
     typename TestFixture::SEARCHING search(model, 0);
-    const auto count = this->frequencies(search.bench, 25600,
-                                         [&] { search.bench.block.selectMaxMin(); });
+    const auto count =
+        this->frequencies(search.bench, 25600, [&] { search.bench.block.selectMaxMin(); });
     for (int of_bit : count)
         EXPECT_NEAR(of_bit, 100, 50);
 }
@@ -105,8 +105,8 @@ TYPED_TEST(RULES_TEST, PositiveMinDrawsAmongTheGoodBitsAndTheCheapestBadOnesToge
         return std::int64_t{i == 1 || i == 40 || i == 41 ? 6 : 80};
     });
     typename TestFixture::SEARCHING search(model, 0);
-    const auto count = this->frequencies(search.bench, 12000,
-                                         [&] { search.bench.block.selectPositiveMin(); });
+    const auto count =
+        this->frequencies(search.bench, 12000, [&] { search.bench.block.selectPositiveMin(); });
     EXPECT_EQ(search.bench.block.record.positive_threshold, 6);
     EXPECT_EQ(search.bench.block.record.positive_count, 3);
     for (std::size_t good : {0, 9, 20})
@@ -120,8 +120,8 @@ TYPED_TEST(RULES_TEST, PositiveMinWithoutAFreePositiveDeltaLetsTheZerosShareOneW
     typename TestFixture::SEARCHING search(model, 0);
     for (int bit = 4; bit < 64; ++bit)
         tabuOf(search.bench.block, bit) = 1;
-    const auto count = this->frequencies(search.bench, 12000,
-                                         [&] { search.bench.block.selectPositiveMin(); });
+    const auto count =
+        this->frequencies(search.bench, 12000, [&] { search.bench.block.selectPositiveMin(); });
     EXPECT_EQ(search.bench.block.record.positive_threshold, 0);
     EXPECT_NEAR(count[2], 6000, 400);
     for (std::size_t tied : {0, 1, 3})
@@ -133,8 +133,8 @@ TYPED_TEST(RULES_TEST, PositiveMinCountsTiedBitsThatAreNotFreeInTheDivisor) {
     typename TestFixture::SEARCHING search(model, 0);
     for (int bit : {2, 3, 4})
         tabuOf(search.bench.block, bit) = 1;
-    const auto count = this->frequencies(search.bench, 10000,
-                                         [&] { search.bench.block.selectPositiveMin(); });
+    const auto count =
+        this->frequencies(search.bench, 10000, [&] { search.bench.block.selectPositiveMin(); });
     EXPECT_EQ(search.bench.block.record.positive_count, 4);
     EXPECT_NEAR(count[0], 8000, 400);  // 1 against 1/4
     EXPECT_NEAR(count[1], 2000, 400);
@@ -228,8 +228,8 @@ TYPED_TEST(RULES_TEST, CyclicMinSkipsDeltasAtTheMaximum) {
 TYPED_TEST(RULES_TEST, RandomMinLeavesTheLowestDeltaOutOneTimeInTen) {
     typename TestFixture::MODEL model(128, uncoupled({7, -3, 7, -2}, 7));
     typename TestFixture::SEARCHING search(model, 0);
-    const auto count = this->frequencies(search.bench, 10000,
-                                         [&] { search.bench.block.selectRandomMin(); });
+    const auto count =
+        this->frequencies(search.bench, 10000, [&] { search.bench.block.selectRandomMin(); });
     EXPECT_NEAR(count[1], 9000, 200);
     EXPECT_NEAR(count[3], 900, 150);
 }
@@ -237,8 +237,8 @@ TYPED_TEST(RULES_TEST, RandomMinLeavesTheLowestDeltaOutOneTimeInTen) {
 TYPED_TEST(RULES_TEST, RandomMinAtTheLastStepNearlyAlwaysTakesTheLowestDelta) {
     typename TestFixture::MODEL model(128, uncoupled({7, -3, 7, -2}, 7));
     typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
-    const auto count = this->frequencies(late.bench, 2000,
-                                         [&] { late.bench.block.selectRandomMin(); });
+    const auto count =
+        this->frequencies(late.bench, 2000, [&] { late.bench.block.selectRandomMin(); });
     EXPECT_GE(count[1], 1990);
     EXPECT_LT(late.bench.block.record.random_threshold, 0xFFFFFFFFu);
 }

@@ -127,8 +127,9 @@ make instances
 
 A run ends when it reaches the best known energy; the time to solution is the moment at which the
 best solution was found. Each energy was added up again from the bits and the model file. Runs are
-random: times and gaps differ from one to the next. Origin and conventions of the instances stand
-beside them (`MODELS` names their folder, with `best_known.tsv` in the one above it).
+random: times and gaps differ from one to the next. A negative gap is an energy below the best known
+one of the list. Origin and conventions of the instances stand beside them (`make instances
+MODELS=FOLDER` names their folder, with `best_known.tsv` in the one above it).
 
 {table.markdown()}"""
 
@@ -148,6 +149,8 @@ def arguments():
 
 def chosen_rows(args):
     best_known = args.best_known or args.models.parent / "best_known.tsv"
+    if not best_known.is_file():
+        sys.exit(f"there is no {best_known}; --models names the folder of the instances")
     with open(best_known, encoding="utf-8") as file:
         rows = list(csv.DictReader(file, delimiter="\t"))
     names = args.names or (CI if args.ci else [])

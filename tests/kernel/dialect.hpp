@@ -1,9 +1,9 @@
-// What the words of the device language mean on fibers. With this in front, the kernel's own text is
-// compiled by the host compiler: the threads of a block are fibers, shared memory is of the host
+// What the words of the device language mean on fibers. With this in front, the kernel's own text
+// is compiled by the host compiler: the threads of a block are fibers, shared memory is of the host
 // thread that runs the block.
 //
-// Atomic operations on cells of the block order nothing, as on the device, so that they cannot stand
-// in for a barrier that is missing; the exchange is what locks are made of, and does.
+// Atomic operations on cells of the block order nothing, as on the device, so that they cannot
+// stand in for a barrier that is missing; the exchange is what locks are made of, and does.
 #pragma once
 
 #include <chrono>
@@ -18,22 +18,24 @@
 #define __constant__ inline
 #define __shared__ static thread_local
 
-#define ORVEX_HERE \
-    ::orvex::device::test::PLACE { __FILE__, __LINE__ }
+#define ORVEX_HERE                 \
+    ::orvex::device::test::PLACE { \
+        __FILE__, __LINE__         \
+    }
 #define threadIdx (::orvex::device::test::thread_index())
 #define blockIdx (::orvex::device::test::block_index())
 #define __syncthreads() ::orvex::device::test::FIBERS::current().barrier(ORVEX_HERE)
 #define __ballot_sync(mask, vote) ::orvex::device::test::ballot(mask, vote, ORVEX_HERE)
 #define __shfl_xor_sync(mask, value, distance) \
     ::orvex::device::test::shuffled(mask, value, distance, ORVEX_HERE)
-#define __reduce_min_sync(mask, value)     \
-    ::orvex::device::test::reduced(        \
+#define __reduce_min_sync(mask, value) \
+    ::orvex::device::test::reduced(    \
         mask, value, [](auto a, auto b) { return b < a ? b : a; }, ORVEX_HERE)
-#define __reduce_max_sync(mask, value)     \
-    ::orvex::device::test::reduced(        \
+#define __reduce_max_sync(mask, value) \
+    ::orvex::device::test::reduced(    \
         mask, value, [](auto a, auto b) { return b > a ? b : a; }, ORVEX_HERE)
-#define __reduce_add_sync(mask, value)     \
-    ::orvex::device::test::reduced(        \
+#define __reduce_add_sync(mask, value) \
+    ::orvex::device::test::reduced(    \
         mask, value, [](auto a, auto b) { return a + b; }, ORVEX_HERE)
 
 namespace orvex::device::test {
@@ -143,6 +145,7 @@ X peek(const X& word) {
 template <class X>
 void poke(X& word, X value) {
     __atomic_store_n(&word, value, __ATOMIC_RELEASE);
+    if (test::FIBERS::on_poke) test::FIBERS::on_poke(&word);
 }
 template <class X>
 void put(X& cell, X value) {

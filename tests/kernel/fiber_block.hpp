@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "dialect.hpp"
-
 #include "engine/device/cpu_block.hpp"
 #include "engine/device/cuda_block.hpp"
 
@@ -163,7 +162,7 @@ class FIBER_BLOCK {
     static std::unique_ptr<KERNEL_ON_FIBERS<E, D>> make(int size, int block_index,
                                                         const CUDA_LAUNCH<E>& launch) {
         return makeOneOf<64, 128, 192, 256, 384, 1024, 4096, 5120, 10240, 65536>(size, block_index,
-                                                                               launch);
+                                                                                 launch);
     }
     template <int S, int... OTHERS>
     static std::unique_ptr<KERNEL_ON_FIBERS<E, D>> makeOneOf(int size, int block_index,
@@ -186,7 +185,9 @@ class FIBER_BLOCK {
 // The cycle runs inside the fibers: whichever cycle a test asks for, it is theirs.
 
 template <class BLOCK>
-concept RUNS_BY_ITSELF = requires(BLOCK& block) { block.kernel(); };
+concept RUNS_BY_ITSELF = requires(BLOCK& block) {
+    block.kernel();
+};
 
 template <RUNS_BY_ITSELF BLOCK>
 bool runPlainly(BLOCK& block) {

@@ -1,10 +1,9 @@
 #include "fibers.hpp"
 
-#include <sys/mman.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 
 #if !defined(__x86_64__)
 #include <ucontext.h>
@@ -239,6 +238,7 @@ void FIBERS::openBarrier() {
         if (!(fiber->place == fibers_[0]->place)) reportStuck();
     barriers_met.insert(fibers_[0]->place.text());
     stores_.clear();
+    ++barriers_opened_;
     wake(STATE::BARRIER);
 }
 
@@ -287,9 +287,10 @@ void FIBERS::maybeYield() {
 
 void FIBERS::barrier(PLACE place) {
     if (place.line == left_out.line && place.text() == left_out.text()) return;
-    detect_release(&barrier_tag_);
+    char* const tag = &barrier_tags_[barriers_opened_ % 2];
+    detect_release(tag);
     wait(STATE::BARRIER, place);
-    detect_acquire(&barrier_tag_);
+    detect_acquire(tag);
 }
 
 const std::uint64_t* FIBERS::exchange(unsigned mask, std::uint64_t value, PLACE place) {

@@ -59,6 +59,9 @@ class FIBERS {
     /** Of several stores to a cell between two barriers, the one of the highest thread lands. */
     bool mayLand(const void* cell);
 
+    /** Called behind every store that others wait for, as if one of them saw it at once. */
+    static inline thread_local std::function<void(const void* word)> on_poke;
+
     /** Barriers at this place are passed without waiting: a planted fault. */
     static inline PLACE left_out{"", 0};
     /** Every place where a barrier was met, for planting faults. */
@@ -97,7 +100,10 @@ class FIBERS {
     int running_ = -1;
     void* home_ = nullptr;           ///< where run() goes on
     void* home_detected_ = nullptr;  ///< the race detector's name of it
-    char barrier_tag_ = 0;
+    // A fiber that is slow to leave a barrier must not learn from it what faster ones bring to the
+    // next one, so barriers take turns with two tags.
+    char barrier_tags_[2] = {};
+    unsigned barriers_opened_ = 0;
     char host_tag_ = 0;
 };
 

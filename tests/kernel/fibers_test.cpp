@@ -1,9 +1,8 @@
 // The fibers themselves: barriers that diverge are reported with both places, and the words of the
 // device language do what they do on a device.
-#include "dialect.hpp"
-
 #include <gtest/gtest.h>
 
+#include "dialect.hpp"
 #include "engine/device/cuda_reduce.hpp"
 
 namespace orvex::device::test {
@@ -30,8 +29,10 @@ TEST(FibersDeathTest, BarriersAtTwoPlacesAreReportedWithBoth) {
             __syncthreads();
     };
     const std::string file = "fibers_test.cpp:";
-    EXPECT_EXIT(onFibers(diverging), ::testing::ExitedWithCode(70), file + std::to_string(above + 3));
-    EXPECT_EXIT(onFibers(diverging), ::testing::ExitedWithCode(70), file + std::to_string(above + 5));
+    EXPECT_EXIT(onFibers(diverging), ::testing::ExitedWithCode(70),
+                file + std::to_string(above + 3));
+    EXPECT_EXIT(onFibers(diverging), ::testing::ExitedWithCode(70),
+                file + std::to_string(above + 5));
 }
 
 TEST(FibersDeathTest, AThreadThatLeavesInFrontOfABarrierIsReported) {
@@ -82,9 +83,9 @@ void reduceEverything() {
             std::uint64_t x = (round * 64 + static_cast<std::uint64_t>(t)) * 0x9E3779B97F4A7C15u;
             x ^= x >> 29;
             // Some rounds of small numbers, some in which high halves tie, some with neutral ones.
-            values.push_back(round % 3 == 0   ? static_cast<X>(x % 5) - 2
-                             : x % 7 == 0     ? (round % 2 ? MAX : LOWEST)
-                                              : static_cast<X>(x));
+            values.push_back(round % 3 == 0 ? static_cast<X>(x % 5) - 2
+                             : x % 7 == 0   ? (round % 2 ? MAX : LOWEST)
+                                            : static_cast<X>(x));
         }
         X lowest = MAX, highest = LOWEST;
         std::int32_t sum = 0, expected_sum = 0;

@@ -1,13 +1,12 @@
 // A launch of many blocks that cannot all run at once: the kernel itself on fibers, a few host
 // threads that run one block each at a time, and a test that plays the host of all islands. A run
 // works, stops and drains, and a kill ends it, however few blocks fit at a time.
-#include "kernels.hpp"
-
 #include <atomic>
 #include <thread>
 
 #include <gtest/gtest.h>
 
+#include "kernels.hpp"
 #include "rings.hpp"
 
 namespace orvex::device::test {

@@ -5,12 +5,12 @@
 #include <type_traits>
 
 #include "dialect.hpp"
-
 #include "engine/device/cuda_block.hpp"
 
 namespace orvex::engine {}
 namespace orvex::platform {}
 
+// clang-format off
 #define ORVEX_BAND_SIZE 64
 #define ORVEX_BAND_MATRIX_BITS 32
 #define ORVEX_BAND_ARITH_BITS 32
@@ -31,3 +31,4 @@ namespace orvex::platform {}
 #include "engine/band_begin.hpp"
 #include "engine/device/kernel_text.hpp"
 #include "engine/band_end.hpp"
+// clang-format on

@@ -8,13 +8,13 @@
 //                                            the detector must report
 //
 // The fibers are compiled without the detector, which knows of them by its fiber interface.
-#include "kernels.hpp"
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "kernels.hpp"
 
 namespace {
 
@@ -66,14 +66,19 @@ class BENCH {
             slot[8 + i] = zero_target ? 0 : static_cast<unsigned char>(draw());
         INST_TAIL& tail = tailOf(slot);
         tail.algorithm = rule;
-        tail.cycles = 60;
-        tail.annealing = 12;
+        tail.cycles =
+            rule > TWO_NEIGHBOR ? 0 : 30;  // a wrong rule goes on until the budget is spent
+        tail.annealing = 10;
         tail.generation = generation;
         announce(tail, static_cast<std::int64_t>(++sent_));
         const INST_TAIL& result = tailOf(slotOf(1, sent_ - 1));
+        FIBERS::on_poke = [&](const void* word) {
+            if (word == &result.ticket) readResult(slotOf(1, sent_ - 1));
+        };
         while (__atomic_load_n(&result.ticket, __ATOMIC_ACQUIRE) !=
                static_cast<std::int64_t>(sent_))
             fibers_.run();
+        FIBERS::on_poke = nullptr;
     }
 
     void stop() {
@@ -89,6 +94,11 @@ class BENCH {
     static INST_TAIL& tailOf(unsigned char* slot) {
         return *reinterpret_cast<INST_TAIL*>(slot + S / 8 + 8);
     }
+    /** What the host does as soon as it sees the ticket. */
+    void readResult(const unsigned char* slot) {
+        for (std::size_t i = 0; i < instance_bytes(S); ++i)
+            read_ += slot[i];
+    }
     static void announce(INST_TAIL& tail, std::int64_t ticket) {
         __atomic_store_n(&tail.ticket, ticket, __ATOMIC_RELEASE);
     }
@@ -98,6 +108,7 @@ class BENCH {
     int words_[4] = {};
     DeviceState state_{};
     unsigned sent_ = 0;
+    unsigned read_ = 0;
     FIBERS fibers_;
 };
 
@@ -105,12 +116,12 @@ template <int S, class E, class WMAT, class INST, class KERNEL>
 void runBand(KERNEL kernel, int low, int high) {
     BENCH<S, E, WMAT, INST> bench(kernel, low, high);
     std::uint16_t generation = 1;
-    for (int round = 0; round < 2; ++round)
-        for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR}) {
-            bench.run(rule, generation, false);
-            bench.run(rule, generation, true);
-            ++generation;
-        }
+    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR}) {
+        bench.run(rule, generation, false);
+        bench.run(rule, generation, true);
+        ++generation;
+    }
+    bench.run(TWO_NEIGHBOR + 1, generation, false);
     bench.stop();
 }
 
@@ -137,5 +148,5 @@ int main(int argc, char** argv) {
     runAll();
     if (what == "--barriers")
         for (const std::string& place : FIBERS::barriers_met)
-            std::printf("%s\n", place.c_str());
+            std::printf("barrier %s\n", place.c_str());
 }

@@ -1,12 +1,11 @@
 // The trace of the CUDA block's text is the plain block's trace, whatever order its threads run in:
 // over random models, in bands of every number of bits per thread and all widths, under every rule,
 // the state behind every flip is the same, and so is every result.
-#include "fiber_block.hpp"
-
 #include <limits>
 
 #include <gtest/gtest.h>
 
+#include "fiber_block.hpp"
 #include "trace_pair.hpp"
 
 namespace orvex::device::test {

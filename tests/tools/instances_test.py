@@ -76,6 +76,11 @@ cat out
         self.assertIn(f"| small | 12 | {self.lowest} | {self.lowest} | 0.000 |",
                       document.read_text())
 
+    def test_a_folder_without_instances(self):
+        run = self.judge(self.lowest, words=["--models", self.folder / "elsewhere" / "models"])
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("--models names the folder of the instances", run.stderr)
+
     def test_an_instance_that_is_unknown(self):
         run = self.judge(self.lowest, words=["unknown"])
         self.assertEqual(run.returncode, 1)

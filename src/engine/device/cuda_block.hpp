@@ -193,7 +193,7 @@ template <int S, class E, class D>
 ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::forgetBest() {
     shared_.best_bits[thread_] = 0;
     if (first()) record.best_energy = 0;
-    __syncthreads();
+    __syncthreads();  // redundant: what follows in the cycle begins with a barrier
 }
 
 template <int S, class E, class D>
@@ -215,13 +215,13 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::reset() {
         delta_[c] = __ldg(launch_.diagonal + c * T + thread_);
     bits_ = 0;
     clearTabu();
-    __syncthreads();
+    __syncthreads();  // redundant: the walk begins with a barrier
 }
 
 template <int S, class E, class D>
 ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::startWalk() {
     if (first()) record.walk_start_energy = record.energy;
-    __syncthreads();
+    __syncthreads();  // redundant: the walk begins with a barrier
 }
 
 // ---- one flip ------------------------------------------------------------------------------
@@ -235,8 +235,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::select(int bit) {
 /** What a flip does to its own bit, in the owner; whether energy or delta left their range. */
 template <int S, class E, class D>
 ORVEX_BLOCK_CODE bool CUDA_BLOCK<S, E, D>::turnOwnBit(int own) {
-    const std::uint32_t byte =
-        tenure(record.step, first_tenure(S), launch_.params->tabu_cycles);
+    const std::uint32_t byte = tenure(record.step, first_tenure(S), launch_.params->tabu_cycles);
     D delta = 0;
     ORVEX_UNROLL
     for (int c = 0; c < K; ++c) {

@@ -39,7 +39,7 @@ ORVEX_BLOCK_CODE CUDA_BLOCK<S, E, D>::CUDA_BLOCK(SHARED& shared, const CUDA_LAUN
       thread_(static_cast<int>(threadIdx.x)) {
     shared_.best_bits[thread_] = 0;
     if (first()) enter();
-    __syncthreads();
+    __syncthreads();  // redundant: the reset ends with a barrier
     __threadfence();
     const std::size_t place = static_cast<std::size_t>(blockIdx.x) * T + threadIdx.x;
     generator_ = usable_seed(launch_.seeds[place]);
@@ -133,7 +133,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::loadTarget() {
         record.flips = 0;
         shared_.kill_seen = killByte();
     }
-    __syncthreads();
+    __syncthreads();  // redundant: forgetting the best ends with a barrier
 }
 
 // ---- results out ---------------------------------------------------------------------------
@@ -181,7 +181,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::handIn() {
     __syncthreads();
     __threadfence_system();
     if (first()) poke(out.ticket, static_cast<std::int64_t>(shared_.receive_sequence));
-    __syncthreads();
+    __syncthreads();  // redundant: nothing of this is written before the next instance is there
 }
 
 }  // namespace orvex::device

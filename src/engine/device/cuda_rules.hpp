@@ -49,9 +49,8 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::selectMaxMin() {
     post_max(record.maxmin_high, high, LOWEST, thread_);
     __syncthreads();
     if (first()) {
-        record.maxmin_threshold =
-            maxmin_threshold(record.maxmin_low, record.maxmin_high, unit_draw(draw()), record.step,
-                             record.steps);
+        record.maxmin_threshold = maxmin_threshold(record.maxmin_low, record.maxmin_high,
+                                                   unit_draw(draw()), record.step, record.steps);
         record.maxmin_bid = -1;
     }
     __syncthreads();

@@ -1,7 +1,7 @@
 // Reads and writes of single words that other threads use at the same time, and the device's clock.
 // The kernel is written in these and in the words of the device language (__syncthreads, atomicMin,
-// __ballot_sync, ...). A host compiler that is to compile the kernel's text has been given a meaning
-// for all of them before this is included.
+// __ballot_sync, ...). A host compiler that is to compile the kernel's text has been given a
+// meaning for all of them before this is included.
 #pragma once
 
 #ifdef __CUDACC__
