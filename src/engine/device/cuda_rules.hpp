@@ -25,7 +25,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::reportWrongType() {
     printf("Type.A=%d\n", record.type.A);
     __syncthreads();  // the cycle has just looked at killed()
     if (first()) shared_.kill_seen = killByte();
-    __syncthreads();
+    __syncthreads();  // redundant: the descent begins with a barrier
 }
 
 // ---- "MaxMin" ------------------------------------------------------------------------------

@@ -30,13 +30,15 @@ void SIGNAL::wait_for(std::uint32_t seen, std::chrono::microseconds limit) {
     sleepers_.fetch_sub(1);
 }
 
+// The signals are never destroyed: a thread that ends the process finds the others asleep on them,
+// and the destructor of a condition variable waits for its sleepers.
 SIGNAL& host_wrote() {
-    static SIGNAL signal;
+    static SIGNAL& signal = *new SIGNAL;
     return signal;
 }
 
 SIGNAL& block_wrote(const void* address) {
-    static std::array<SIGNAL, 64> signals;
+    static std::array<SIGNAL, 64>& signals = *new std::array<SIGNAL, 64>;
     const auto key = reinterpret_cast<std::uintptr_t>(address) / alignof(std::uint64_t);
     return signals[key * 0x9E3779B97F4A7C15u >> 58];
 }
