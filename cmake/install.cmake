@@ -16,5 +16,7 @@ install(FILES "${PROJECT_BINARY_DIR}/orvex-config.cmake"
               "${PROJECT_BINARY_DIR}/orvex-config-version.cmake"
         DESTINATION ${package_dir})
 
+# Relative to where the file lies, so that the installed tree can be moved as a whole.
+file(RELATIVE_PATH ORVEX_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/orvex.pc.in "${PROJECT_BINARY_DIR}/orvex.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/orvex.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
