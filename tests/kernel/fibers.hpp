@@ -6,10 +6,12 @@
 // or for a fiber that has ended, would hang a device or pass there by accident: they are reported
 // with the places, and the process ends.
 //
-// Built with ORVEX_RACE_DETECTION, the race detector knows of the fibers. Then nothing but barriers
+// Built with ORVEX_ADDRESS_CHECKS, the address checker is told which stack is in use. Built with
+// ORVEX_RACE_DETECTION, the race detector knows of the fibers. Then nothing but barriers
 // and what is said to be atomic orders the accesses of two fibers, whatever order they ran in.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -25,6 +27,13 @@ struct PLACE {
     int line;
     bool operator==(const PLACE& other) const { return line == other.line && file == other.file; }
     std::string text() const;
+};
+
+/** A stack as the address checker knows it. */
+struct CHECKED_STACK {
+    const void* lowest = nullptr;
+    std::size_t bytes = 0;
+    void* fake = nullptr;  ///< what it keeps for the stack while another one is in use
 };
 
 class FIBERS {
@@ -100,6 +109,7 @@ class FIBERS {
     int running_ = -1;
     void* home_ = nullptr;           ///< where run() goes on
     void* home_detected_ = nullptr;  ///< the race detector's name of it
+    CHECKED_STACK home_checked_{};
     // A fiber that is slow to leave a barrier must not learn from it what faster ones bring to the
     // next one, so barriers take turns with two tags.
     char barrier_tags_[2] = {};
