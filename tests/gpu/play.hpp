@@ -1,7 +1,10 @@
 // The same instances for one block of the kernel, on a GPU and on fibers, and what comes back as
 // text: two programs print the same if the device does what the host compiler makes of the text.
-// Weights are wide and random, so that no two deltas tie, and "PositiveMin", whose power function
-// may round differently, is left out.
+// Weights are wide and random, so that no two deltas tie.
+//
+// "PositiveMin" ranks threads with a power function that may round differently on a device. It
+// plays in bands of one bit per thread, where a thread that takes part weighs 1 and its rank is its
+// draw; how far the powers of all other weights are apart is for power.cu to say.
 #pragma once
 
 #include <cstdint>
@@ -57,13 +60,15 @@ PROBLEM make_problem(int size) {
 inline void play(const char* band, int size, STAGE& stage) {
     unsigned long state = 88172645463325252;
     for (std::uint32_t ticket = 0; ticket < 24; ++ticket) {
-        constexpr std::int8_t RULES[] = {MAX_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR};
+        constexpr std::int8_t RULES[] = {MAX_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR,
+                                         POSITIVE_MIN};
+        const std::uint32_t rules = SHAPE(size).own == 1 ? 5 : 4;
         std::vector<unsigned char> record(instance_bytes(size));
         for (int i = 0; i < size / 8; ++i)
             record[static_cast<std::size_t>(8 + i)] =
                 static_cast<unsigned char>((state = xor_shift(state)) >> 24);
         INST_TAIL tail{};
-        tail.algorithm = RULES[ticket % 4];
+        tail.algorithm = RULES[ticket % rules];
         tail.cycles = 3 * static_cast<std::uint32_t>(size);
         tail.annealing = static_cast<std::uint32_t>(size) / 4;
         tail.generation = static_cast<std::uint16_t>(1 + ticket / 6);

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "engine/error_exit.hpp"
+#include "needs_gpu.hpp"
 #include "platform/cuda/runtime.hpp"
 #include "play.hpp"
 
@@ -106,6 +107,7 @@ class GPU_STAGE : public test::STAGE {
 }  // namespace
 
 int main() {
+    needs_gpu();
 #define PLAYED(size, matrix, arith)                                                   \
     {                                                                                 \
         namespace band = qb##size##_##matrix##_##arith;                               \
