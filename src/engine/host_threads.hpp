@@ -40,7 +40,7 @@ struct HOST_THREADS {
   private:
     void start(void (HOST_THREAD::*phase)()) {
         for (HOST_THREAD& member : threads)
-            member.thread = std::thread(phase, &member);
+            member.thread = start_thread([&member, phase] { (member.*phase)(); });
     }
 };
 

@@ -1,0 +1,115 @@
+#!/usr/bin/env python3
+"""What the compiler does not check about the structure of the library.
+
+layers SOURCE_DIR   includes point only downwards: problem and platform stand below everything, then
+                    the device part of the engine, then the engine, then the front
+weak OBJECT...      what the band objects share by linking has the same size in all of them: a band
+                    constant that leaks into a shared inline function would link silently, with one
+                    band's copy for all
+exports LIBRARY     the shared library exports the object interface, the band table, the entry
+                    points and the flat interface, and nothing of the bands or of the inside
+
+Each prints what is wrong and exits with 1, or exits with 0.
+"""
+import collections
+import pathlib
+import re
+import subprocess
+import sys
+
+# Which folders of src/ the files of a folder may include. The longest matching folder counts.
+ALLOWED = {
+    "problem": ["problem"],
+    "platform": ["platform"],
+    "engine/device": ["engine/device", "platform", "problem"],
+    "engine": ["engine", "engine/device", "platform", "problem"],
+    "front": ["front", "engine", "platform", "problem"],
+    "bands": ["engine", "engine/device"],
+}
+# They only open and close a band's namespace, which the engine and its device part share.
+FRAME = ["engine/band_begin.hpp", "engine/band_end.hpp"]
+INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+BAND = re.compile(r"qb\d+_\d+_\d+")
+
+
+def folder_of(path):
+    """The layer of a path below src/, or None for a public header."""
+    matches = [folder for folder in ALLOWED if path.startswith(folder + "/")]
+    return max(matches, key=len, default=None)
+
+
+def wrong_includes(source_dir):
+    found = []
+    sources = [f for f in source_dir.rglob("*") if f.suffix in (".hpp", ".cpp", ".cu", ".cuh", ".in")]
+    for file in sorted(sources):
+        name = file.relative_to(source_dir).as_posix()
+        layer = folder_of(name)
+        if layer is None:
+            found.append(f"{name} is in no known layer")
+            continue
+        for included in INCLUDE.findall(file.read_text()):
+            if included.startswith("orvex/") or included in FRAME:
+                continue
+            target = folder_of(included)
+            if target not in ALLOWED[layer]:
+                found.append(f"{name} includes {included}")
+    return found
+
+
+def symbols_of(path, *options):
+    command = ["nm", "--defined-only", *options, path]
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()
+
+
+def shared_symbols(lines):
+    """Names and sizes of the weak symbols that belong to no band, from lines of nm -S."""
+    for line in lines:
+        match = re.match(r"[0-9a-f]+ ([0-9a-f]+) [WVu] (.*)", line)
+        if match and not BAND.search(match[2]):
+            yield match[2], int(match[1], 16)
+
+
+def different_sizes(symbols_by_object):
+    sizes = collections.defaultdict(dict)
+    for name_of_object, lines in symbols_by_object.items():
+        for name, size in shared_symbols(lines):
+            sizes[name].setdefault(size, name_of_object)
+    return [f"{name} has different sizes: " + ", ".join(f"{s} in {o}" for s, o in by_size.items())
+            for name, by_size in sizes.items() if len(by_size) > 1]
+
+
+PUBLIC = re.compile(r"(orvex::(Callback|MAT|Model|Param|Sol|Solver)\b"
+                    r"|orvex::find_wbit\(|qubo_multi::|std::|__gnu_cxx::"
+                    r"|(qubo_prepare|qubo_release|qubo_solve|qubo_solve_start)$"
+                    r"|tarvik_orvex_\w+$)")
+DECORATION = re.compile(r"^(typeinfo name for |typeinfo for |vtable for |guard variable for )+")
+
+
+def wrong_exports(lines):
+    """What should not be exported, from lines of nm -D."""
+    found = []
+    for line in lines:
+        match = re.match(r"[0-9a-f]* *[A-Za-z] (.*)", line.strip())
+        name = DECORATION.sub("", match[1])
+        # Instances of library templates may stand behind the type that they return.
+        own_name = name.split("(")[0].split("<")[0].split(" ")[-1]
+        if BAND.search(name) or not (PUBLIC.match(name) or own_name.startswith("std::")):
+            found.append(f"{match[1]} is exported")
+    return found
+
+
+def main(mode, *arguments):
+    if mode == "layers":
+        found = wrong_includes(pathlib.Path(arguments[0]))
+    elif mode == "weak":
+        found = different_sizes({path: symbols_of(path, "-S") for path in arguments})
+    elif mode == "exports":
+        found = wrong_exports(symbols_of(arguments[0], "-D", "-C"))
+    else:
+        sys.exit(__doc__)
+    print("\n".join(found) if found else "in order")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
