@@ -3,8 +3,8 @@
 
 struct DEV_THREAD {
     int id;
-    std::thread thread{};  ///< of the present phase
-    WMAT* wmat = nullptr;  ///< the device's copy of the matrix
+    std::thread thread{};         ///< of the present phase
+    DEVICE_WMAT* wmat = nullptr;  ///< the device's copy of the matrix
     cudaStream_t stream = nullptr;
     cudaStream_t control = nullptr;  ///< for what must reach the device while its kernel runs
     unsigned long* seeds = nullptr;

@@ -2,10 +2,10 @@
 // the host and the copies on the devices. A session matches a model by its address and revision.
 
 struct DeviceSession {
-    const Model::Impl* model = nullptr;  ///< null when the session is empty
-    std::uint64_t model_stamp = 0;       ///< the model's revision when it was loaded
-    WMAT* host_wmat = nullptr;           ///< page-locked
-    std::vector<WMAT*> device_wmat;      ///< per device; null where it holds no copy
+    const Model::Impl* model = nullptr;     ///< null when the session is empty
+    std::uint64_t model_stamp = 0;          ///< the model's revision when it was loaded
+    WMAT* host_wmat = nullptr;              ///< page-locked
+    std::vector<DEVICE_WMAT*> device_wmat;  ///< per device; null where it holds no copy
 
     bool matches(const Model::Impl& other) const {
         return model == &other && model_stamp == other.revision;
@@ -15,12 +15,12 @@ struct DeviceSession {
     void clear();
 
     /** The copy on a device, which the caller has from now on; null if there is none. */
-    WMAT* takeDeviceCopy(int gpu) {
+    DEVICE_WMAT* takeDeviceCopy(int gpu) {
         const std::size_t index = static_cast<std::size_t>(gpu);
         return index < device_wmat.size() ? std::exchange(device_wmat[index], nullptr) : nullptr;
     }
 
-    void storeDeviceCopy(int gpu, WMAT* copy) {
+    void storeDeviceCopy(int gpu, DEVICE_WMAT* copy) {
         const std::size_t index = static_cast<std::size_t>(gpu);
         if (index >= device_wmat.size()) device_wmat.resize(index + 1);
         device_wmat[index] = copy;
@@ -71,8 +71,8 @@ inline WMAT* load_matrix(const Model::Impl& model) {
 }
 
 /** The copy of a host matrix that a device reads. */
-inline WMAT* make_device_copy(WMAT* host_wmat, cudaStream_t stream) {
-    WMAT* copy = nullptr;
+inline DEVICE_WMAT* make_device_copy(WMAT* host_wmat, cudaStream_t stream) {
+    DEVICE_WMAT* copy = nullptr;
     const cudaError_t status = device_copy_create(&copy, host_wmat, sizeof(WMAT), stream);
     if (status == cudaErrorMemoryAllocation) error_exit("Insufficient Host memory.");
     cuda_check(status);

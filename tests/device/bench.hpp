@@ -44,9 +44,9 @@ class TRACED : public BLOCK {
     std::function<void()> before_flip = [] {};
     std::function<void()> after_flip = [] {};
 
-    void flipBit() {
+    void flipBit(bool counts_tabu_down) {
         before_flip();
-        BLOCK::flipBit();
+        BLOCK::flipBit(counts_tabu_down);
         after_flip();
     }
 };
@@ -58,6 +58,8 @@ struct SETUP {
     std::uint64_t seed = 1;
     std::uint32_t tabu_cycles = 8;
     CYCLE cycle = CYCLE::LIBRARY;
+    /** Keeps the rows in this form too; else they are the record's, every sum tested. */
+    std::optional<ROW_FORM> form = std::nullopt;
 };
 
 template <class BLOCK>
@@ -71,7 +73,8 @@ class BENCH {
         : model(searched),
           rings(searched.size(), 1, RING_SIZE),
           seeds(seedsFor(setup.seed, searched.shape.threads)),
-          block(0, rings.launch(searched, seeds)),
+          rows(makeRows(searched, setup)),
+          block(0, rings.launch(searched, seeds, rows.get())),
           cycle_(setup.cycle) {
         rings.params.tabu_cycles = setup.tabu_cycles;
         block.before_flip = [this] { model.needRow(block.record.selected); };
@@ -103,7 +106,7 @@ class BENCH {
     /** Flips one bit outside of any instance. */
     void flip(int bit) {
         block.select(bit);
-        block.flipBit();
+        block.flipBit(false);
     }
 
     SNAPSHOT<D> snapshot() { return snapshotOf<D>(block, model.shape); }
@@ -135,9 +138,16 @@ class BENCH {
     TEST_MODEL<E>& model;
     TEST_RINGS rings;
     const std::vector<unsigned long> seeds;
+    const std::unique_ptr<CPU_ROWS<E>> rows;
     TRACED<BLOCK> block;
 
   private:
+    static std::unique_ptr<CPU_ROWS<E>> makeRows(TEST_MODEL<E>& searched, const SETUP& setup) {
+        if (!setup.form) return nullptr;
+        searched.needAllRows();
+        return std::make_unique<CPU_ROWS<E>>(searched.weights(), searched.size(), *setup.form);
+    }
+
     bool work() { return cycle_ == CYCLE::LIBRARY ? runInstance(block) : runPlainly(block); }
 
     void afterFlip() {

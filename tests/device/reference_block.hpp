@@ -199,7 +199,7 @@ class REFERENCE_BLOCK {
 
     // ---- one flip --------------------------------------------------------------------------
 
-    void flipBit() {
+    void flipBit(bool counts_tabu_down) {
         const int j = record.selected;
         THREAD& owner = thread(j / K);
         record.flip_sign = owner.one(j % K) ? 1 : -1;
@@ -211,6 +211,7 @@ class REFERENCE_BLOCK {
         ++record.flips;
         ++record.step;
         owner.current_bits ^= std::uint64_t{1} << j % K;
+        if (counts_tabu_down) countTabuDown();
     }
 
     bool trackBest() {

@@ -12,7 +12,7 @@ void plainWalk(BLOCK& block) {
     for (;;) {
         if (!block.walkToTarget()) return;
         if (block.killed()) return;
-        block.flipBit();
+        block.flipBit(false);
         if (block.record.overflow) return;
         if (block.record.walk_start_energy != 0) block.trackBest();
     }
@@ -23,7 +23,7 @@ void plainDescent(BLOCK& block) {
     for (;;) {
         if (!block.descend()) return;
         if (block.killed()) return;
-        block.flipBit();
+        block.flipBit(false);
         if (block.record.overflow) return;
         block.trackBest();
     }
@@ -35,8 +35,7 @@ void plainSearch(BLOCK& block, bool counts_tabu_down, RULE selectNext) {
     block.startSearch();
     while (block.record.step < block.record.steps && !block.killed()) {
         selectNext();
-        block.flipBit();
-        if (counts_tabu_down) block.countTabuDown();
+        block.flipBit(counts_tabu_down);
         if (block.record.overflow) return;
         if (block.trackBest()) return;
     }
@@ -46,17 +45,17 @@ template <class BLOCK>
 void plainTwoNeighbor(BLOCK& block) {
     const int n = block.record.model_size;
     block.select(0);
-    block.flipBit();
+    block.flipBit(false);
     if (n < 2 || block.record.overflow) return;
     for (int i = 0; i < n - 1; ++i) {
         if (block.killed()) return;
         block.trackBest();
         block.select(i + 1);
-        block.flipBit();
+        block.flipBit(false);
         if (block.record.overflow) return;
         block.trackBest();
         block.select(i);
-        block.flipBit();
+        block.flipBit(false);
         if (block.record.overflow) return;
     }
 }

@@ -57,11 +57,13 @@ class TEST_RINGS {
     GPU_PARAMS params;
 
     template <class E>
-    CPU_LAUNCH<E> launch(const TEST_MODEL<E>& model, const std::vector<unsigned long>& seeds) {
+    CPU_LAUNCH<E> launch(const TEST_MODEL<E>& model, const std::vector<unsigned long>& seeds,
+                         const CPU_ROWS<E>* rows = nullptr) {
         return {.size = size_,
                 .seeds = seeds.data(),
                 .weights = model.weights(),
                 .diagonal = model.diagonal(),
+                .rows = rows,
                 .model_size = model.n,
                 .ring_size = ring_size,
                 .islands_per_gpu = static_cast<unsigned char>(state_a_.size()),

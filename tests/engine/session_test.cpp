@@ -37,7 +37,7 @@ class Session : public testing::Test {
     static int deviceCopies() {
         return static_cast<int>(std::count_if(band::session.device_wmat.begin(),
                                               band::session.device_wmat.end(),
-                                              [](const band::WMAT* copy) { return copy; }));
+                                              [](const band::DEVICE_WMAT* copy) { return copy; }));
     }
 
     static void expectEmpty() {
@@ -66,7 +66,7 @@ TEST_F(Session, ARunLeavesTheMatrixOnHostAndDevices) {
 TEST_F(Session, ASecondRunOfTheModelLoadsNothing) {
     const NEED first = run(model);
     const band::WMAT* const host = band::session.host_wmat;
-    const band::WMAT* const on_device = band::session.device_wmat[0];
+    const band::DEVICE_WMAT* const on_device = band::session.device_wmat[0];
     const NEED second = run(model);
     EXPECT_FALSE(second.owned);
     EXPECT_EQ(second.large_allocations, first.large_allocations - 1) << "all but the matrix";

@@ -51,9 +51,9 @@ class SEEN_CUDA_BLOCK : public CUDA_BLOCK<S, E, D> {
      * The test raises the kill byte at the second stop. Thread 0 looks at it once more there: what
      * it sees behind a flip is then the same whenever during the flip the byte was raised.
      */
-    void flipBit() {
+    void flipBit(bool counts_tabu_down) {
         stop(GATE::FLIP);
-        BASE::flipBit();
+        BASE::flipBit(counts_tabu_down);
         stop(GATE::FLIPPED);
         if (this->first()) this->shared_.kill_seen = this->killByte();
         __syncthreads();
@@ -146,12 +146,12 @@ class FIBER_BLOCK {
         for (;;) {
             kernel_->run();
             if (kernel_->gate != GATE::FLIP) return kernel_->gate == GATE::DONE;
-            flipBit();
+            flipBit(false);
         }
     }
 
-    /** The flip that the fibers are about to make. */
-    virtual void flipBit() { kernel_->run(); }
+    /** The flip that the fibers are about to make; they know whether tabus are counted down. */
+    virtual void flipBit(bool) { kernel_->run(); }
 
     KERNEL_ON_FIBERS<E, D>& kernel() { return *kernel_; }
 

@@ -42,7 +42,8 @@ std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
     return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
-           lines(threads * sizeof(float));
+           lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
+           lines(size / GROUP * sizeof(D)) + lines(size * sizeof(D) + LINE);
 }
 
 unsigned char* allocate_block(std::size_t bytes) {
@@ -117,6 +118,10 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     best_ = arena.take<std::int8_t>(size);
     arrays_.generators = arena.take<unsigned long>(threads);
     arrays_.weights = arena.take<float>(threads);
+    arrays_.drawing = arena.take<std::uint16_t>(threads + 1);
+    arrays_.places = arena.take<D>(size + LINE / sizeof(D));
+    arrays_.group_low = arena.take<D>(size / GROUP);
+    calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<D>;
 
     const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
     for (std::size_t t = 0; t < threads; ++t)
@@ -295,14 +300,11 @@ void CPU_BLOCK<E, D>::reset() {
     lowest_ = ops_.lowest(arrays_);
 }
 
+/** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
 template <class E, class D>
-void CPU_BLOCK<E, D>::flipBit() {
-    const int p = place(record.selected);
-    const bool one = arrays_.ones[p] != 0;
+void CPU_BLOCK<E, D>::addRow(int p, bool one) {
     const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
                                          static_cast<std::size_t>(launch_.size);
-    record.flip_sign = one ? 1 : -1;
-
     // The row's own element must not count: the pass is made to leave `rest` in the bit's place,
     // which neither overflows nor is the lowest nor, for common elements, makes the sum wide.
     constexpr D MAX = BLOCK_RECORD<D>::MAX;
@@ -316,14 +318,71 @@ void CPU_BLOCK<E, D>::flipBit() {
     lowest_ =
         sum.low == rest && rest != MAX ? ops_.lowest(arrays_) : std::min(sum.low, arrays_.delta[p]);
     if (sizeof(E) == 8) wide_ = sum.wide || is_wide(arrays_.delta[p]);
+    if (sum.overflow) record.overflow = 1;
+}
+
+/** The same and all else that a step does to every bit, in one sweep. */
+template <class E, class D>
+void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_tabu_down) {
+    const CPU_ROWS<E>& rows = *launch_.rows;
+    const std::int8_t sign = one ? -1 : 0;
+    D* const delta = arrays_.delta;
+    delta[p] = -delta[p];
+    const SWEEPS<D>* sweeps = &ops_.summed;
+    const void* row = nullptr;
+    switch (rows.form()) {
+        case ROW_FORM::RECORD: {
+            row = rows.row(record.selected);
+            sweeps = &ops_.record_rows;
+            const D own = static_cast<const E*>(row)[p];
+            delta[p] -= (arrays_.ones[p] ^ sign) != 0 ? -own : own;  // which the sweep will add
+            break;
+        }
+        case ROW_FORM::BYTES:
+            row = rows.row(record.selected);
+            sweeps = &ops_.byte_rows;
+            break;
+        case ROW_FORM::WORDS:
+            row = rows.row(record.selected);
+            sweeps = &ops_.word_rows;
+            break;
+        case ROW_FORM::LISTS:
+            for (const LIST_ENTRY<E>* entry = rows.begin(record.selected);
+                 entry != rows.end(record.selected); ++entry) {
+                const E flags = arrays_.ones[entry->place] ^ sign;
+                delta[entry->place] += (entry->value ^ flags) - flags;
+            }
+            break;
+    }
+    surveyed_ = !counts_tabu_down          ? SURVEY_FOR::NOTHING
+                : record.type.A == MAX_MIN ? SURVEY_FOR::MAX_MIN
+                                           : SURVEY_FOR::POSITIVE_MIN;
+    const auto sweep = surveyed_ == SURVEY_FOR::NOTHING   ? sweeps->nothing
+                       : surveyed_ == SURVEY_FOR::MAX_MIN ? sweeps->max_min
+                                                          : sweeps->positive_min;
+    sweep_ = sweep(arrays_, row, sign);
+    lowest_ = sweep_.low;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::flipBit(bool counts_tabu_down) {
+    const int p = place(record.selected);
+    const bool one = arrays_.ones[p] != 0;
+    const D delta = arrays_.delta[p];
+    record.flip_sign = one ? 1 : -1;
+    arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
+    if (calm_) {
+        sweepRow(p, one, counts_tabu_down);
+    } else {
+        addRow(p, one);
+        if (counts_tabu_down) ops_.countTabuDown(arrays_);
+    }
 
     const D energy = static_cast<D>(record.energy);
     const D new_energy = wrapping_add(energy, delta);
-    if (sum.overflow || energy_overflows(energy, delta, new_energy) ||
-        delta == BLOCK_RECORD<D>::LOWEST)
+    if (energy_overflows(energy, delta, new_energy) || delta == BLOCK_RECORD<D>::LOWEST)
         record.overflow = 1;
     record.energy = new_energy;
-    arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
     ++record.flips;
     ++record.step;
     arrays_.ones[p] = static_cast<std::int8_t>(~arrays_.ones[p]);

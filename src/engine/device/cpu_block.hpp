@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "engine/device/cpu_block_ops.hpp"
+#include "engine/device/cpu_rows.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
 #include "platform/cpu/workers.hpp"
@@ -24,6 +25,8 @@ struct CPU_LAUNCH {
     const unsigned long* seeds;  ///< one per thread and block
     const E* weights;            ///< matrix rows
     const E* diagonal;           ///< in row order
+    /** The rows in the form that flips read; null: `weights`, with every sum tested. */
+    const CPU_ROWS<E>* rows = nullptr;
     int model_size;
     unsigned ring_size;
     unsigned char islands_per_gpu;
@@ -72,8 +75,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void selectPositiveMin();
     void selectCyclicMin();
     void selectRandomMin();
-    void flipBit();
-    void countTabuDown() { ops_.countTabuDown(arrays_); }
+    void flipBit(bool counts_tabu_down);
     bool trackBest();
     void keepCurrent();
     bool killed() const;
@@ -94,6 +96,8 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     INST_TAIL& tail(unsigned char* slot) const;
     void readInstance(unsigned char* slot);
     void enter();
+    void addRow(int p, bool one);
+    void sweepRow(int p, bool one, bool counts_tabu_down);
     bool mayWrap() const;
     NEIGHBOUR lowestWrappedNeighbour() const;
 
@@ -103,6 +107,9 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     BLOCK_ARRAYS<D> arrays_;
     std::int8_t* target_;
     std::int8_t* best_;
+    bool calm_ = false;                          // no sum can leave D: flips are sweeps
+    SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
+    SWEEP<D> sweep_{};
     D lowest_ = 0;                   // kept by every flip and reset
     bool wide_ = false;              // see ROW_SUM
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none

@@ -97,63 +97,49 @@ void countTabuDown(const BLOCK_ARRAYS<D>& block) {
 template <class D>
 DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
     const hn::ScalableTag<D> lanes;
-    const int step = static_cast<int>(hn::Lanes(lanes));
     const auto highest = hn::Set(lanes, MAX<D>);
     const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
     auto low = highest;
     auto high = lowest;
-    for (int p = 0; p < block.shape.size; p += step) {
-        const auto values = hn::Load(lanes, block.delta + p);
+    surveyGroups(block, [&](int, auto values, auto free) {
         // The maximum of D is out of play; as the lowest it changes nothing.
-        const auto free = freeLanes(lanes, block.tabu + p);
         const auto plays = hn::And(free, hn::Lt(values, highest));
         low = hn::Min(low, hn::IfThenElse(free, values, highest));
         high = hn::Max(high, hn::IfThenElse(plays, values, lowest));
-    }
+    });
     return {hn::GetLane(hn::MinOfLanes(lanes, low)), hn::GetLane(hn::MaxOfLanes(lanes, high))};
 }
 
 template <class D>
 std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    const hn::ScalableTag<D> lanes;
-    const hn::ScalableTag<std::int64_t> wide;
-    const int step = static_cast<int>(hn::Lanes(lanes));
-    const int wide_step = static_cast<int>(hn::Lanes(wide));
-    const auto limit = hn::Set(lanes, threshold);
-    auto highest = hn::Set(wide, -1);
-    std::int64_t highest_single = -1;
+    const int threads = block.shape.threads;
+    const int count = placesBelow(block, threshold);
     // A thread's generator moves on once for each of its bits; only the order within a thread
     // matters, and the highest bid of all is the highest of the threads' highest.
-    for (int c = 0; c < block.shape.own; ++c) {
-        const int chunk = c * block.shape.threads;
-        for (int t = 0; t < block.shape.threads; t += step) {
-            const auto above = hn::Gt(hn::Load(lanes, block.delta + chunk + t), limit);
-            const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + chunk + t));
-            if (hn::AllFalse(lanes, eligible)) continue;
-            std::uint64_t bits = maskBits(lanes, eligible);
-            if ((bits & (bits - 1)) == 0) {  // mostly there is one
-                const int thread = t + __builtin_ctzll(bits);
-                unsigned long& state = block.generators[thread];
-                state = xor_shift(state);
-                highest_single =
-                    std::max<std::int64_t>(highest_single, bid(low_word(state), thread));
-                continue;
-            }
-            for (int i = 0; i < step; i += wide_step, bits >>= wide_step)
-                highest = hn::Max(highest, drawLanes(wide, block.generators, t + i, bits));
-        }
+    std::int32_t highest = -1;
+    int chunk = 0;
+    for (int i = 0; i < count; ++i) {
+        const int place = static_cast<int>(block.places[i]);
+        while (place >= chunk + threads)
+            chunk += threads;
+        const int thread = place - chunk;
+        unsigned long& state = block.generators[thread];
+        state = xor_shift(state);
+        highest = std::max(highest, bid(low_word(state), thread));
     }
-    return static_cast<std::int32_t>(
-        std::max(highest_single, hn::GetLane(hn::MaxOfLanes(wide, highest))));
+    return highest;
 }
 
 template <class D>
 D lowestPositive(const BLOCK_ARRAYS<D>& block) {
     const hn::ScalableTag<D> lanes;
-    const std::uint8_t* tabu = block.tabu;
-    return lowestWhere(block.delta, 0, block.shape.size, [=](int p, auto values) {
-        return hn::And(freeLanes(lanes, tabu + p), hn::Gt(values, hn::Zero(lanes)));
+    const auto highest = hn::Set(lanes, MAX<D>);
+    auto low = highest;
+    surveyGroups(block, [&](int, auto values, auto free) {
+        const auto plays = hn::And(free, hn::Gt(values, hn::Zero(lanes)));
+        low = hn::Min(low, hn::IfThenElse(plays, values, highest));
     });
+    return hn::GetLane(hn::MinOfLanes(lanes, low));
 }
 
 template <class D>
@@ -164,32 +150,60 @@ std::int32_t countEqual(const BLOCK_ARRAYS<D>& block, D value) {
     return count;
 }
 
+/**
+ * log(u) / w to about one part in 3000 of itself, in the order of the keys u^(1/w) but for values
+ * within RANK_MARGIN: twice the first terms of the series of artanh, for u scaled into (1/2, 1].
+ */
+inline float rankEstimate(float u, float w) {
+    std::uint32_t word;
+    std::memcpy(&word, &u, sizeof(word));
+    const std::int32_t halvings = 126 - static_cast<std::int32_t>(word >> 23);
+    word = (word & 0x7FFFFF) | 126u << 23;
+    float scaled;
+    std::memcpy(&scaled, &word, sizeof(scaled));
+    const float s = (scaled - 1.0f) / (scaled + 1.0f);
+    const float square = s * s;
+    const float series = s * (2.0f + square * (0.66666667f + square * 0.4f));
+    return (series - 0.69314718f * static_cast<float>(halvings)) / w;
+}
+inline constexpr float RANK_MARGIN = 0.01f;
+
 template <class D>
 std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
-    const int threads = block.shape.threads;
-    float* HWY_RESTRICT weights = block.weights;
-    std::fill_n(weights, threads, 0.0f);
-    for (int c = 0; c < block.shape.own; ++c) {
-        const D* HWY_RESTRICT deltas = block.delta + c * threads;
-        const std::uint8_t* HWY_RESTRICT tabu = block.tabu + c * threads;
-        for (int t = 0; t < threads; ++t) {
-            const D delta = deltas[t];
-            const float at_threshold = delta == threshold ? tied_weight : 0.0f;
-            const float weight = delta < threshold ? 1.0f : at_threshold;
-            weights[t] += tabu[t] == 0 ? weight : 0.0f;
-        }
+    float* const weights = block.weights;
+    std::uint16_t* const drawing = block.drawing;
+    const int count = placesBelow(block, threshold);
+    int threads = 0;
+    int chunk = 0;
+    for (int i = 0; i < count; ++i) {
+        const int place = static_cast<int>(block.places[i]);
+        while (place >= chunk + block.shape.threads)
+            chunk += block.shape.threads;
+        const int thread = place - chunk;
+        drawing[threads] = static_cast<std::uint16_t>(thread);
+        threads += weights[thread] == 0;
+        weights[thread] += block.delta[place] < threshold ? 1.0f : tied_weight;
     }
-    const hn::ScalableTag<float> lanes;
-    const int step = static_cast<int>(hn::Lanes(lanes));
+    // The rank rises with u and w. Only threads that come near the best by an estimate of it have
+    // theirs computed, since the power is what this selection would spend its time on.
+    float best = -std::numeric_limits<float>::infinity();
+    for (int i = 0; i < threads; ++i) {
+        const int thread = drawing[i];
+        unsigned long& state = block.generators[thread];
+        state = xor_shift(state);
+        best = std::max(best, rankEstimate(unit_draw(state), weights[thread]));
+    }
+    // Keys of e^-12 and less are told apart by few bits of a rank or none.
+    const float near = best < -12.0f ? -std::numeric_limits<float>::infinity()
+                                     : best - RANK_MARGIN * (1.0f - best);
     std::int32_t highest = -1;
-    for (int t = 0; t < threads; t += step) {
-        const auto weighs = hn::Gt(hn::Load(lanes, weights + t), hn::Zero(lanes));
-        forEachLane(lanes, weighs, [&](int lane) {
-            unsigned long& state = block.generators[t + lane];
-            state = xor_shift(state);
-            const std::uint32_t rank = sampling_rank(unit_draw(state), weights[t + lane]);
-            highest = std::max(highest, bid(rank, t + lane));
-        });
+    for (int i = 0; i < threads; ++i) {
+        const int thread = drawing[i];
+        const float u = unit_draw(block.generators[thread]);
+        const float w = weights[thread];
+        weights[thread] = 0;
+        if (rankEstimate(u, w) < near) continue;
+        highest = std::max(highest, bid(sampling_rank(u, w), thread));
     }
     return highest;
 }
@@ -234,6 +248,7 @@ int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
     const auto limit = hn::Set(lanes, static_cast<std::int64_t>(threshold));
     const auto low_words = hn::Set(states, 0xFFFFFFFFu);
     const auto none = hn::Set(lanes, static_cast<std::int64_t>(MAX<D>));
+    const auto ascending = hn::Iota(lanes, 0);
     auto lowest_yet = none;
     auto winners = hn::Zero(lanes);  // thread * own + own bit, per lane
     for (int t = 0; t < threads; t += step) {
@@ -256,8 +271,8 @@ int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
         hn::Store(state, states, generators);
         // Threads come in ascending order, so that of equal values the later one takes over. If no
         // bit stayed in anywhere, that is the first bit of the last thread.
-        const auto first_bits = hn::Iota(lanes, t);
-        const auto bits = hn::Add(hn::Mul(first_bits, hn::Set(lanes, block.shape.own)), kept);
+        const auto thread = hn::Add(ascending, hn::Set(lanes, t));
+        const auto bits = hn::Add(hn::Mul(thread, hn::Set(lanes, block.shape.own)), kept);
         const auto keeps = hn::Gt(running, lowest_yet);
         winners = hn::IfThenElse(keeps, winners, bits);
         lowest_yet = hn::Min(running, lowest_yet);

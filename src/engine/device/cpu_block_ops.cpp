@@ -9,16 +9,31 @@
 // clang-format on
 
 #include "engine/device/cpu_block_loops.hpp"
+#include "engine/device/cpu_flip_pass.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
 
 template <class E, class D>
 BLOCK_OPS<E, D> make_ops() {
-    return {addRow<E, D>,      lowest<D>,        lowestDiffering<D>, find<D>,
-            findDiffering<D>,  countTabuDown<D>, freeRange<D>,       drawBelow<D>,
-            lowestPositive<D>, countEqual<D>,    drawWeighted<D>,    lowestInSpan<D>,
-            findInSpan<D>,     race<D>};
+    return {addRow<E, D>,
+            sweeps<E, D>(),
+            sweeps<std::int8_t, D>(),
+            sweeps<std::int16_t, D>(),
+            sweeps<void, D>(),
+            lowest<D>,
+            lowestDiffering<D>,
+            find<D>,
+            findDiffering<D>,
+            countTabuDown<D>,
+            freeRange<D>,
+            drawBelow<D>,
+            lowestPositive<D>,
+            countEqual<D>,
+            drawWeighted<D>,
+            lowestInSpan<D>,
+            findInSpan<D>,
+            race<D>};
 }
 
 BLOCK_OPS<std::int32_t, std::int32_t> ops_32_32() {

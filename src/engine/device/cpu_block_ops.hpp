@@ -23,8 +23,17 @@ struct BLOCK_ARRAYS {
     std::int8_t* differs = nullptr;       ///< where the current solution differs from the target
     std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
     unsigned long* generators = nullptr;  ///< T states
-    float* weights = nullptr;             ///< scratch, T values
+    float* weights = nullptr;             ///< scratch: T values, all 0 between uses
+    std::uint16_t* drawing = nullptr;     ///< scratch: T + 1 thread numbers
+    D* places = nullptr;                  ///< scratch: S + a vector, places of bits
+    D* group_low = nullptr;               ///< S / GROUP lows of the free deltas, see GROUP
 };
+
+/**
+ * Vectors whose free deltas are looked at together when bits below a threshold are wanted: lane i
+ * of `group_low`'s vector g is the lowest free delta in lane i of the vectors from g * GROUP on.
+ */
+inline constexpr int GROUP = 4;
 
 /** Lowest and highest of the free deltas that are not the maximum of D. */
 template <class D>
@@ -39,6 +48,27 @@ struct ROW_SUM {
     bool overflow;  ///< some sum left the range of D
     /** 64-bit elements only: some delta is so large that an energy plus a delta might wrap. */
     bool wide;
+};
+
+/** What a sweep looks up for the next selection, beside the lowest delta. */
+enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN };
+
+/** What a sweep found behind the flip; of `free` and `positive` only what was asked for. */
+template <class D>
+struct SWEEP {
+    D low;                ///< lowest delta of all
+    DELTA_RANGE<D> free;  ///< "MaxMin"
+    D positive;           ///< "PositiveMin": lowest free delta above 0
+};
+
+/**
+ * Sweeps over rows of one element type, by what they look up. Those that look up something count
+ * every tabu byte down first, and write `group_low`.
+ */
+template <class D>
+struct SWEEPS {
+    using FUNCTION = SWEEP<D> (*)(const BLOCK_ARRAYS<D>&, const void* row, std::int8_t sign);
+    FUNCTION nothing, max_min, positive_min;
 };
 
 /** Deltas and energies below this in magnitude add up without wrapping. */
@@ -56,21 +86,25 @@ struct BLOCK_OPS {
      * bits that are 1 and subtracted for those that are 0; with `sign` 0 the other way round.
      */
     ROW_SUM<D> (*addRow)(const BLOCK_ARRAYS<D>&, const E* row, std::int8_t sign);
+    /** The same where sums stay in range, with all else that a step does to every bit. */
+    SWEEPS<D> record_rows, byte_rows, word_rows;
+    /** Sweeps over deltas that have the row's elements in them already. */
+    SWEEPS<D> summed;
     D (*lowest)(const BLOCK_ARRAYS<D>&);
     D (*lowestDiffering)(const BLOCK_ARRAYS<D>&);
     int (*find)(const BLOCK_ARRAYS<D>&, D value);
     int (*findDiffering)(const BLOCK_ARRAYS<D>&, D value);
     void (*countTabuDown)(const BLOCK_ARRAYS<D>&);
 
-    // "MaxMin"
+    // "MaxMin"; writes `group_low`
     DELTA_RANGE<D> (*freeRange)(const BLOCK_ARRAYS<D>&);
-    /** Every free bit with a delta up to `threshold` draws; the highest bid of a thread. */
+    /** Every free bit with a delta up to `threshold` draws; the highest bid. Reads `group_low`. */
     std::int32_t (*drawBelow)(const BLOCK_ARRAYS<D>&, D threshold);
 
-    // "PositiveMin"
+    // "PositiveMin"; writes `group_low`
     D (*lowestPositive)(const BLOCK_ARRAYS<D>&);
     std::int32_t (*countEqual)(const BLOCK_ARRAYS<D>&, D value);
-    /** Every thread with weight draws; the highest bid of a thread. */
+    /** Every thread with weight draws; the highest bid. Reads `group_low`. */
     std::int32_t (*drawWeighted)(const BLOCK_ARRAYS<D>&, D threshold, float tied_weight);
 
     // "CyclicMin": the free bits of the threads from `first` to before `last`

@@ -25,12 +25,14 @@ bool CPU_BLOCK<E, D>::descend() {
 template <class E, class D>
 void CPU_BLOCK<E, D>::startSearch() {
     record.step = 0;
+    surveyed_ = SURVEY_FOR::NOTHING;
     if (record.type.A != CYCLIC_MIN) std::fill_n(arrays_.tabu, arrays_.shape.size, std::uint8_t{0});
 }
 
 template <class E, class D>
 void CPU_BLOCK<E, D>::selectMaxMin() {
-    const DELTA_RANGE<D> range = ops_.freeRange(arrays_);
+    const DELTA_RANGE<D> range =
+        surveyed_ == SURVEY_FOR::MAX_MIN ? sweep_.free : ops_.freeRange(arrays_);
     record.maxmin_low = range.low;
     record.maxmin_high = range.high;
     unsigned long& first = arrays_.generators[0];
@@ -63,7 +65,8 @@ void CPU_BLOCK<E, D>::selectMaxMin() {
 
 template <class E, class D>
 void CPU_BLOCK<E, D>::selectPositiveMin() {
-    record.positive_low = ops_.lowestPositive(arrays_);
+    record.positive_low =
+        surveyed_ == SURVEY_FOR::POSITIVE_MIN ? sweep_.positive : ops_.lowestPositive(arrays_);
     const D m = record.positive_low == BLOCK_RECORD<D>::MAX ? 0 : record.positive_low;
     record.positive_threshold = m;
     record.positive_count = ops_.countEqual(arrays_, m);

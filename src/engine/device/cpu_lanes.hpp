@@ -14,6 +14,7 @@
 
 #include <hwy/highway.h>
 
+#include "engine/device/cpu_block_ops.hpp"
 #include "engine/device/formulas.hpp"
 #include "engine/device/shape.hpp"
 
@@ -31,6 +32,8 @@ hn::Vec<TAG> widenBytes(TAG lanes, const std::int8_t* bytes) {
     if constexpr (sizeof(hn::TFromD<TAG>) == 8) {
         const hn::Rebind<std::int32_t, TAG> half;
         return hn::PromoteTo(lanes, widenBytes(half, bytes));
+    } else if constexpr (sizeof(hn::TFromD<TAG>) == 1) {
+        return hn::LoadU(lanes, bytes);
     } else {
         const hn::Rebind<std::int8_t, TAG> narrow;
         return hn::PromoteTo(lanes, hn::LoadU(narrow, bytes));
@@ -68,12 +71,49 @@ std::uint64_t maskBits(TAG lanes, hn::Mask<TAG> mask) {
     return bits;
 }
 
-/** Calls visit(lane) for every true lane, in ascending order. */
-template <class TAG, class VISIT>
-void forEachLane(TAG lanes, hn::Mask<TAG> mask, VISIT visit) {
-    if (hn::AllFalse(lanes, mask)) return;
-    for (std::uint64_t bits = maskBits(lanes, mask); bits != 0; bits &= bits - 1)
-        visit(__builtin_ctzll(bits));
+/** Writes `group_low`, and calls look(place, deltas, lanes of free bits) for every vector. */
+template <class D, class LOOK>
+void surveyGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto none = hn::Set(lanes, MAX<D>);
+    D* group_low = block.group_low;
+    for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
+        auto low = none;
+        for (int q = p; q < p + GROUP * step; q += step) {
+            const auto values = hn::Load(lanes, block.delta + q);
+            const auto free = freeLanes(lanes, block.tabu + q);
+            low = hn::Min(low, hn::IfThenElse(free, values, none));
+            look(q, values, free);
+        }
+        hn::Store(low, lanes, group_low);
+    }
+}
+
+/**
+ * Writes the places of the free bits with deltas up to `threshold` to `places`, in ascending order,
+ * and returns how many there are. Reads `group_low`. Written without a branch per bit: which bits
+ * are below is the least predictable thing in a search.
+ */
+template <class D>
+int placesBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto limit = hn::Set(lanes, threshold);
+    const auto ascending = hn::Iota(lanes, 0);
+    const D* group_low = block.group_low;
+    D* end = block.places;
+    for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
+        if (hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit))) continue;
+        for (int q = p; q < p + GROUP * step; q += step) {
+            const auto above = hn::Gt(hn::Load(lanes, block.delta + q), limit);
+            const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + q));
+            const auto places = hn::Add(ascending, hn::Set(lanes, static_cast<D>(q)));
+            hn::StoreU(hn::Compress(places, eligible), lanes, end);
+            end += hn::CountTrue(lanes, eligible);
+        }
+    }
+    return static_cast<int>(end - block.places);
 }
 
 /** The lanes of the vector at `t` that lie within [first, last). */
@@ -137,20 +177,6 @@ V xorShiftLanes(V x) {
     x = hn::Xor(x, hn::ShiftLeft<13>(x));
     x = hn::Xor(x, hn::ShiftRight<7>(x));
     return hn::Xor(x, hn::ShiftLeft<17>(x));
-}
-
-/** The threads at `t` whose bits are set move their generators on; the highest of their bids. */
-template <class TAG>
-hn::Vec<TAG> drawLanes(TAG lanes, unsigned long* generators, int t, std::uint64_t bits) {
-    const hn::RebindToUnsigned<TAG> states;
-    std::uint8_t bytes[8];
-    std::memcpy(bytes, &bits, sizeof(bytes));
-    const auto draws = hn::LoadMaskBits(lanes, bytes);
-    const auto moved = xorShiftLanes(hn::Load(states, generators + t));
-    hn::BlendedStore(moved, hn::RebindMask(states, draws), states, generators + t);
-    const auto rank = hn::And(moved, hn::Set(states, BID_RANK));
-    const auto bids = hn::Or(hn::BitCast(lanes, rank), hn::Iota(lanes, t));
-    return hn::IfThenElse(draws, bids, hn::Set(lanes, -1));
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

@@ -6,6 +6,8 @@ void ORVEX(unsigned int id, unsigned long* seeds, WMAT& wmat, unsigned int ring_
            unsigned char islands_per_gpu, INST_t* rings, int* kernel_ints,
            DeviceState* device_state);
 
+using DEVICE_WMAT = WMAT;  ///< a device holds the record as it is
+
 /** Names the constant of the kernel's module in copies to it; not to be read on the host. */
 const GPU_PARAMS& device_gp_symbol();
 inline const GPU_PARAMS& device_gp = device_gp_symbol();

@@ -91,20 +91,6 @@ cudaError_t cudaMemcpyToSymbol(T& symbol, const void* from, std::size_t bytes, s
     return cudaMemcpy(reinterpret_cast<char*>(&symbol) + offset, from, bytes, kind);
 }
 
-/**
- * The device copy of a large read-only record in page-locked host memory. Here the device reads the
- * host's record itself, so that a matrix is in memory once.
- */
-template <class T>
-cudaError_t device_copy_create(T** copy, T* record, std::size_t, cudaStream_t) {
-    *copy = record;
-    return cudaSuccess;
-}
-template <class T>
-cudaError_t device_copy_destroy(T*) {
-    return cudaSuccess;
-}
-
 /** For tests: allocations of at least `large` bytes made so far in this process. */
 long large_allocations();
 inline constexpr std::size_t LARGE_ALLOCATION = 16384;

@@ -1,0 +1,115 @@
+// One sweep over the block's state per flip: it adds the row, finds the lowest delta, counts the
+// tabu bytes down and looks up what the next selection asks first, so that every array is read
+// once a step. For models whose sums cannot leave the range of the deltas (CALM_REACH). Included
+// once per instruction set.
+#if defined(ORVEX_CPU_FLIP_PASS_HPP) == defined(HWY_TARGET_TOGGLE)
+#ifdef ORVEX_CPU_FLIP_PASS_HPP
+#undef ORVEX_CPU_FLIP_PASS_HPP
+#else
+#define ORVEX_CPU_FLIP_PASS_HPP
+#endif
+
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include <hwy/highway.h>
+
+#include "engine/device/cpu_block_ops.hpp"
+#include "engine/device/cpu_lanes.hpp"
+
+HWY_BEFORE_NAMESPACE();
+namespace orvex::device::HWY_NAMESPACE {
+
+/** N elements of a row, each negated where its byte of `ones` differs from `sign`, as deltas. */
+template <class R, class TAG>
+hn::Vec<TAG> signedElements(TAG lanes, const R* row, const std::int8_t* ones, std::int8_t sign) {
+    using D = hn::TFromD<TAG>;
+    // The sign is applied in the row's own width, where a vector instruction costs least.
+    const hn::Rebind<R, TAG> narrow;
+    const auto flags = hn::Xor(widenBytes(narrow, ones), hn::Set(narrow, sign));
+    const auto elements = hn::Sub(hn::Xor(hn::LoadU(narrow, row), flags), flags);
+    if constexpr (sizeof(R) == sizeof(D)) {
+        return elements;
+    } else if constexpr (sizeof(D) == 8 && sizeof(R) < 4) {
+        const hn::Rebind<std::int32_t, TAG> middle;
+        return hn::PromoteTo(lanes, hn::PromoteTo(middle, elements));
+    } else {
+        return hn::PromoteTo(lanes, elements);
+    }
+}
+
+/** The tabu bytes of a vector, one lower each, written back; lanes of the bits that are free. */
+template <class TAG>
+hn::Mask<TAG> countDownLanes(TAG lanes, std::uint8_t* tabu) {
+    const hn::Rebind<std::uint8_t, TAG> bytes;
+    const auto counters = hn::SaturatedSub(hn::LoadU(bytes, tabu), hn::Set(bytes, std::uint8_t{1}));
+    hn::StoreU(counters, bytes, tabu);
+    return freeLanes(lanes, tabu);
+}
+
+/**
+ * The sweep behind a flip. R is the row's element type, or void for a row that is in the deltas
+ * already. `sign` is as in addRow.
+ */
+template <class R, SURVEY_FOR FOR, class D>
+SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t sign) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const R* HWY_RESTRICT row = static_cast<const R*>(row_memory);
+    D* HWY_RESTRICT delta = block.delta;
+    const std::int8_t* HWY_RESTRICT ones = block.ones;
+    std::uint8_t* HWY_RESTRICT tabu = block.tabu;
+    D* HWY_RESTRICT group_low = block.group_low;
+    const auto highest = hn::Set(lanes, MAX<D>);
+    const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
+    const auto zero = hn::Zero(lanes);
+    auto low = highest;
+    auto other = FOR == SURVEY_FOR::MAX_MIN ? lowest : highest;
+    auto free_low = highest;
+    for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
+        auto group = highest;
+        for (int q = p; q < p + GROUP * step; q += step) {
+            auto values = hn::Load(lanes, delta + q);
+            if constexpr (!std::is_void_v<R>) {
+                values = hn::Add(values, signedElements(lanes, row + q, ones + q, sign));
+                hn::Store(values, lanes, delta + q);
+            }
+            low = hn::Min(low, values);
+            if constexpr (FOR != SURVEY_FOR::NOTHING) {
+                const auto free = countDownLanes(lanes, tabu + q);
+                group = hn::Min(group, hn::IfThenElse(free, values, highest));
+                if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
+                    other = hn::Max(other, hn::IfThenElse(free, values, lowest));
+                } else {
+                    const auto positive = hn::And(free, hn::Gt(values, zero));
+                    other = hn::Min(other, hn::IfThenElse(positive, values, highest));
+                }
+            }
+        }
+        if constexpr (FOR != SURVEY_FOR::NOTHING) {
+            hn::Store(group, lanes, group_low);
+            free_low = hn::Min(free_low, group);
+        }
+    }
+    SWEEP<D> found{};
+    found.low = hn::GetLane(hn::MinOfLanes(lanes, low));
+    if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
+        found.free.low = hn::GetLane(hn::MinOfLanes(lanes, free_low));
+        found.free.high = hn::GetLane(hn::MaxOfLanes(lanes, other));
+    }
+    if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN)
+        found.positive = hn::GetLane(hn::MinOfLanes(lanes, other));
+    return found;
+}
+
+template <class R, class D>
+SWEEPS<D> sweeps() {
+    return {sweep<R, SURVEY_FOR::NOTHING, D>, sweep<R, SURVEY_FOR::MAX_MIN, D>,
+            sweep<R, SURVEY_FOR::POSITIVE_MIN, D>};
+}
+
+}  // namespace orvex::device::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard per target

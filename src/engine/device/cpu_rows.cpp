@@ -1,0 +1,158 @@
+#include "engine/device/cpu_rows.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+
+#include "engine/device/shape.hpp"
+#include "platform/platform.hpp"
+
+namespace orvex::device {
+
+namespace {
+
+/** Below one entry in so many elements, index lists beat dense rows of bytes (measured). */
+constexpr std::uint64_t SPARSE_BELOW = 24;
+
+void release_memory(void* memory) {
+    if (memory) platform::release(memory);
+}
+
+/** What one row adds to a survey. The sum stops growing where it no longer matters. */
+template <class E>
+void look_at_row(const E* row, int size, int own, ROW_SURVEY& survey) {
+    using U = std::make_unsigned_t<E>;
+    U widest = 0;
+    std::uint64_t sum = 0;
+    std::uint32_t entries = 0;
+    for (int p = 0; p < size; ++p) {
+        const U magnitude = row[p] < 0 ? U{0} - static_cast<U>(row[p]) : static_cast<U>(row[p]);
+        // 64-bit magnitudes are added without their low bits, so that 65536 of them fit.
+        sum += sizeof(E) == 8 ? magnitude >> 16 : magnitude;
+        entries += magnitude != 0;
+        widest = std::max(widest, p == own ? U{0} : magnitude);
+    }
+    if (sizeof(E) == 8) {
+        sum += static_cast<std::uint64_t>(size);  // what the low bits may have come to
+        sum = sum >> 48 != 0 ? std::numeric_limits<std::uint64_t>::max() : sum << 16;
+    }
+    survey.reach = std::max(survey.reach, sum);
+    survey.entries += entries - (row[own] != 0);
+    survey.widest = std::max<std::uint64_t>(survey.widest, widest);
+}
+
+}  // namespace
+
+const char* form_name(ROW_FORM form, int record_bits) {
+    switch (form) {
+        case ROW_FORM::BYTES:
+            return "8-bit";
+        case ROW_FORM::WORDS:
+            return "16-bit";
+        case ROW_FORM::LISTS:
+            return "sparse";
+        case ROW_FORM::RECORD:
+            break;
+    }
+    return record_bits == 64 ? "64-bit" : "32-bit";
+}
+
+ROW_FORM ROW_SURVEY::best_form(int size) const {
+    const std::uint64_t elements =
+        static_cast<std::uint64_t>(size) * static_cast<std::uint64_t>(size);
+    if (entries < elements / SPARSE_BELOW) return ROW_FORM::LISTS;
+    if (widest <= 127) return ROW_FORM::BYTES;
+    return widest <= 32767 ? ROW_FORM::WORDS : ROW_FORM::RECORD;
+}
+
+std::size_t ROW_SURVEY::bytes(ROW_FORM form, int size, std::size_t element_bytes) const {
+    const std::size_t rows = static_cast<std::size_t>(size);
+    switch (form) {
+        case ROW_FORM::BYTES:
+            return rows * rows;
+        case ROW_FORM::WORDS:
+            return 2 * rows * rows;
+        case ROW_FORM::LISTS:
+            return (rows + 1) * sizeof(std::uint64_t) + entries * 2 * element_bytes;
+        case ROW_FORM::RECORD:
+            break;
+    }
+    return 0;
+}
+
+template <class E>
+CPU_ROWS<E>::CPU_ROWS(const E* weights, int size)
+    : weights_(weights),
+      size_(size),
+      memory_(nullptr, &release_memory),
+      dense_(reinterpret_cast<const unsigned char*>(weights)),
+      row_bytes_(static_cast<std::size_t>(size) * sizeof(E)) {
+    const SHAPE shape(size);
+    for (int i = 0; i < size; ++i)
+        look_at_row(weights + static_cast<std::size_t>(i) * static_cast<std::size_t>(size), size,
+                    shape.place(i), survey_);
+    take(survey_.best_form(size));
+}
+
+template <class E>
+CPU_ROWS<E>::CPU_ROWS(const E* weights, int size, ROW_FORM form) : CPU_ROWS(weights, size) {
+    if (form != form_) take(form);
+}
+
+template <class E>
+void CPU_ROWS<E>::take(ROW_FORM form) {
+    static_assert(sizeof(LIST_ENTRY<E>) == 2 * sizeof(E));
+    form_ = ROW_FORM::RECORD;
+    memory_.reset();
+    dense_ = reinterpret_cast<const unsigned char*>(weights_);
+    row_bytes_ = static_cast<std::size_t>(size_) * sizeof(E);
+    const std::size_t bytes = survey_.bytes(form, size_, sizeof(E));
+    if (bytes == 0) return;
+    void* memory = nullptr;
+    if (platform::allocate(&memory, bytes) != platform::cudaSuccess) return;
+    memory_.reset(memory);
+    form_ = form;
+    if (form == ROW_FORM::BYTES) narrowRows<std::int8_t>();
+    if (form == ROW_FORM::WORDS) narrowRows<std::int16_t>();
+    if (form == ROW_FORM::LISTS) listRows();
+}
+
+template <class E>
+template <class NARROW>
+void CPU_ROWS<E>::narrowRows() {
+    const SHAPE shape(size_);
+    const std::size_t size = static_cast<std::size_t>(size_);
+    NARROW* rows = static_cast<NARROW*>(memory_.get());
+    for (std::size_t i = 0; i < size; ++i) {
+        const E* from = weights_ + i * size;
+        NARROW* row = rows + i * size;
+        for (std::size_t p = 0; p < size; ++p)
+            row[p] = static_cast<NARROW>(from[p]);
+        row[shape.place(static_cast<int>(i))] = 0;
+    }
+    dense_ = static_cast<const unsigned char*>(memory_.get());
+    row_bytes_ = size * sizeof(NARROW);
+}
+
+template <class E>
+void CPU_ROWS<E>::listRows() {
+    const SHAPE shape(size_);
+    std::uint64_t* starts = static_cast<std::uint64_t*>(memory_.get());
+    LIST_ENTRY<E>* const entries = reinterpret_cast<LIST_ENTRY<E>*>(starts + size_ + 1);
+    std::uint64_t count = 0;
+    for (int i = 0; i < size_; ++i) {
+        starts[i] = count;
+        const E* row = weights_ + static_cast<std::size_t>(i) * static_cast<std::size_t>(size_);
+        const int own = shape.place(i);
+        for (int p = 0; p < size_; ++p)
+            if (row[p] != 0 && p != own) entries[count++] = {row[p], static_cast<std::uint16_t>(p)};
+    }
+    starts[size_] = count;
+    starts_ = starts;
+    entries_ = entries;
+}
+
+template class CPU_ROWS<std::int32_t>;
+template class CPU_ROWS<std::int64_t>;
+
+}  // namespace orvex::device

@@ -1,0 +1,88 @@
+// The rows of a matrix as CPU blocks read them, one set for all blocks of a device. Beside the
+// record, which has every element in full width, a narrower or a sparse form of the rows is kept
+// where the elements allow it: a flip of a large model costs what its row costs to read. In these
+// forms a row's own element is 0, since it does not count in a flip.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace orvex::device {
+
+enum class ROW_FORM : std::uint8_t {
+    RECORD,  ///< the record's own rows
+    BYTES,   ///< dense rows of 8-bit elements
+    WORDS,   ///< dense rows of 16-bit elements
+    LISTS,   ///< the elements that are not 0, each with its place
+};
+
+/** Name of a form in reports: "32-bit" (or "64-bit"), "8-bit", "16-bit", "sparse". */
+const char* form_name(ROW_FORM form, int record_bits);
+
+/** What decides on the form of the rows; one look at the whole matrix tells it. */
+struct ROW_SURVEY {
+    std::uint64_t widest = 0;   ///< largest magnitude off the diagonal
+    std::uint64_t entries = 0;  ///< elements off the diagonal that are not 0
+    std::uint64_t reach = 0;    ///< largest sum of the magnitudes in a row, as far as it matters
+
+    /** The form that a flip reads fastest; `size` is S of the band. */
+    ROW_FORM best_form(int size) const;
+    /** Memory that the form takes beside a record with elements of `element_bytes`. */
+    std::size_t bytes(ROW_FORM form, int size, std::size_t element_bytes) const;
+};
+
+/**
+ * A sum of this many elements of a row and less cannot leave the range of D, whatever the solution:
+ * a delta is the diagonal element and some of the row, added or subtracted.
+ */
+template <class D>
+inline constexpr std::uint64_t CALM_REACH = std::uint64_t{1} << (sizeof(D) * 8 - 3);
+
+/** Element of a row in the form LISTS. */
+template <class E>
+struct LIST_ENTRY {
+    E value;
+    std::uint16_t place;
+};
+
+template <class E>
+class CPU_ROWS {
+  public:
+    /**
+     * Looks at the record's rows (`weights`, S * S elements in row order) and keeps the best form
+     * of them; the record stays in use and must outlive this. Where the machine has no room for the
+     * form, the rows are read from the record.
+     */
+    CPU_ROWS(const E* weights, int size);
+    /** The same with a form of the caller's choice, which must be able to hold the elements. */
+    CPU_ROWS(const E* weights, int size, ROW_FORM form);
+
+    const ROW_SURVEY& survey() const { return survey_; }
+    ROW_FORM form() const { return form_; }
+
+    /** The dense row of a bit in the present form. */
+    const void* row(int bit) const { return dense_ + static_cast<std::size_t>(bit) * row_bytes_; }
+
+    /** The row of a bit in the form LISTS. */
+    const LIST_ENTRY<E>* begin(int bit) const { return entries_ + starts_[bit]; }
+    const LIST_ENTRY<E>* end(int bit) const { return entries_ + starts_[bit + 1]; }
+
+  private:
+    void take(ROW_FORM form);
+    template <class NARROW>
+    void narrowRows();
+    void listRows();
+
+    const E* const weights_;
+    const int size_;
+    ROW_SURVEY survey_;
+    ROW_FORM form_ = ROW_FORM::RECORD;
+    std::unique_ptr<void, void (*)(void*)> memory_;
+    const unsigned char* dense_;
+    std::size_t row_bytes_;
+    const std::uint64_t* starts_ = nullptr;
+    const LIST_ENTRY<E>* entries_ = nullptr;
+};
+
+}  // namespace orvex::device

@@ -1,0 +1,146 @@
+// The forms in which a CPU block reads rows: which one a matrix gets, what it holds, and that a
+// search on any of them is the plain block's search, flip by flip.
+#include <gtest/gtest.h>
+
+#include "trace_pair.hpp"
+
+namespace orvex::device::test {
+namespace {
+
+// ---- the choice ----------------------------------------------------------------------------
+
+ROW_FORM formOf(ELEMENT element, int size = 64) {
+    TEST_MODEL<std::int32_t> model(size, std::move(element));
+    model.needAllRows();
+    return CPU_ROWS<std::int32_t>(model.weights(), size).form();
+}
+
+TEST(RowForms, TheNarrowestThatHoldsTheElementsIsTaken) {
+    EXPECT_EQ(formOf(dense(1, -127, 127)), ROW_FORM::BYTES);
+    EXPECT_EQ(formOf(dense(1, 100, 128)), ROW_FORM::WORDS);
+    EXPECT_EQ(formOf(dense(1, -128, -100)), ROW_FORM::WORDS) << "-128 cannot change its sign in 8";
+    EXPECT_EQ(formOf(dense(1, 30000, 32767)), ROW_FORM::WORDS);
+    EXPECT_EQ(formOf(dense(1, 32760, 32768)), ROW_FORM::RECORD);
+}
+
+TEST(RowForms, TheDiagonalDoesNotCount) {
+    const ELEMENT couplings = dense(1, -127, 127);
+    EXPECT_EQ(formOf([=](int i, int j) { return i == j ? 1000000 : couplings(i, j); }),
+              ROW_FORM::BYTES);
+}
+
+TEST(RowForms, FewElementsAreListed) {
+    EXPECT_EQ(formOf(sparse(1, 100, 1000000), 256), ROW_FORM::LISTS);
+    EXPECT_EQ(formOf(uncoupled({}, 5)), ROW_FORM::LISTS);
+    EXPECT_EQ(formOf(sparse(1, 4, 100), 256), ROW_FORM::BYTES);
+}
+
+TEST(RowForms, TheReachIsTheLargestRow) {
+    TEST_MODEL<std::int32_t> model(64, [](int i, int j) { return i == 5 || j == 5 ? -3 : 1; });
+    model.needAllRows();
+    EXPECT_EQ(CPU_ROWS<std::int32_t>(model.weights(), 64).survey().reach, 64u * 3);
+}
+
+TEST(RowForms, TheReachOfWideElementsIsNeverTooSmall) {
+    const std::int64_t large = std::int64_t{1} << 62;
+    TEST_MODEL<std::int64_t> model(64, uncoupled({-large, -large - 1}, 1));
+    model.needAllRows();
+    const ROW_SURVEY survey = CPU_ROWS<std::int64_t>(model.weights(), 64).survey();
+    EXPECT_GT(survey.reach, static_cast<std::uint64_t>(large));
+    TEST_MODEL<std::int64_t> lowest(
+        64, [](int, int) { return std::numeric_limits<std::int64_t>::min(); });
+    lowest.needAllRows();
+    EXPECT_EQ(CPU_ROWS<std::int64_t>(lowest.weights(), 64).survey().reach,
+              std::numeric_limits<std::uint64_t>::max());
+}
+
+// ---- the contents --------------------------------------------------------------------------
+
+TEST(RowForms, ARowHoldsTheElementsInRowOrderButItsOwn) {
+    TEST_MODEL<std::int32_t> model(128, sparse(9, 3, 100));
+    model.needAllRows();
+    const CPU_ROWS<std::int32_t> bytes(model.weights(), 128, ROW_FORM::BYTES);
+    const CPU_ROWS<std::int32_t> words(model.weights(), 128, ROW_FORM::WORDS);
+    const CPU_ROWS<std::int32_t> lists(model.weights(), 128, ROW_FORM::LISTS);
+    for (int i = 0; i < 128; ++i) {
+        std::vector<int> listed(128);
+        for (auto entry = lists.begin(i); entry != lists.end(i); ++entry)
+            listed[entry->place] = entry->value;
+        for (int j = 0; j < 128; ++j) {
+            const std::size_t place = static_cast<std::size_t>(model.shape.place(j));
+            const int expected = i == j ? 0 : model.at(i, j);
+            ASSERT_EQ(static_cast<const std::int8_t*>(bytes.row(i))[place], expected);
+            ASSERT_EQ(static_cast<const std::int16_t*>(words.row(i))[place], expected);
+            ASSERT_EQ(listed[place], expected);
+        }
+    }
+}
+
+// ---- searches ------------------------------------------------------------------------------
+
+template <class BLOCK>
+class ROW_FORMS_TEST : public BLOCK_TEST<BLOCK> {
+  public:
+    using MODEL = typename BLOCK_TEST<BLOCK>::MODEL;
+
+    static void play(MODEL& model, ROW_FORM form, int instances, std::uint32_t max_steps) {
+        SCOPED_TRACE(form_name(form, 32));
+        const long flips = playEveryRule<BLOCK>(
+            model, {.instances = instances, .max_steps = max_steps, .setup = {.form = form}});
+        EXPECT_GT(flips, instances * 10);
+    }
+
+    /** On all forms; the elements fit in any. */
+    static void playAllForms(MODEL& model, int instances, std::uint32_t max_steps) {
+        for (ROW_FORM form : {ROW_FORM::RECORD, ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::LISTS})
+            play(model, form, instances, max_steps);
+    }
+};
+TYPED_TEST_SUITE(ROW_FORMS_TEST, CPU_BLOCKS, NAMES);
+
+TYPED_TEST(ROW_FORMS_TEST, DenseModels) {
+    for (int size : {64, 192, 384, 512}) {
+        typename TestFixture::MODEL model(size, dense(1, -127, 127));
+        this->playAllForms(model, 6, 200);
+    }
+}
+
+TYPED_TEST(ROW_FORMS_TEST, ModelsInWhichNearlyEverythingTies) {
+    for (int size : {64, 256}) {
+        typename TestFixture::MODEL model(size, ties(3));
+        this->playAllForms(model, 6, 200);
+    }
+}
+
+TYPED_TEST(ROW_FORMS_TEST, SparseModelsSmallerThanTheirBand) {
+    typename TestFixture::MODEL model(384, 300, sparse(2, 30, 100));
+    this->playAllForms(model, 6, 200);
+}
+
+TYPED_TEST(ROW_FORMS_TEST, BandsWithManyBitsPerThread) {
+    typename TestFixture::MODEL model(5120, shallow(4));
+    this->playAllForms(model, 1, 40);
+}
+
+TYPED_TEST(ROW_FORMS_TEST, WideElementsFromTheRecord) {
+    typename TestFixture::MODEL model(128, dense(5, -40000, 40000));
+    this->play(model, ROW_FORM::RECORD, 8, 200);
+    typename TestFixture::MODEL words(128, dense(6, -32767, 32767));
+    this->play(words, ROW_FORM::WORDS, 8, 200);
+}
+
+/** Rows whose sums might leave the range are read from the record and tested, whatever the form. */
+TYPED_TEST(ROW_FORMS_TEST, SumsThatMightLeaveTheRangeAreTested) {
+    using WIDTHS = WIDTHS_OF<TypeParam>;
+    using ELEMENT_OF = typename WIDTHS::ELEMENT_TYPE;
+    using DELTA = typename WIDTHS::ARITHMETIC;
+    const std::int64_t limit = sizeof(ELEMENT_OF) == 8 ? std::int64_t{1} << 58 : 1 << 26;
+    typename TestFixture::MODEL model(128, dense(7, -limit, limit));
+    model.needAllRows();
+    const CPU_ROWS<ELEMENT_OF> rows(model.weights(), 128);
+    EXPECT_EQ(rows.survey().reach<CALM_REACH<DELTA>, sizeof(DELTA)> sizeof(ELEMENT_OF));
+    this->play(model, ROW_FORM::RECORD, 8, 200);
+}
+
+}  // namespace
+}  // namespace orvex::device::test
