@@ -59,6 +59,7 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
         facts["memory"] = memory.total();
         facts["memory_model"] = memory.model;
         facts["memory_record"] = memory.record;
+        facts["memory_rows"] = memory_of_rows(*band, problem.couplings.largest);
     }
     facts["memory_machine"] = machine_memory();
     facts["warnings"] = problem.warnings;
@@ -81,7 +82,9 @@ Report summary_of(const Problem& problem, const Report& facts) {
     if (facts.contains("memory"))
         summary["memory_of_a_run"] = "at most " + bytes_text(facts["memory"]) + ": model " +
                                      bytes_text(facts["memory_model"]) + ", band's matrix " +
-                                     bytes_text(facts["memory_record"]) + ", the rest";
+                                     bytes_text(facts["memory_record"]) +
+                                     ", the rest; with room, up to " +
+                                     bytes_text(facts["memory_rows"]) + " more for faster rows";
     summary["memory_of_machine"] = bytes_text(facts["memory_machine"]);
     return summary;
 }

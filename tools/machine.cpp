@@ -61,6 +61,11 @@ Memory memory_of_run(int size, int width, const Band& band) {
             .rest = 64 * MIB};
 }
 
+long memory_of_rows(const Band& band, Wide largest_coupling) {
+    const long elements = static_cast<long>(band.size) * band.size;
+    return largest_coupling <= 127 ? elements : largest_coupling <= 32767 ? 2 * elements : 0;
+}
+
 long machine_memory() {
     return std::min(meminfo("MemTotal"), container_memory());
 }

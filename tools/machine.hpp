@@ -8,6 +8,8 @@
 
 #include <orvex/orvex.hpp>
 
+#include "bounds.hpp"
+
 namespace orvex::cli {
 
 /** Which engine runs a model. */
@@ -47,6 +49,14 @@ struct Memory {
 };
 
 Memory memory_of_run(int size, int width, const Band& band);
+
+/**
+ * Bytes of the narrow rows that a run keeps beside the band's matrix where there is room for them,
+ * at most (few couplings take less); it does without where there is not.
+ *
+ * @param largest_coupling largest magnitude of a weight of two different variables
+ */
+long memory_of_rows(const Band& band, Wide largest_coupling);
 
 /** Bytes that the process can have at all, by the machine and by its container. */
 long machine_memory();

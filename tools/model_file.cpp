@@ -106,6 +106,7 @@ void ModelFile::read_entries() {
         if (!is_new && repeated++ == 0) first_repeated = reader_.place();
         const long before = is_new ? 0 : model.get(i, j);
         sums.change(i, j, before, weight);
+        if (i != j) problem_.couplings.change(before, weight);
         problem_.nonzero += (weight != 0) - (before != 0);
         if (weight != before) model.set(i, j, weight);
     }

@@ -13,6 +13,7 @@
 
 #include "bounds.hpp"
 #include "number_reader.hpp"
+#include "search_cycles.hpp"
 
 namespace orvex::cli {
 
@@ -29,6 +30,7 @@ struct Problem {
     long smallest = 0, largest = 0;                ///< of the header
     long smallest_weight = 0, largest_weight = 0;  ///< of the entries
     Bound bound{};                                 ///< of energies and deltas
+    Couplings couplings;                           ///< as far as they decide on "search_cycles"
     std::vector<std::string> warnings;             ///< what is odd, but harmless
     std::unique_ptr<orvex::Model> model;
 

@@ -70,7 +70,7 @@ RunSettings settings_for(const SolveOptions& options, const Problem& problem, in
     }
     settings.arithmetic_bits = std::min(proven_bits, 64);
     settings.params["arithmetic_bits"] = std::to_string(settings.arithmetic_bits);
-    const std::string cycles = choose_search_cycles(problem);
+    const std::string cycles = choose_search_cycles(problem.size, problem.couplings);
     if (!cycles.empty()) settings.params["search_cycles"] = cycles;
 
     for (const auto& [key, value] : options.params)

@@ -58,6 +58,9 @@ TEST(MemoryOfRun, IsThatOfTheMatrices) {
     EXPECT_EQ(memory_of_run(10000, 64, {10240, 64, 64}).record, 2 * 419'471'364L - 4);
     // The largest model does not overflow.
     EXPECT_EQ(memory_of_run(65536, 64, {65536, 64, 64}).model, 1L << 35);
+    EXPECT_EQ(memory_of_rows({10240, 32, 32}, 127), 10240L * 10240);
+    EXPECT_EQ(memory_of_rows({10240, 32, 64}, 128), 2 * 10240L * 10240);
+    EXPECT_EQ(memory_of_rows({10240, 32, 32}, 32768), 0) << "the record's rows serve";
 }
 
 TEST(Machine, HasMemory) {

@@ -46,7 +46,8 @@ SolveOptions with_time_limit(double seconds) {
 TEST(RunSettings, WithoutAStopConditionARunHasATimeLimit) {
     const RunSettings run = settings({});
     EXPECT_THAT(run.params,
-                UnorderedElementsAre(Pair("time_limit", "10"), Pair("arithmetic_bits", "32")));
+                UnorderedElementsAre(Pair("time_limit", "10"), Pair("arithmetic_bits", "32"),
+                                     Pair("search_cycles", "100 20")));
     EXPECT_EQ(run.time_limit, 10);
     EXPECT_EQ(run.limits.shown, 10);
     EXPECT_FALSE(run.limits.abort);
@@ -107,6 +108,7 @@ TEST(RunSettings, ParametersGoBeforeOptions) {
                                         {"target_energy", "-9"},
                                         {"trial_limit", "3"},
                                         {"arithmetic_bits", "64"},
+                                        {"search_cycles", "500 50"},
                                         {"pool_size", "50"},
                                         {"pool_size", "60"}});
     options.time_limit = 2.5;
@@ -115,8 +117,8 @@ TEST(RunSettings, ParametersGoBeforeOptions) {
     const RunSettings run = settings(options);
     EXPECT_THAT(run.params,
                 UnorderedElementsAre(Pair("time_limit", "4"), Pair("target_energy", "-9"),
-                                     Pair("trial_limit", "3"), Pair("arithmetic_bits", "64"),
-                                     Pair("pool_size", "60")));
+                                     Pair("trial_limit", "3"), Pair("search_cycles", "500 50"),
+                                     Pair("arithmetic_bits", "64"), Pair("pool_size", "60")));
     EXPECT_FALSE(run.limits.abort);
     EXPECT_EQ(run.limits.shown, 4);
     EXPECT_EQ(run.limits.target, -9);

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "engine/device/shape.hpp"
 #include "platform/platform.hpp"
@@ -13,6 +15,9 @@ namespace {
 
 /** Below one entry in so many elements, index lists beat dense rows of bytes (measured). */
 constexpr std::uint64_t SPARSE_BELOW = 24;
+
+/** Threads that look at or narrow rows, at most; memory is their limit, not processors. */
+constexpr int MOST_SHARES = 16;
 
 void release_memory(void* memory) {
     if (memory) platform::release(memory);
@@ -39,6 +44,26 @@ void look_at_row(const E* row, int size, int own, ROW_SURVEY& survey) {
     survey.reach = std::max(survey.reach, sum);
     survey.entries += entries - (row[own] != 0);
     survey.widest = std::max<std::uint64_t>(survey.widest, widest);
+}
+
+/**
+ * Calls work(first, last, share) for shares of the rows, on as many threads as there are processors
+ * where the matrix is large: what is done here runs in front of a search.
+ */
+template <class WORK>
+int share_rows(int size, WORK work) {
+    const int processors = static_cast<int>(std::max(std::thread::hardware_concurrency(), 1u));
+    const int shares = size < 4096 ? 1 : std::min(processors, MOST_SHARES);
+    std::vector<std::thread> threads;
+    for (int share = 1; share < shares; ++share)
+        threads.emplace_back([=] {
+            work(static_cast<int>(std::int64_t{size} * share / shares),
+                 static_cast<int>(std::int64_t{size} * (share + 1) / shares), share);
+        });
+    work(0, size / shares, 0);
+    for (std::thread& thread : threads)
+        thread.join();
+    return shares;
 }
 
 }  // namespace
@@ -88,9 +113,17 @@ CPU_ROWS<E>::CPU_ROWS(const E* weights, int size)
       dense_(reinterpret_cast<const unsigned char*>(weights)),
       row_bytes_(static_cast<std::size_t>(size) * sizeof(E)) {
     const SHAPE shape(size);
-    for (int i = 0; i < size; ++i)
-        look_at_row(weights + static_cast<std::size_t>(i) * static_cast<std::size_t>(size), size,
-                    shape.place(i), survey_);
+    ROW_SURVEY surveys[MOST_SHARES];
+    const int shares = share_rows(size, [&, shape](int first, int last, int share) {
+        for (int i = first; i < last; ++i)
+            look_at_row(weights + static_cast<std::size_t>(i) * static_cast<std::size_t>(size),
+                        size, shape.place(i), surveys[share]);
+    });
+    for (int share = 0; share < shares; ++share) {
+        survey_.widest = std::max(survey_.widest, surveys[share].widest);
+        survey_.reach = std::max(survey_.reach, surveys[share].reach);
+        survey_.entries += surveys[share].entries;
+    }
     take(survey_.best_form(size));
 }
 
@@ -123,13 +156,15 @@ void CPU_ROWS<E>::narrowRows() {
     const SHAPE shape(size_);
     const std::size_t size = static_cast<std::size_t>(size_);
     NARROW* rows = static_cast<NARROW*>(memory_.get());
-    for (std::size_t i = 0; i < size; ++i) {
-        const E* from = weights_ + i * size;
-        NARROW* row = rows + i * size;
-        for (std::size_t p = 0; p < size; ++p)
-            row[p] = static_cast<NARROW>(from[p]);
-        row[shape.place(static_cast<int>(i))] = 0;
-    }
+    share_rows(size_, [=, this](int first, int last, int) {
+        for (int i = first; i < last; ++i) {
+            const E* from = weights_ + static_cast<std::size_t>(i) * size;
+            NARROW* row = rows + static_cast<std::size_t>(i) * size;
+            for (std::size_t p = 0; p < size; ++p)
+                row[p] = static_cast<NARROW>(from[p]);
+            row[shape.place(i)] = 0;
+        }
+    });
     dense_ = static_cast<const unsigned char*>(memory_.get());
     row_bytes_ = size * sizeof(NARROW);
 }
