@@ -1,0 +1,45 @@
+"""ORVEX finds the lowest-energy bit vector of a QUBO problem.
+
+    >>> import numpy as np, orvex
+    >>> result = orvex.solve(np.array([[-3, 2], [0, -1]]), target=-3)
+    >>> result.energy, result.x.tolist()
+    (-3, [True, False])
+
+A problem of n binary variables is stated by integer coefficients W[i, j] with i <= j; its energy is the
+sum over i <= j of W[i, j] x[i] x[j], and the least is wanted. :func:`solve` searches, :class:`Problem`
+is a problem that is searched several times, :class:`OrvexSampler` is the same for programs on dimod.
+"""
+
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any
+
+from ._library import OrvexError, engine_version
+from ._problem import LargeProblemWarning, Problem
+from ._result import Result
+from ._settings import Settings
+from ._solve import Event, solve
+
+if TYPE_CHECKING:
+    from ._sampler import OrvexSampler
+
+__all__ = [
+    "Event",
+    "LargeProblemWarning",
+    "OrvexError",
+    "OrvexSampler",
+    "Problem",
+    "Result",
+    "Settings",
+    "engine_version",
+    "solve",
+]
+__version__ = "0.1.0"
+
+
+def __getattr__(name: str) -> Any:
+    if name == "OrvexSampler":  # needs dimod, which not everyone has
+        from ._sampler import OrvexSampler
+
+        return OrvexSampler
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

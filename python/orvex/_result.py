@@ -1,0 +1,94 @@
+"""What a search gives back."""
+
+from __future__ import annotations
+
+from collections.abc import Hashable, Sequence
+from dataclasses import dataclass, field
+from typing import TYPE_CHECKING, Any, Literal, Union
+
+import numpy as np
+import numpy.typing as npt
+
+if TYPE_CHECKING:
+    from matplotlib.axes import Axes
+
+Energy = Union[int, float]
+Status = Literal[
+    "target reached", "time limit", "trial limit", "stopped by callback", "interrupted"
+]
+
+
+@dataclass(frozen=True)
+class Result:
+    """The best solution of a search, and how the search went."""
+
+    x: npt.NDArray[np.bool_]
+    """The best bit vector."""
+    energy: Energy
+    """Its energy, computed from the bits in exact integers: an int where it is whole."""
+    history: list[tuple[float, Energy]]
+    """Seconds since the search began, and energy, of every new best; a start stands at 0.0."""
+    status: Status
+    """What ended the search."""
+    info: dict[str, str]
+    """What the library tells of the run: "solver", "gpu" (the device), "solver_size", "solver_bits",
+    "arithmetic_bits", "runtime", "search_cycles", "total_flips", "tts" (seconds to the solution).
+    Empty when the search was interrupted before the library had finished."""
+    timings: dict[str, float]
+    """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library,
+    "search", and "total", which is all of the call."""
+    variables: Sequence[Hashable] = field(repr=False)
+    """The label of each bit."""
+    solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
+    """The bits of every entry of `history`."""
+
+    @property
+    def sample(self) -> dict[Hashable, int]:
+        """The best bit of each variable by its label."""
+        return dict(zip(self.variables, self.x.astype(int).tolist()))
+
+    def __repr__(self) -> str:
+        return (
+            f"<orvex.Result: energy {self.energy}, {len(self.x)} variables, {self.status}, "
+            f"found after {self.history[-1][0]:.3f} s of {self.timings['search']:.3f} s>"
+        )
+
+    def __str__(self) -> str:
+        bits = "".join(map(str, self.x[:64].astype(int).tolist()))
+        more = f"... ({len(self.x)} bits)" if len(self.x) > 64 else ""
+        lines = {
+            "energy": self.energy,
+            "status": self.status,
+            "found after": f"{self.history[-1][0]:.3f} s",
+            "search": f"{self.timings['search']:.3f} s",
+            "new bests": len(self.history),
+            "flips": self.info.get("total_flips", "unknown"),
+            "bits": bits + more,
+        }
+        return "\n".join(f"{name + ':':<13}{value}" for name, value in lines.items())
+
+    def plot(self, ax: Axes | None = None, **style: Any) -> Axes:
+        """Draws the best energy over time with matplotlib.
+
+        Parameters
+        ----------
+        ax
+            Where to draw; a new figure by default.
+        style
+            Handed on to ``Axes.step``.
+
+        Returns
+        -------
+        matplotlib.axes.Axes
+            What was drawn on.
+        """
+        if ax is None:
+            import matplotlib.pyplot
+
+            ax = matplotlib.pyplot.figure().add_subplot()
+        times = [time for time, _ in self.history] + [self.timings["search"]]
+        energies = [energy for _, energy in self.history] + [self.energy]
+        ax.step(times, energies, where="post", **style)
+        ax.set_xlabel("time in seconds")
+        ax.set_ylabel("best energy")
+        return ax

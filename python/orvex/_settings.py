@@ -1,0 +1,177 @@
+"""The settings of the engine as keyword arguments, checked completely before the library sees them:
+it would end the process at what it cannot read.
+"""
+
+from __future__ import annotations
+
+import difflib
+import math
+import numbers
+from collections.abc import Callable, Mapping
+from typing import Any, Literal, TypedDict, Union
+
+FlipRule = Literal["MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor"]
+Generator = Literal[
+    "Random", "Best", "Mutation", "Cross", "XCross", "Zero", "One", "IntervalZero", "Hint", "AllBest"
+]
+FLIP_RULES = ("MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor")
+GENERATORS = (
+    "Random", "Best", "Mutation", "Cross", "XCross", "Zero", "One", "IntervalZero", "Hint", "AllBest",
+)  # fmt: skip
+
+
+class Settings(TypedDict, total=False):
+    """Settings of the engine, all optional."""
+
+    arithmetic_bits: Literal[32, 64]
+    """Width of energies in the search; by default the least that is proven to be enough."""
+    search_cycles: Union[tuple[int, int], Literal["default"]]
+    """Flips for one start instance, and steps of one search; 0 in either place leaves that one to the
+    engine. By default the choice of the command-line caller for this problem; "default" is the
+    engine's own."""
+    search_cycles_factor: tuple[float, float]
+    """Both, as multiples of the number of variables."""
+    batch_factor: float
+    """Flips for one start instance, as a multiple of the band's size."""
+    annealing_factor: float
+    """Steps of one search, as a multiple of the number of variables."""
+    tabu_cycles: int
+    """Steps for which a flipped bit stays barred, 0 to 255; 8 by default."""
+    pool_size: int
+    """Solutions in the pool of each island, 2 to 10000; 100 by default."""
+    solution_proximity: int
+    """Hamming distance within which two solutions of a pool count as near; by default a hundredth of
+    the variables."""
+    islands_per_gpu: int
+    """Islands on each device, 1 to 64."""
+    blocks_per_island: int
+    """Blocks that serve an island, 1 to 64."""
+    restart_t0: float
+    """Seconds of the first restart period; 0 turns restarts off; 1.0 by default."""
+    restart_b: float
+    """Growth of the restart periods; 2.0 by default."""
+    restart_duration: tuple[float, float]
+    """Both at once."""
+    restart_nobest: tuple[float, float]
+    """Seconds of the first period, and the share of each period in which "AllBest" is not chosen."""
+    fix_algorithm: FlipRule
+    """Every instance is searched by this flip rule."""
+    exclude_algorithm: FlipRule
+    """Random choices skip this flip rule."""
+    fix_instance: Generator
+    """Every start instance is made by this generator."""
+    best_priority: int
+    """Mixing of "Hint" and "AllBest", -63 to 63; 0 by default."""
+    inst_zero: int
+    """"Zero" clears one bit in 2 ** inst_zero, 0 to 63; 3 by default."""
+    inst_one: int
+    """"One" sets one bit in 2 ** inst_one, 0 to 63; 3 by default."""
+    verbose: Literal[0, 1, 2]
+    """1: the library's own progress lines and final table on standard error; 2: more."""
+
+
+Check = Callable[[str, Any], str]
+
+
+def whole_number(name: str, value: Any, least: int, most: int) -> int:
+    """A caller's integer within its range."""
+    if isinstance(value, bool) or not isinstance(value, numbers.Integral):
+        raise TypeError(f"{name} must be an integer, not {value!r}")
+    if not least <= int(value) <= most:
+        raise ValueError(f"{name} must be from {least} to {most}, not {value}")
+    return int(value)
+
+
+def real_number(name: str, value: Any, least: float, most: float) -> float:
+    """A caller's number within its range."""
+    if isinstance(value, bool) or not isinstance(value, numbers.Real):
+        raise TypeError(f"{name} must be a number, not {value!r}")
+    try:
+        number = float(value)
+    except OverflowError:
+        number = math.inf
+    if not least <= number <= most:
+        raise ValueError(f"{name} must be from {least:g} to {most:g}, not {value}")
+    return number
+
+
+def _integer(least: int, most: int) -> Check:
+    return lambda name, value: str(whole_number(name, value, least, most))
+
+
+def _real(least: float, most: float) -> Check:
+    return lambda name, value: repr(real_number(name, value, least, most))
+
+
+def _pair(first: Check, second: Check) -> Check:
+    def check(name: str, value: Any) -> str:
+        if isinstance(value, (str, bytes)) or not hasattr(value, "__len__") or len(value) != 2:
+            raise TypeError(f"{name} must be two numbers, not {value!r}")
+        return f"{first(f'{name}[0]', value[0])} {second(f'{name}[1]', value[1])}"
+
+    return check
+
+
+def _one_of(*choices: Any) -> Check:
+    def check(name: str, value: Any) -> str:
+        if type(value) is not type(choices[0]) or value not in choices:
+            raise ValueError(f"{name} must be one of {', '.join(map(repr, choices))}, not {value!r}")
+        return str(value)
+
+    return check
+
+
+_FACTOR = _real(0, 10_000)
+_CYCLES = _integer(0, 2**31 - 1)
+_CHECKS: dict[str, Check] = {
+    "arithmetic_bits": _one_of(32, 64),
+    "search_cycles": _pair(_CYCLES, _CYCLES),
+    "search_cycles_factor": _pair(_FACTOR, _FACTOR),
+    "batch_factor": _FACTOR,
+    "annealing_factor": _FACTOR,
+    "tabu_cycles": _integer(0, 255),
+    "pool_size": _integer(2, 10_000),
+    "solution_proximity": _integer(0, 65536),
+    "islands_per_gpu": _integer(1, 64),
+    "blocks_per_island": _integer(1, 64),
+    "restart_t0": _real(0, 1e9),
+    "restart_b": _real(1e-3, 1e6),
+    "restart_duration": _pair(_real(0, 1e9), _real(1e-3, 1e6)),
+    "restart_nobest": _pair(_real(0, 1e9), _real(0, 1)),
+    "fix_algorithm": _one_of(*FLIP_RULES),
+    "exclude_algorithm": _one_of(*FLIP_RULES),
+    "fix_instance": _one_of(*GENERATORS),
+    "best_priority": _integer(-63, 63),
+    "inst_zero": _integer(0, 63),
+    "inst_one": _integer(0, 63),
+    "verbose": _one_of(0, 1, 2),
+}
+#: Settings of which two say different things of the same: the engine takes either.
+_SAME = [
+    {"search_cycles", "search_cycles_factor", "batch_factor"},
+    {"search_cycles", "search_cycles_factor", "annealing_factor"},
+    {"restart_t0", "restart_duration", "restart_nobest"},
+    {"restart_b", "restart_duration"},
+]
+
+
+def check_settings(settings: Mapping[str, Any], known: frozenset[str]) -> dict[str, str]:
+    """The engine's parameters for what the caller set; None counts as not set.
+
+    `known` are the other arguments of the function that the caller called, for messages.
+    """
+    params: dict[str, str] = {}
+    for name, value in settings.items():
+        if name not in _CHECKS:
+            near = difflib.get_close_matches(name, [*_CHECKS, *known], n=1, cutoff=0.0)
+            raise TypeError(f"there is no setting {name!r}; did you mean {near[0]!r}?")
+        if value is None or (name == "search_cycles" and isinstance(value, str)):
+            if value not in (None, "default"):
+                raise ValueError(f'search_cycles must be two numbers or "default", not {value!r}')
+            continue
+        params[name] = _CHECKS[name](name, value)
+    for same in _SAME:
+        given = sorted(same & params.keys())
+        if len(given) > 1:
+            raise ValueError(f"{given[0]} and {given[1]} cannot be set together")
+    return params

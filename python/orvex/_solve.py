@@ -1,0 +1,338 @@
+"""A search as the caller sees it: arguments in, result out, with events, progress and interrupts on
+the caller's own thread. The library's threads only note what is new (:mod:`._engine`); everything that
+may take time or fail happens here.
+"""
+
+from __future__ import annotations
+
+import inspect
+import math
+import time
+from collections.abc import Callable, Iterable
+from contextlib import ExitStack
+from fractions import Fraction
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+import numpy.typing as npt
+
+from ._engine import Run
+from ._library import OrvexError, support
+from ._memory import expect_memory
+from ._numbers import Scale, exact
+from ._problem import Problem, Words, as_problem
+from ._progress import Progress
+from ._result import Energy, Result, Status
+from ._settings import Settings, check_settings, real_number, whole_number
+
+if TYPE_CHECKING:
+    from typing_extensions import Unpack
+
+#: What ends a search for which nothing else was said.
+DEFAULT_TIME_LIMIT = 10.0
+#: How long after a request to end the caller waits for the library before going on without it.
+_PATIENCE = 0.1
+
+
+class Event:
+    """What a callback is given: a new best, and what it may ask for."""
+
+    x: npt.NDArray[np.bool_]
+    """The new best bit vector."""
+    energy: Energy
+    """Its energy, in exact integers where it is whole."""
+    time: float
+    """When it was found, in seconds since the search began."""
+
+    def __init__(self, search: _Search, x: npt.NDArray[np.bool_], energy: Energy, at: float) -> None:
+        self.x, self.energy, self.time = x, energy, at
+        self._search = search
+
+    def stop(self) -> None:
+        """Ends the search; the best solution so far is returned."""
+        self._search.end("stopped by callback")
+
+    def hint(self, x: Any) -> None:
+        """Gives the search a bit vector to search from."""
+        self._search.run.hint(self._search.problem._words(x, "the hint"))
+
+
+Callback = Callable[[Event], object]
+
+
+def solve(
+    problem: Any,
+    *,
+    time_limit: float | None = None,
+    target: float | None = None,
+    trial_limit: int | None = None,
+    starts: Iterable[Any] = (),
+    hints: Iterable[Any] = (),
+    callback: Callback | None = None,
+    progress: bool = False,
+    scale: Scale | None = None,
+    **settings: Unpack[Settings],
+) -> Result:
+    """Searches for the bit vector of lowest energy.
+
+    The first limit that holds ends the search; without any, it takes 10 seconds. Ctrl-C ends it within
+    0.2 seconds, and the best solution so far is returned with the status "interrupted".
+
+    One search at a time runs in a process: another thread's waits until it is over.
+
+    Parameters
+    ----------
+    problem
+        A :class:`Problem`, or what states one.
+    time_limit
+        Seconds, more than 0.
+    target
+        The search ends at this energy or below.
+    trial_limit
+        The search ends after so many start instances.
+    starts
+        Bit vectors that count as found when the search begins. The best is searched from at once, the
+        others are given as hints.
+    hints
+        Bit vectors for the search to start instances from.
+    callback
+        Called with an :class:`Event` at every new best. It may ask for the end, as it does by returning
+        True, and give hints. What it raises ends the search and is raised by this function.
+    progress
+        Shows a bar in terminals and notebooks: tqdm's if tqdm is there, else lines on standard error.
+    scale
+        Makes integers of the coefficients; see :class:`Problem`.
+    settings
+        Settings of the engine; see :class:`Settings`.
+
+    Raises
+    ------
+    TypeError, ValueError
+        An argument is wrong; an unknown setting is named with the nearest that there is.
+    MemoryError
+        This machine has not the memory for the problem.
+    """
+    begin = time.perf_counter()
+    params = check_settings(settings, _ARGUMENTS)
+    if callback is not None and not callable(callback):
+        raise TypeError(f"callback must be callable, not {callback!r}")
+    limits = _Limits(time_limit, target, trial_limit)
+    made = as_problem(problem, scale)
+    built = 0.0 if made is problem else time.perf_counter() - begin
+    _complete(params, made, automatic=settings.get("search_cycles") is None)
+    limits.enter(params, made)
+    starts_words = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
+    hints_words = [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)]
+    search = _Search(made, params, limits, starts_words, hints_words, callback)
+    with ExitStack() as stack:
+        if progress:
+            search.progress = stack.enter_context(Progress(limits.time))
+        search.follow()
+    return search.result(built, begin)
+
+
+_ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
+
+
+def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None:
+    """Settles what the caller left open: width of energies, search cycles."""
+    proven = problem._facts().proven_bits
+    bits = int(params.setdefault("arithmetic_bits", str(proven)))
+    if bits < proven:
+        raise ValueError(
+            f"arithmetic_bits={bits} is not enough: energies of this problem may need {proven} bits"
+        )
+    facts = problem._facts(bits)
+    if facts.band_size == 0:
+        raise ValueError(f"this build has no energies of {bits} bits for {problem.size} variables")
+    pools = int(params.get("pool_size", 100)) * int(params.get("islands_per_gpu", 8))
+    expect_memory(
+        facts.memory_model + facts.memory_bands + pools * (facts.band_size // 8 + 64),
+        "a search with these settings takes",
+    )
+    factors = {"search_cycles", "search_cycles_factor", "batch_factor", "annealing_factor"}
+    if automatic and not factors & params.keys():
+        chosen: bytes = support.orvex_python_search_cycles(problem._pointer)
+        if chosen:
+            params["search_cycles"] = chosen.decode()
+
+
+class _Limits:
+    """What ends a search by itself."""
+
+    def __init__(self, limit: float | None, target: float | None, trials: int | None) -> None:
+        self.time: float | None = None
+        if limit is not None:
+            self.time = real_number("time_limit", limit, 1e-6, 1e9)
+        self.trials = None
+        if trials is not None:
+            self.trials = whole_number("trial_limit", trials, 1, 2**62)
+        self._target: Fraction | None = None
+        if target is not None:
+            self._target = exact(target, "target")
+        if self.time is None and self.trials is None and target is None:
+            self.time = DEFAULT_TIME_LIMIT
+        self.target: int | None = None
+
+    def enter(self, params: dict[str, str], problem: Problem) -> None:
+        """The library counts whole seconds and takes a target of 0 for none: it gets what it can
+        have, and the rest is seen to here."""
+        if self.time is not None:
+            params["time_limit"] = str(math.ceil(self.time))
+        if self.trials is not None:
+            params["trial_limit"] = str(self.trials)
+        if self._target is not None:
+            own = problem._in_own_units(self._target)
+            self.target = max(-(2**63) + 1, min(own, 2**63 - 1))
+            if self.target != 0:
+                params["target_energy"] = str(self.target)
+
+
+class _Search:
+    """A search that runs, from the caller's side."""
+
+    def __init__(
+        self,
+        problem: Problem,
+        params: dict[str, str],
+        limits: _Limits,
+        starts: list[Words],
+        hints: list[Words],
+        callback: Callback | None,
+    ) -> None:
+        self.problem = problem
+        self.progress: Progress | None = None
+        self._limits = limits
+        self._callback = callback
+        self._status: Status | None = None  # why the caller's side ended the search
+        self._failure: BaseException | None = None
+        self._own: list[int] = []  # energies of the history, as integers
+        self._words: list[Words] = []
+        self._times: list[float] = []
+        starts = sorted(starts, key=problem._energy)
+        if starts:
+            self._note(0.0, starts[0], problem._energy(starts[0]))
+        first = starts[0] if starts else None
+        self.run = Run(problem, params, first, starts[1:] + hints)
+
+    def end(self, status: Status) -> None:
+        """Asks the search to end; the first reason counts."""
+        if self._status is None:
+            self._status = status
+        self.run.stop()
+
+    def follow(self) -> None:
+        """Goes with the search until its end. An interrupt may come anywhere within."""
+        try:
+            self._watch()
+        except KeyboardInterrupt:
+            self.end("interrupted")
+            self._leave()
+        except BaseException as failure:
+            self._failure = failure
+            self.end("stopped by callback")
+            self._leave()
+
+    def _leave(self) -> None:
+        """Waits a moment for the end; then the library finishes alone."""
+        try:
+            self.run.ended.wait(_PATIENCE)
+        except KeyboardInterrupt:
+            pass
+
+    def _watch(self) -> None:
+        run, limit = self.run, self._limits.time
+        while not run.ended.is_set():
+            run.changed.wait(0.05)
+            run.changed.clear()
+            self._take_news()
+            elapsed = 0.0 if run.began is None else time.perf_counter() - run.began
+            if limit is not None and run.began is not None and elapsed >= limit:
+                self.end("time limit")
+            if self.progress is not None:
+                best = self._own[-1] if self._own else None
+                shown = None if best is None else self.problem._in_callers_units(best)
+                self.progress.show(elapsed, shown)
+        self._take_news()
+
+    def _take_news(self) -> None:
+        while self.run.news:
+            at, words = self.run.news.popleft()
+            if self._own:
+                energy = self._own[-1] + self.problem._energy_change(self._words[-1], words)
+            else:
+                energy = self.problem._energy(words)
+            if self._own and energy >= self._own[-1]:
+                continue  # as good as the start
+            self._note(at, words, energy)
+            if self._limits.target is not None and energy <= self._limits.target:
+                self.end("target reached")
+            if self._callback is not None:
+                units = self.problem._in_callers_units(energy)
+                if self._callback(Event(self, self.problem._bits(words), units, at)) is True:
+                    self.end("stopped by callback")
+
+    def _note(self, at: float, words: Words, energy: int) -> None:
+        self._times.append(at)
+        self._words.append(words)
+        self._own.append(energy)
+
+    def result(self, built: float, begin: float) -> Result:
+        run, problem = self.run, self.problem
+        if self._failure is not None:
+            raise self._failure
+        if run.error is not None:
+            raise run.error
+        self._add_final()
+        if not self._own:  # interrupted before there was anything
+            zeros = np.zeros((problem.size + 63) // 64, dtype=np.uint64)
+            self._note(0.0, zeros, 0)
+        energy = problem._energy(self._words[-1])
+        if energy != self._own[-1]:
+            raise OrvexError(f"internal error: energy {self._own[-1]} is {energy} by its bits")
+        searched = run.search_time
+        if not run.ended.is_set():
+            searched = 0.0 if run.began is None else time.perf_counter() - run.began
+        return Result(
+            x=problem._bits(self._words[-1]),
+            energy=problem._in_callers_units(energy),
+            history=[(t, problem._in_callers_units(e)) for t, e in zip(self._times, self._own)],
+            status=self._why(energy),
+            info=dict(run.info),
+            timings={
+                "build": built,
+                "load": run.load_time,
+                "search": searched,
+                "total": time.perf_counter() - begin,
+            },
+            variables=problem.variables,
+            solutions=[problem._bits(words) for words in self._words],
+        )
+
+    def _add_final(self) -> None:
+        """The library's own result, which must not be worse than the last event."""
+        final = self.run.solution
+        if final is None:
+            self._take_late_news()
+            return
+        energy = self.problem._energy(final)
+        if self._own and energy > self._own[-1]:
+            raise OrvexError(f"internal error: energy {self._own[-1]} came back as {energy}")
+        if not self._own or energy < self._own[-1]:
+            self._note(self.run.search_time, final, energy)
+
+    def _take_late_news(self) -> None:
+        """What came while an interrupt was on its way."""
+        self._callback = None
+        self._take_news()
+
+    def _why(self, energy: int) -> Status:
+        if self._limits.target is not None and energy <= self._limits.target:
+            return "target reached"
+        if self._status is not None:
+            return self._status
+        # The library ended the search itself.
+        runtime = float(self.run.info.get("runtime") or 0)
+        if self._limits.time is not None and runtime >= self._limits.time:
+            return "time limit"
+        return "trial limit" if self._limits.trials is not None else "time limit"

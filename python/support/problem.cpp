@@ -1,0 +1,244 @@
+// Problems from arrays and files, and their energies. Sums are formed in 128 bits while the terms
+// are gathered; once a problem stands, its bounds are proven to fit into 64.
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+#include "machine.hpp"
+#include "support.hpp"
+
+namespace orvex::python {
+namespace {
+
+using Wide = cli::Wide;
+
+bool is_set(const std::uint64_t* words, std::size_t i) {
+    return words[i / 64] >> (i % 64) & 1;
+}
+
+std::int64_t narrowed(Wide number) {
+    if (number < std::numeric_limits<std::int64_t>::min() + 1 ||
+        number > std::numeric_limits<std::int64_t>::max())
+        throw std::range_error("a coefficient of " + cli::to_string(number) +
+                               " does not fit into 64 bits");
+    return static_cast<std::int64_t>(number);
+}
+
+std::unique_ptr<PROBLEM> of_size(int size) {
+    auto problem = std::make_unique<PROBLEM>();
+    problem->size = size;
+    problem->linear.resize(static_cast<std::size_t>(size));
+    problem->begin.resize(static_cast<std::size_t>(size) + 1);
+    return problem;
+}
+
+/** Gathers the couplings: `each` calls what it is given with all (i, j, value), i < j, twice. */
+template <class EACH>
+void gather(PROBLEM& problem, const EACH& each) {
+    std::vector<std::int64_t>& begin = problem.begin;
+    each([&](std::size_t i, std::size_t j, std::int64_t) { ++begin[i + 1], ++begin[j + 1]; });
+    for (std::size_t i = 1; i < begin.size(); ++i)
+        begin[i] += begin[i - 1];
+    problem.other.resize(static_cast<std::size_t>(begin.back()));
+    problem.coupling.resize(problem.other.size());
+    std::vector<std::int64_t> next(begin.begin(), begin.end() - 1);
+    const auto put = [&](std::size_t at, std::size_t other, std::int64_t value) {
+        const auto slot = static_cast<std::size_t>(next[at]++);
+        problem.other[slot] = static_cast<std::int32_t>(other);
+        problem.coupling[slot] = value;
+    };
+    each([&](std::size_t i, std::size_t j, std::int64_t value) {
+        put(i, j, value);
+        put(j, i, value);
+    });
+}
+
+struct TERM {
+    std::uint64_t pair;  ///< the lesser variable above, the greater below
+    std::int64_t value;
+};
+
+/** One term for each pair, in ascending order. */
+std::vector<TERM> summed(std::vector<TERM> terms) {
+    std::stable_sort(terms.begin(), terms.end(),
+                     [](const TERM& a, const TERM& b) { return a.pair < b.pair; });
+    std::vector<TERM> sums;
+    for (std::size_t k = 0; k < terms.size();) {
+        const std::uint64_t pair = terms[k].pair;
+        Wide sum = 0;
+        for (; k < terms.size() && terms[k].pair == pair; ++k)
+            sum += terms[k].value;
+        if (sum != 0) sums.push_back({pair, narrowed(sum)});
+    }
+    return sums;
+}
+
+}  // namespace
+
+std::int64_t PROBLEM::energy(const std::uint64_t* words) const {
+    Wide twice = 0;
+    for (std::size_t i = 0; i < linear.size(); ++i) {
+        if (!is_set(words, i)) continue;
+        Wide row = 0;
+        for (auto k = static_cast<std::size_t>(begin[i]);
+             k < static_cast<std::size_t>(begin[i + 1]); ++k)
+            if (is_set(words, static_cast<std::size_t>(other[k]))) row += coupling[k];
+        twice += 2 * Wide{linear[i]} + row;
+    }
+    return static_cast<std::int64_t>(twice / 2);
+}
+
+/** With d = to - from: the sum over i of d_i (2 linear_i + couplings times (from + to)), halved. */
+std::int64_t PROBLEM::energy_change(const std::uint64_t* from, const std::uint64_t* to) const {
+    Wide twice = 0;
+    for (std::size_t i = 0; i < linear.size(); ++i) {
+        if (is_set(from, i) == is_set(to, i)) continue;
+        Wide row = 0;
+        for (auto k = static_cast<std::size_t>(begin[i]);
+             k < static_cast<std::size_t>(begin[i + 1]); ++k) {
+            const auto j = static_cast<std::size_t>(other[k]);
+            row += Wide{coupling[k]} * (is_set(from, j) + is_set(to, j));
+        }
+        twice += (is_set(to, i) ? 1 : -1) * (2 * Wide{linear[i]} + row);
+    }
+    return static_cast<std::int64_t>(twice / 2);
+}
+
+void PROBLEM::settle() {
+    cli::RowSums sums(size);
+    facts.size = size;
+    const auto take = [&](std::size_t i, std::size_t j, std::int64_t value) {
+        if (value == 0) return;
+        ++facts.nonzero;
+        facts.smallest_weight = std::min<long>(facts.smallest_weight, value);
+        facts.largest_weight = std::max<long>(facts.largest_weight, value);
+        sums.change(static_cast<int>(i), static_cast<int>(j), 0, value);
+    };
+    for (std::size_t i = 0; i < linear.size(); ++i) {
+        take(i, i, linear[i]);
+        for (auto k = static_cast<std::size_t>(begin[i]);
+             k < static_cast<std::size_t>(begin[i + 1]); ++k)
+            if (static_cast<std::size_t>(other[k]) > i)
+                take(i, static_cast<std::size_t>(other[k]), coupling[k]);
+    }
+    facts.entries = facts.nonzero;
+    facts.smallest = facts.smallest_weight;
+    facts.largest = facts.largest_weight;
+    facts.bound = sums.bound();
+    // The lowest weight of 32 bits has no negative there.
+    const int width = find_wbit(facts.smallest, facts.largest);
+    facts.width =
+        width == 32 && facts.smallest == std::numeric_limits<std::int32_t>::min() ? 64 : width;
+    if (facts.bound.bits(cli::MAX_SIZE) > 64)
+        throw std::range_error(
+            "energies may lie between " + cli::to_string(facts.bound.lowest_energy) + " and " +
+            cli::to_string(facts.bound.highest_energy) + ", which does not fit into 64 bits");
+}
+
+}  // namespace orvex::python
+
+using namespace orvex::python;
+
+/** The upper triangle of a matrix, row after row, whose lower one repeats it or is zero throughout.
+ */
+ORVEX_PYTHON_API PROBLEM* orvex_python_from_matrix(std::uint32_t n, const std::int64_t* matrix) {
+    return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
+        auto problem = of_size(static_cast<int>(n));
+        const std::size_t size = n;
+        constexpr std::size_t TILE = 64;  // both triangles are read tile by tile, for the cache
+        bool symmetric = true, upper = true;
+        std::string first;
+        for (std::size_t top = 0; top < size; top += TILE)
+            for (std::size_t left = 0; left <= top; left += TILE)
+                for (std::size_t i = top; i < std::min(top + TILE, size); ++i)
+                    for (std::size_t j = left; j < std::min(left + TILE, i); ++j) {
+                        const std::int64_t below = matrix[i * size + j];
+                        upper = upper && below == 0;
+                        if (below == matrix[j * size + i]) continue;
+                        if (symmetric)
+                            first = "[" + std::to_string(i) + ", " + std::to_string(j) + "] is " +
+                                    std::to_string(below) + " and [" + std::to_string(j) + ", " +
+                                    std::to_string(i) + "] is " +
+                                    std::to_string(matrix[j * size + i]);
+                        symmetric = false;
+                    }
+        if (!symmetric && !upper)
+            throw std::invalid_argument("the matrix is neither symmetric nor upper triangular: " +
+                                        first);
+        for (std::size_t i = 0; i < size; ++i)
+            problem->linear[i] = matrix[i * size + i];
+        gather(*problem, [&](const auto& take) {
+            for (std::size_t i = 0; i < size; ++i)
+                for (std::size_t j = i + 1; j < size; ++j)
+                    if (const std::int64_t value = matrix[i * size + j]; value != 0)
+                        take(i, j, value);
+        });
+        problem->settle();
+        return problem.release();
+    });
+}
+
+/** The sum of terms; variables i and j of each stand side by side and are below n. */
+ORVEX_PYTHON_API PROBLEM* orvex_python_from_terms(std::uint32_t n, std::uint64_t count,
+                                                  const std::uint32_t* pairs,
+                                                  const std::int64_t* values) {
+    return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
+        auto problem = of_size(static_cast<int>(n));
+        std::vector<TERM> terms(count);
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::uint64_t i = std::min(pairs[2 * k], pairs[2 * k + 1]);
+            const std::uint64_t j = std::max(pairs[2 * k], pairs[2 * k + 1]);
+            terms[k] = {i << 32 | j, values[k]};
+        }
+        const std::vector<TERM> sums = summed(std::move(terms));
+        gather(*problem, [&](const auto& take) {
+            for (const TERM& term : sums) {
+                const std::size_t i = term.pair >> 32, j = term.pair & 0xFFFFFFFF;
+                if (i == j)
+                    problem->linear[i] = term.value;
+                else
+                    take(i, j, term.value);
+            }
+        });
+        problem->settle();
+        return problem.release();
+    });
+}
+
+/** A model file, read and validated as the command-line caller does. */
+ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path) {
+    return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
+        orvex::cli::ModelFile file(path);
+        const long matrix = long{file.size()} * file.size() * (file.width() / 8);
+        if (matrix > std::min(orvex::cli::machine_memory(), orvex::cli::free_memory()))
+            throw std::bad_alloc();
+        const orvex::cli::Problem read = file.read();
+        auto problem = of_size(read.size);
+        for (int i = 0; i < read.size; ++i)
+            problem->linear[static_cast<std::size_t>(i)] = read.model->get(i, i);
+        gather(*problem, [&](const auto& take) {
+            for (int i = 0; i < read.size; ++i)
+                for (int j = i + 1; j < read.size; ++j)
+                    if (const long value = read.model->get(i, j); value != 0)
+                        take(static_cast<std::size_t>(i), static_cast<std::size_t>(j), value);
+        });
+        problem->settle();
+        return problem.release();
+    });
+}
+
+ORVEX_PYTHON_API void orvex_python_free(PROBLEM* problem) {
+    delete problem;
+}
+
+ORVEX_PYTHON_API std::int64_t orvex_python_energy(const PROBLEM* problem,
+                                                  const std::uint64_t* words) {
+    return problem->energy(words);
+}
+
+ORVEX_PYTHON_API std::int64_t orvex_python_energy_change(const PROBLEM* problem,
+                                                         const std::uint64_t* from,
+                                                         const std::uint64_t* to) {
+    return problem->energy_change(from, to);
+}

@@ -1,0 +1,50 @@
+// The two calls of the flat interface that may throw, with what they throw caught.
+#include <limits>
+
+#include "support.hpp"
+
+using namespace orvex::python;
+
+/** Loads a problem; null on failure, with the reason in orvex_python_error. */
+ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem) {
+    return guarded<>(static_cast<tarvik_orvex_handle*>(nullptr), [&] {
+        std::vector<std::uint32_t> index, pairs;
+        std::vector<std::int64_t> linear, couplings;
+        const std::size_t size = problem->linear.size();
+        // A value that the next one replaces widens the matrix, where the least needs 64 bits.
+        if (problem->facts.width == 64) {
+            index.push_back(0);
+            linear.push_back(std::int64_t{std::numeric_limits<std::int32_t>::max()} + 1);
+        }
+        for (std::size_t i = 0; i < size; ++i) {
+            index.push_back(static_cast<std::uint32_t>(i));
+            linear.push_back(problem->linear[i]);
+        }
+        pairs.reserve(problem->other.size());
+        couplings.reserve(problem->other.size() / 2);
+        for (std::size_t i = 0; i < size; ++i)
+            for (auto k = static_cast<std::size_t>(problem->begin[i]);
+                 k < static_cast<std::size_t>(problem->begin[i + 1]); ++k) {
+                const auto j = static_cast<std::uint32_t>(problem->other[k]);
+                if (j <= i) continue;
+                pairs.push_back(static_cast<std::uint32_t>(i));
+                pairs.push_back(j);
+                couplings.push_back(problem->coupling[k]);
+            }
+        tarvik_orvex_handle* const handle =
+            tarvik_orvex_create(static_cast<std::uint32_t>(size), linear.size(), index.data(),
+                                linear.data(), couplings.size(), pairs.data(), couplings.data(), 0);
+        if (handle == nullptr) last_error() = tarvik_orvex_last_error();
+        return handle;
+    });
+}
+
+/** tarvik_orvex_search, whose reason for a 1 is in orvex_python_error. */
+ORVEX_PYTHON_API int orvex_python_search(tarvik_orvex_handle* handle, const char* const* params,
+                                         const std::uint64_t* start, std::uint64_t* solution) {
+    return guarded<>(1, [&] {
+        const int status = tarvik_orvex_search(handle, params, start, solution);
+        if (status != 0) last_error() = tarvik_orvex_last_error();
+        return status;
+    });
+}

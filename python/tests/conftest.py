@@ -1,0 +1,24 @@
+"""What the tests share."""
+
+import itertools
+
+import numpy as np
+import pytest
+
+
+def random_matrix(size: int, largest: int = 100, seed: int = 1) -> np.ndarray:
+    """A dense upper triangular problem."""
+    random = np.random.default_rng(seed)
+    return np.triu(random.integers(-largest, largest + 1, (size, size)))
+
+
+def optimum(matrix: np.ndarray) -> int:
+    """The least energy of a small problem, by trying all."""
+    size = len(matrix)
+    all_x = np.array(list(itertools.product((0, 1), repeat=size)), dtype=np.int64)
+    return int(np.einsum("ki,ij,kj->k", all_x, np.triu(matrix), all_x).min())
+
+
+@pytest.fixture
+def matrix() -> np.ndarray:
+    return random_matrix(12)

@@ -1,0 +1,191 @@
+"""What problems may be stated by, and what is refused."""
+
+import gzip
+from fractions import Fraction
+
+import dimod
+import numpy as np
+import pytest
+import scipy.sparse
+
+import orvex
+from conftest import random_matrix
+
+
+def energies_of(problem: orvex.Problem) -> list:
+    """The energies of all bit vectors of a small problem."""
+    vectors = (np.arange(1 << problem.size)[:, None] >> np.arange(problem.size)) & 1
+    return [problem.energy(x) for x in vectors]
+
+
+UPPER = np.array([[1, -2, 3], [0, 4, -5], [0, 0, -6]])
+
+
+def test_the_energy_is_the_sum_over_the_upper_triangle():
+    problem = orvex.Problem(UPPER)
+    assert problem.size == 3
+    assert problem.energy([1, 1, 0]) == 1 - 2 + 4
+    assert problem.energy(np.array([True, True, True])) == UPPER.sum()
+    assert energies_of(problem) == [
+        int(x @ UPPER @ x) for x in ((np.arange(8)[:, None] >> np.arange(3)) & 1)
+    ]
+
+
+SYMMETRIC = UPPER + np.triu(UPPER, 1).T
+
+
+@pytest.mark.parametrize(
+    "same",
+    [
+        SYMMETRIC,
+        UPPER.tolist(),
+        UPPER.astype(np.int8),
+        UPPER.astype(np.float32),
+        UPPER.astype(object),
+        np.asfortranarray(UPPER),
+        np.kron(UPPER, [[1, 0], [0, 0]])[::2, ::2],
+        scipy.sparse.csr_matrix(UPPER),
+        scipy.sparse.coo_array(SYMMETRIC),
+        scipy.sparse.lil_matrix(UPPER),
+        {(0, 0): 1, (0, 1): -2, (2, 0): 3, (1, 1): 4, (2, 1): -4, (1, 2): -1, (2, 2): -6},
+        {("a", "a"): 1, ("a", "b"): -2, ("b", "b"): 4, ("a", "c"): 3, ("b", "c"): -5, ("c", "c"): -6},
+        dimod.BQM.from_qubo({(i, j): UPPER[i, j] for i in range(3) for j in range(i, 3)}),
+    ],
+    ids=lambda form: type(form).__name__,
+)
+def test_forms_of_one_problem_have_its_energies(same):
+    assert energies_of(orvex.Problem(same)) == energies_of(orvex.Problem(UPPER))
+
+
+def test_spins_become_bits_with_the_same_energies():
+    bqm = dimod.BQM({"a": 1, "b": -2}, {"ab": 3}, 0.5, "SPIN")
+    problem = orvex.Problem(bqm)
+    assert list(problem.variables) == ["a", "b"]
+    assert problem.offset == Fraction(1, 2) - 1 + 2 + 3
+    for x in ([0, 0], [0, 1], [1, 0], [1, 1]):
+        assert problem.energy(x) == bqm.energy({"a": 2 * x[0] - 1, "b": 2 * x[1] - 1})
+
+
+@pytest.mark.parametrize("compressed", [False, True])
+def test_model_files_are_read(tmp_path, compressed):
+    text = b"3 6 -6 4\n0 0 1\n0 1 -2\n0 2 3\n1 1 4\n1 2 -5\n2 2 -6\n"
+    path = tmp_path / ("model.qubo.gz" if compressed else "model.qubo")
+    path.write_bytes(gzip.compress(text) if compressed else text)
+    assert energies_of(orvex.Problem(path)) == energies_of(orvex.Problem(UPPER))
+    assert energies_of(orvex.Problem(str(path))) == energies_of(orvex.Problem(UPPER))
+
+
+def test_wrong_model_files_are_refused(tmp_path):
+    path = tmp_path / "wrong"
+    with pytest.raises(FileNotFoundError, match="there is no model file .*wrong"):
+        orvex.Problem(path)
+    path.write_text("2 1 -5 5\n0 7 1\n")
+    with pytest.raises(ValueError, match="wrong, line 2: the second index is 7"):
+        orvex.Problem(path)
+    with pytest.raises(ValueError):
+        orvex.Problem(tmp_path)
+
+
+@pytest.mark.parametrize(
+    "wrong, text",
+    [
+        (np.zeros((2, 3), dtype=int), "square"),
+        (np.zeros(4, dtype=int), "square"),
+        (np.zeros((0, 0), dtype=int), "at least one variable"),
+        ({}, "at least one variable"),
+        ([[1, 2], [3]], "no problem"),
+        ([["a"]], "no problem"),
+        (5, "no problem"),
+        (None, "no problem"),
+        (np.zeros((1, 1), dtype=complex), "no problem"),
+        ([[0, 1], [2, 0]], r"neither symmetric nor upper triangular: \[1, 0\] is 2 and \[0, 1\] is 1"),
+        ([[0, 0], [2, 0]], "neither symmetric nor upper"),
+        (scipy.sparse.csr_matrix([[0, 1], [2, 0]]), r"\[1, 0\] is 2 and \[0, 1\] is 1"),
+        (scipy.sparse.csr_matrix((2, 3), dtype=int), "square"),
+        (scipy.sparse.coo_array((70000, 70000), dtype=int), "70000 variables are more"),
+        ({(0, 70000): 1}, "70001 variables are more"),
+        ({(0, -1): 1}, "begin with 0"),
+        ({0: 1}, "pairs of variables"),
+        ({(0, 1): "x"}, "must be a number"),
+        ({(0, 1): True}, "must be a number"),
+        ({(0, 1): 2**63}, r"coefficient of \(0, 1\) is 9223372036854775808.* 64 bits"),
+        ({(0, 1): 2**62, (1, 0): 2**62}, "does not fit into 64 bits"),
+        (np.array([[2**63]], dtype=np.uint64), r"\[0, 0\] is 9223372036854775808"),
+        ([[-(2**63)]], "64 bits"),
+        (np.full((3, 3), 2**62), "does not fit into 64 bits"),
+        ([[1, 0.5], [0, 1]], r"must be integers, but \[0, 1\] is 0.5; scale="),
+        ([[1, float("nan")], [0, 1]], r"\[0, 1\] is nan"),
+        ([[1, 1e300], [0, 1]], r"\[0, 1\] is 1e\+300"),
+        ({("a", "b"): 0.25}, r"coefficient of \('a', 'b'\) is 0.25"),
+        (scipy.sparse.csr_matrix([[0, 0.1], [0, 0]]), r"\[0, 1\] is 0.1"),
+        (dimod.BQM({"a": 0.3}, {}, 0, "BINARY"), "coefficient of 'a'"),
+        ("no\0file", "null character"),
+    ],
+)
+def test_what_is_no_problem_is_refused(wrong, text):
+    with pytest.raises((ValueError, TypeError), match=text):
+        orvex.Problem(wrong)
+
+
+def test_a_scale_makes_integers_exactly():
+    floats = UPPER / 10
+    problem = orvex.Problem(floats, scale=10)
+    assert problem.scale == 10
+    assert problem.energy([1, 1, 0]) == 0.3
+    assert orvex.Problem(floats, scale="auto").scale == 10
+    assert orvex.Problem(UPPER / 8, scale="auto").scale == 1000
+    assert orvex.Problem([[2.0**-40]], scale="auto").scale == 2**40
+    assert orvex.Problem({(0, 0): Fraction(1, 3)}, scale="auto").scale == 3
+    assert orvex.Problem(UPPER, scale=7).energy([1, 1, 1]) == UPPER.sum()
+
+
+@pytest.mark.parametrize("scale", [0, -1, 0.5, "most", True, 2**54])
+def test_wrong_scales_are_refused(scale):
+    with pytest.raises(ValueError, match="scale must be"):
+        orvex.Problem(UPPER, scale=scale)
+
+
+def test_a_scale_that_does_not_do_is_refused():
+    with pytest.raises(ValueError, match=r"\[0, 0\] is 0.15, which scale=10 does not"):
+        orvex.Problem([[0.15]], scale=10)
+    with pytest.raises(ValueError, match="scale='auto' does not"):
+        orvex.Problem([[1 / 3]], scale="auto")
+
+
+@pytest.mark.parametrize("wrong", [[0, 1], [0, 1, 2], [[0, 1, 1]], ["a", "b", "c"], None])
+def test_wrong_bit_vectors_are_refused(wrong):
+    with pytest.raises(ValueError, match="the bit vector must"):
+        orvex.Problem(UPPER).energy(wrong)
+
+
+def test_energies_and_their_changes_are_exact():
+    matrix = random_matrix(130, largest=2**50)
+    problem = orvex.Problem(matrix)
+    random = np.random.default_rng(2)
+    x, y = random.integers(0, 2, (2, 130))
+    exact = [int(v.astype(object) @ matrix.astype(object) @ v.astype(object)) for v in (x, y)]
+    assert [problem.energy(x), problem.energy(y)] == exact
+    change = problem._energy_change(problem._words(x), problem._words(y))
+    assert change == exact[1] - exact[0]
+
+
+def test_memory_is_told_and_what_does_not_fit_is_refused(monkeypatch):
+    problem = orvex.Problem(random_matrix(100))
+    assert problem.memory > 100 * 100
+    assert repr(problem).startswith("<orvex.Problem: 100 variables")
+    monkeypatch.setattr("orvex._problem._LARGE", 1000)
+    with pytest.warns(orvex.LargeProblemWarning, match="takes .* GiB of memory at its peak"):
+        orvex.Problem(random_matrix(100))
+    monkeypatch.setattr("orvex._memory.support", FullMachine)
+    with pytest.raises(MemoryError, match="takes at least .* GiB of memory; this machine has"):
+        orvex.Problem(random_matrix(100))
+
+
+class FullMachine:
+    @staticmethod
+    def orvex_python_machine_memory() -> int:
+        return 2**30
+
+    @staticmethod
+    def orvex_python_free_memory() -> int:
+        return 1000

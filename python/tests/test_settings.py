@@ -1,0 +1,112 @@
+"""Settings are checked before the library sees them: it would end the process."""
+
+import numpy as np
+import pytest
+
+import orvex
+from orvex._settings import _CHECKS, check_settings
+
+GOOD = {
+    "arithmetic_bits": 64,
+    "search_cycles": (500, 100),
+    "search_cycles_factor": (0.5, 0.1),
+    "batch_factor": 0.5,
+    "annealing_factor": 0.3,
+    "tabu_cycles": 255,
+    "pool_size": 2,
+    "solution_proximity": 0,
+    "islands_per_gpu": 2,
+    "blocks_per_island": 3,
+    "restart_t0": 0,
+    "restart_b": 1.5,
+    "restart_duration": (0.1, 2.0),
+    "restart_nobest": (1.0, 0.5),
+    "fix_algorithm": "CyclicMin",
+    "exclude_algorithm": "MaxMin",
+    "fix_instance": "Zero",
+    "best_priority": -3,
+    "inst_zero": 5,
+    "inst_one": 0,
+    "verbose": 1,
+}
+
+
+def test_every_setting_is_documented_and_checked():
+    assert set(GOOD) == set(_CHECKS) == set(orvex.Settings.__annotations__)
+
+
+@pytest.mark.parametrize("name", GOOD)
+def test_good_settings_reach_the_search(name, matrix):
+    assert orvex.solve(matrix, trial_limit=50, **{name: GOOD[name]}).status == "trial limit"
+
+
+WRONG = [None.__class__, "soon", "1 2", b"1", float("nan"), float("inf"), -(2**70), 2**70, (1,), (1, 2, 3),
+         [], {}, object(), 1j, np.array([1.5, 2.5, 3]), (1, "x"), (float("nan"), 1), ("1", "2"), True]
+
+
+@pytest.mark.parametrize("wrong", WRONG, ids=repr)
+@pytest.mark.parametrize("name", GOOD)
+def test_wrong_values_are_refused_with_the_setting_named(name, wrong):
+    with pytest.raises((ValueError, TypeError), match=name):
+        check_settings({name: wrong}, frozenset())
+
+
+@pytest.mark.parametrize(
+    "name, wrong",
+    [
+        ("tabu_cycles", 256), ("tabu_cycles", -1), ("pool_size", 1), ("islands_per_gpu", 0),
+        ("blocks_per_island", 65), ("arithmetic_bits", 16), ("inst_zero", 64), ("verbose", 3),
+        ("fix_algorithm", "Max"), ("search_cycles", "500 100"), ("search_cycles", (2**31, 1)),
+        ("restart_nobest", (1, 1.5)), ("batch_factor", -0.1),
+    ],
+)  # fmt: skip
+def test_values_out_of_range_are_refused(name, wrong):
+    with pytest.raises(ValueError, match=name):
+        check_settings({name: wrong}, frozenset())
+
+
+def test_unknown_settings_name_the_nearest(matrix):
+    with pytest.raises(TypeError, match="no setting 'time_limits'; did you mean 'time_limit'"):
+        orvex.solve(matrix, time_limits=5)
+    with pytest.raises(TypeError, match="no setting 'tabu'; did you mean 'tabu_cycles'"):
+        orvex.solve(matrix, tabu=5)
+    with pytest.raises(TypeError, match="no setting 'gpus'"):
+        orvex.solve(matrix, gpus=1)
+
+
+def test_settings_that_contradict_each_other_are_refused(matrix):
+    with pytest.raises(ValueError, match="batch_factor and search_cycles cannot be set together"):
+        orvex.solve(matrix, batch_factor=1.0, search_cycles=(100, 20))
+
+
+@pytest.mark.parametrize(
+    "name, wrong",
+    [
+        ("time_limit", 0), ("time_limit", -1), ("time_limit", float("nan")), ("time_limit", "5"),
+        ("time_limit", 10**400), ("trial_limit", 0), ("trial_limit", 1.5), ("trial_limit", 2**63),
+        ("target", float("nan")), ("target", "low"), ("target", True), ("callback", 5),
+        ("scale", 0), ("starts", [[1]]), ("starts", 5), ("hints", [[7] * 12]), ("starts", ["x"]),
+    ],
+)  # fmt: skip
+def test_wrong_arguments_are_refused(name, wrong, matrix):
+    with pytest.raises((ValueError, TypeError)):
+        orvex.solve(matrix, **{name: wrong})
+
+
+def test_energies_of_too_few_bits_are_refused():
+    wide = np.full((4, 4), 2**30)
+    with pytest.raises(ValueError, match="arithmetic_bits=32 is not enough"):
+        orvex.solve(np.triu(wide), arithmetic_bits=32)
+    assert orvex.solve(-np.triu(wide), target=-10 * 2**30, time_limit=20).energy == -10 * 2**30
+
+
+def test_the_lowest_weight_of_32_bits_is_searched_right():
+    result = orvex.solve([[-(2**31), 2**31 - 1], [0, -5]], target=-(2**31), time_limit=20)
+    assert result.energy == -(2**31)
+    assert result.info["solver_bits"] == "64"
+
+
+def test_search_cycles_are_the_engines_own_on_demand(matrix):
+    result = orvex.solve(matrix, search_cycles="default", trial_limit=50)
+    assert result.info["search_cycles"] == "100 20"
+    assert orvex.solve(matrix, search_cycles=(300, 40), trial_limit=9).info["search_cycles"] == "300 40"

@@ -1,0 +1,195 @@
+"""Searches and their results."""
+
+import subprocess
+import sys
+import threading
+import time
+
+import matplotlib
+import numpy as np
+import pytest
+
+import orvex
+from conftest import optimum, random_matrix
+
+matplotlib.use("Agg")
+
+
+def test_a_search_finds_the_optimum(matrix):
+    least = optimum(matrix)
+    result = orvex.solve(matrix, target=least, time_limit=20)
+    assert result.energy == least == result.x @ np.triu(matrix) @ result.x
+    assert result.status == "target reached"
+    assert result.x.dtype == np.bool_
+    assert result.history[-1][1] == least
+    energies = [energy for _, energy in result.history]
+    assert energies == sorted(set(energies), reverse=True)
+    times = [at for at, _ in result.history]
+    assert times == sorted(times)
+    assert result.info["solver"] == "orvex"
+    assert set(result.timings) == {"build", "load", "search", "total"}
+
+
+def test_a_problem_is_reusable(matrix):
+    problem = orvex.Problem(matrix)
+    other = orvex.Problem(-matrix)
+    for _ in range(2):
+        assert orvex.solve(problem, target=optimum(matrix), time_limit=20).status == "target reached"
+        assert orvex.solve(other, target=optimum(-matrix), time_limit=20).status == "target reached"
+    del other
+    assert orvex.solve(problem, target=optimum(matrix), time_limit=20).timings["build"] == 0
+
+
+@pytest.mark.parametrize("limit", [0.3, 1])
+def test_a_time_limit_may_have_a_fraction(limit):
+    begin = time.perf_counter()
+    result = orvex.solve(random_matrix(60), time_limit=limit)
+    assert result.status == "time limit"
+    assert limit - 0.05 <= time.perf_counter() - begin < limit + 0.7
+
+
+def test_a_trial_limit_ends_the_search(matrix):
+    assert orvex.solve(matrix, trial_limit=20).status == "trial limit"
+
+
+def test_a_target_of_zero_is_a_target():
+    result = orvex.solve(np.eye(8, dtype=int), target=0, time_limit=20)
+    assert (result.status, result.energy) == ("target reached", 0)
+    assert result.timings["search"] < 15
+
+
+def test_targets_of_any_size_are_taken(matrix):
+    assert orvex.solve(matrix, target=10**40, time_limit=20).status == "target reached"
+    assert orvex.solve(matrix, target=-(10**40), time_limit=0.2).status == "time limit"
+
+
+def test_energies_stay_in_the_callers_units(matrix):
+    least = optimum(matrix) / 10
+    result = orvex.solve(matrix / 10, scale=10, target=least, time_limit=20)
+    assert result.energy == least
+    assert result.status == "target reached"
+
+
+def test_one_variable_is_enough():
+    assert orvex.solve([[-5]], target=-5, time_limit=20).x.tolist() == [True]
+
+
+def test_a_start_counts_as_found():
+    problem = orvex.Problem(random_matrix(200))
+    good = orvex.solve(problem, time_limit=0.5)
+    quick = dict(trial_limit=5, search_cycles=(100, 20), islands_per_gpu=1, blocks_per_island=1)
+    for given in ({"starts": [np.zeros(200), good.x]}, {"hints": [good.x]}):
+        again = orvex.solve(problem, **given, **quick)
+        if "starts" in given:
+            assert again.energy <= good.energy
+            assert again.history[0] == (0.0, good.energy)
+
+
+def test_a_callback_sees_every_new_best(matrix):
+    events = []
+    result = orvex.solve(matrix, target=optimum(matrix), time_limit=20, callback=events.append)
+    assert [(event.time, event.energy) for event in events] == result.history
+    assert events[-1].x.tolist() == result.x.tolist()
+
+
+def test_a_callback_may_end_the_search(matrix):
+    result = orvex.solve(matrix, time_limit=20, callback=lambda event: event.stop())
+    assert result.status == "stopped by callback"
+    result = orvex.solve(matrix, time_limit=20, callback=lambda event: True)
+    assert result.status == "stopped by callback"
+    assert result.timings["search"] < 15
+
+
+def test_a_callback_may_give_hints(matrix):
+    best = orvex.solve(matrix, target=optimum(matrix), time_limit=20).x
+    result = orvex.solve(
+        matrix, target=optimum(matrix), time_limit=20, callback=lambda event: event.hint(best)
+    )
+    assert result.status == "target reached"
+    with pytest.raises(ValueError, match="the hint must have 12 bits"):
+        orvex.solve(matrix, time_limit=20, callback=lambda event: event.hint([1]))
+
+
+def test_what_a_callback_raises_is_raised(matrix):
+    def fail(event):
+        raise RuntimeError("of the caller")
+
+    with pytest.raises(RuntimeError, match="of the caller"):
+        orvex.solve(matrix, time_limit=20, callback=fail)
+    assert orvex.solve(matrix, trial_limit=20).status == "trial limit"
+
+
+def test_searches_of_several_threads_take_turns(matrix):
+    energies = []
+    threads = [
+        threading.Thread(
+            target=lambda: energies.append(orvex.solve(matrix, target=optimum(matrix)).energy)
+        )
+        for _ in range(4)
+    ]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert energies == [optimum(matrix)] * 4
+
+
+def test_other_threads_run_during_a_search(matrix):
+    ticks = []
+    search = threading.Thread(target=lambda: orvex.solve(matrix, time_limit=0.5))
+    search.start()
+    while search.is_alive():
+        ticks.append(time.perf_counter())
+        time.sleep(0.01)
+    assert len(ticks) > 20
+    assert max(np.diff(ticks)) < 0.2
+
+
+def test_a_result_prints_well_and_plots(matrix):
+    result = orvex.solve(matrix, target=optimum(matrix), time_limit=20)
+    assert f"energy {result.energy}, 12 variables, target reached" in repr(result)
+    assert str(result).splitlines()[0].split() == ["energy:", str(result.energy)]
+    axes = result.plot()
+    assert axes.get_ylabel() == "best energy"
+    assert result.plot(axes, color="red") is axes
+    assert result.sample == {k: int(bit) for k, bit in enumerate(result.x)}
+
+
+def test_progress_is_shown_with_tqdm_and_without(matrix, capsys, monkeypatch):
+    result = orvex.solve(matrix, time_limit=0.5, progress=True)
+    assert f"best energy {result.energy}" in capsys.readouterr().err
+    monkeypatch.setattr("orvex._progress.tqdm", None)
+    orvex.solve(matrix, time_limit=0.5, progress=True)
+    assert "orvex: 0 s, " in capsys.readouterr().err
+
+
+INTERRUPTED = """
+import os, signal, sys, threading, time
+import numpy as np, orvex
+size = int(sys.argv[1])
+random = np.random.default_rng(1)
+problem = orvex.Problem(np.triu(random.integers(-99, 99, (size, size))))
+sent = []
+def interrupt():
+    time.sleep(1)
+    sent.append(time.perf_counter())
+    os.kill(os.getpid(), signal.SIGINT)
+threading.Thread(target=interrupt).start()
+result = orvex.solve(problem, time_limit=60, search_cycles=(2_000_000, 1_000_000))
+late = time.perf_counter() - sent[0]
+assert result.status == "interrupted", result.status
+assert result.energy == problem.energy(result.x)
+assert late < 0.2, late
+again = orvex.solve([[-1]], target=-1, time_limit=50)
+assert again.energy == -1
+print("in time")
+"""
+
+
+@pytest.mark.parametrize("size", [12, 250])
+def test_an_interrupt_ends_the_search_at_once(size):
+    """Also while blocks are in the middle of an instance that takes seconds."""
+    run = subprocess.run(
+        [sys.executable, "-c", INTERRUPTED, str(size)], capture_output=True, text=True, timeout=100
+    )
+    assert run.stdout == "in time\n", run.stderr
