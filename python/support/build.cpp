@@ -87,7 +87,8 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
     facts->band_arithmetic_bits = band->arithmetic_bits;
     const orvex::cli::Memory memory = orvex::cli::memory_of_run(known.size, known.width, *band);
     facts->memory_model = memory.model;
-    facts->memory_bands = memory.record + memory.rest;
+    facts->memory_bands =
+        memory.record + memory.rest + orvex::cli::memory_of_rows(*band, known.couplings.largest);
     if (loading->name() != band->name())
         facts->memory_bands += orvex::cli::memory_of_run(known.size, known.width, *loading).record;
 }
@@ -95,6 +96,6 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
 /** The command-line caller's search cycles for a problem; empty to leave them to the engine. */
 ORVEX_PYTHON_API const char* orvex_python_search_cycles(const PROBLEM* problem) {
     thread_local std::string text;
-    text = orvex::cli::choose_search_cycles(problem->facts);
+    text = orvex::cli::choose_search_cycles(problem->size, problem->facts.couplings);
     return text.c_str();
 }

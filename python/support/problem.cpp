@@ -114,6 +114,7 @@ void PROBLEM::settle() {
         facts.smallest_weight = std::min<long>(facts.smallest_weight, value);
         facts.largest_weight = std::max<long>(facts.largest_weight, value);
         sums.change(static_cast<int>(i), static_cast<int>(j), 0, value);
+        if (i != j) facts.couplings.change(0, value);
     };
     for (std::size_t i = 0; i < linear.size(); ++i) {
         take(i, i, linear[i]);

@@ -4,6 +4,7 @@ import numpy as np
 import pytest
 
 import orvex
+from conftest import random_matrix
 from orvex._settings import _CHECKS, check_settings
 
 GOOD = {
@@ -110,3 +111,10 @@ def test_search_cycles_are_the_engines_own_on_demand(matrix):
     result = orvex.solve(matrix, search_cycles="default", trial_limit=50)
     assert result.info["search_cycles"] == "100 20"
     assert orvex.solve(matrix, search_cycles=(300, 40), trial_limit=9).info["search_cycles"] == "300 40"
+
+
+def test_search_cycles_are_the_command_line_callers_choice():
+    """Many short searches for general couplings, the engine's own rule for penalties."""
+    general = random_matrix(200)
+    assert orvex.solve(general, trial_limit=9).info["search_cycles"] == "2000 20"
+    assert orvex.solve(abs(general), trial_limit=9).info["search_cycles"] == "200 40"
