@@ -3,17 +3,19 @@
 #   make demo        builds the library with all 150 bands and solves a benchmark instance
 #   make test        builds and runs all tests
 #   make instances   solves all benchmark instances and writes docs/instances.md
+#   make bench       measures speed and times, other solvers beside, and writes docs/performance.md
 #
-# CMAKE_FLAGS is handed to CMake. MODELS is the folder of the benchmark instances.
+# CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS is the folder of the benchmark instances.
 BUILD := build
 PROGRAM := $(BUILD)/tools/orvex
 CMAKE_FLAGS ?=
+BENCH_FLAGS ?=
 MODELS ?= ../shared/data/models
 
 # The tests are left out of a folder that is built for the demo alone: they need more packages.
 FIRST_BUILD = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-DORVEX_BUILD_TESTS=OFF)
 
-.PHONY: demo test instances program help
+.PHONY: demo test instances bench program help
 
 help:
 	@sed -n 's/^#   //p' Makefile
@@ -34,3 +36,9 @@ test:
 
 instances: program
 	tests/instances/run.py --models $(MODELS) --write docs/instances.md
+
+bench:
+	@tools/install-dependencies.sh demo
+	cmake --preset release -B build-bench -DORVEX_BUILD_BENCH=ON -DORVEX_BUILD_TESTS=OFF $(CMAKE_FLAGS)
+	cmake --build build-bench --target orvex_cli orvex_bench_flips
+	bench/run.py --models $(MODELS) $(BENCH_FLAGS)

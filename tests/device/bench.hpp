@@ -44,9 +44,9 @@ class TRACED : public BLOCK {
     std::function<void()> before_flip = [] {};
     std::function<void()> after_flip = [] {};
 
-    void flipBit(bool counts_tabu_down) {
+    void flipBit(bool searching) {
         before_flip();
-        BLOCK::flipBit(counts_tabu_down);
+        BLOCK::flipBit(searching);
         after_flip();
     }
 };

@@ -199,7 +199,7 @@ class REFERENCE_BLOCK {
 
     // ---- one flip --------------------------------------------------------------------------
 
-    void flipBit(bool counts_tabu_down) {
+    void flipBit(bool searching) {
         const int j = record.selected;
         THREAD& owner = thread(j / K);
         record.flip_sign = owner.one(j % K) ? 1 : -1;
@@ -211,7 +211,7 @@ class REFERENCE_BLOCK {
         ++record.flips;
         ++record.step;
         owner.current_bits ^= std::uint64_t{1} << j % K;
-        if (counts_tabu_down) countTabuDown();
+        if (searching && record.type.A <= POSITIVE_MIN) countTabuDown();
     }
 
     bool trackBest() {

@@ -31,11 +31,11 @@ void plainDescent(BLOCK& block) {
 
 /** A search by steps; `selectNext` is the rule. */
 template <class BLOCK, class RULE>
-void plainSearch(BLOCK& block, bool counts_tabu_down, RULE selectNext) {
+void plainSearch(BLOCK& block, RULE selectNext) {
     block.startSearch();
     while (block.record.step < block.record.steps && !block.killed()) {
         selectNext();
-        block.flipBit(counts_tabu_down);
+        block.flipBit(true);
         if (block.record.overflow) return;
         if (block.trackBest()) return;
     }
@@ -64,13 +64,13 @@ template <class BLOCK>
 void plainSearchByRule(BLOCK& block) {
     switch (block.record.type.A) {
         case MAX_MIN:
-            return plainSearch(block, true, [&] { block.selectMaxMin(); });
+            return plainSearch(block, [&] { block.selectMaxMin(); });
         case POSITIVE_MIN:
-            return plainSearch(block, true, [&] { block.selectPositiveMin(); });
+            return plainSearch(block, [&] { block.selectPositiveMin(); });
         case CYCLIC_MIN:
-            return plainSearch(block, false, [&] { block.selectCyclicMin(); });
+            return plainSearch(block, [&] { block.selectCyclicMin(); });
         case RANDOM_MIN:
-            return plainSearch(block, false, [&] { block.selectRandomMin(); });
+            return plainSearch(block, [&] { block.selectRandomMin(); });
         case TWO_NEIGHBOR:
             return plainTwoNeighbor(block);
         default:

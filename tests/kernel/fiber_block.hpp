@@ -51,9 +51,9 @@ class SEEN_CUDA_BLOCK : public CUDA_BLOCK<S, E, D> {
      * The test raises the kill byte at the second stop. Thread 0 looks at it once more there: what
      * it sees behind a flip is then the same whenever during the flip the byte was raised.
      */
-    void flipBit(bool counts_tabu_down) {
+    void flipBit(bool searching) {
         stop(GATE::FLIP);
-        BASE::flipBit(counts_tabu_down);
+        BASE::flipBit(searching);
         stop(GATE::FLIPPED);
         if (this->first()) this->shared_.kill_seen = this->killByte();
         __syncthreads();

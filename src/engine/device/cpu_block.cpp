@@ -323,7 +323,7 @@ void CPU_BLOCK<E, D>::addRow(int p, bool one) {
 
 /** The same and all else that a step does to every bit, in one sweep. */
 template <class E, class D>
-void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_tabu_down) {
+void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_down) {
     const CPU_ROWS<E>& rows = *launch_.rows;
     const std::int8_t sign = one ? -1 : 0;
     D* const delta = arrays_.delta;
@@ -354,7 +354,7 @@ void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_tabu_down) {
             }
             break;
     }
-    surveyed_ = !counts_tabu_down          ? SURVEY_FOR::NOTHING
+    surveyed_ = !counts_down               ? SURVEY_FOR::NOTHING
                 : record.type.A == MAX_MIN ? SURVEY_FOR::MAX_MIN
                                            : SURVEY_FOR::POSITIVE_MIN;
     const auto sweep = surveyed_ == SURVEY_FOR::NOTHING   ? sweeps->nothing
@@ -365,17 +365,18 @@ void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_tabu_down) {
 }
 
 template <class E, class D>
-void CPU_BLOCK<E, D>::flipBit(bool counts_tabu_down) {
+void CPU_BLOCK<E, D>::flipBit(bool searching) {
+    const bool counts_down = searching && counts_tabu_down(record.type.A);
     const int p = place(record.selected);
     const bool one = arrays_.ones[p] != 0;
     const D delta = arrays_.delta[p];
     record.flip_sign = one ? 1 : -1;
     arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
     if (calm_) {
-        sweepRow(p, one, counts_tabu_down);
+        sweepRow(p, one, counts_down);
     } else {
         addRow(p, one);
-        if (counts_tabu_down) ops_.countTabuDown(arrays_);
+        if (counts_down) ops_.countTabuDown(arrays_);
     }
 
     const D energy = static_cast<D>(record.energy);

@@ -75,7 +75,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void selectPositiveMin();
     void selectCyclicMin();
     void selectRandomMin();
-    void flipBit(bool counts_tabu_down);
+    void flipBit(bool searching);
     bool trackBest();
     void keepCurrent();
     bool killed() const;
@@ -97,7 +97,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void readInstance(unsigned char* slot);
     void enter();
     void addRow(int p, bool one);
-    void sweepRow(int p, bool one, bool counts_tabu_down);
+    void sweepRow(int p, bool one, bool counts_down);
     bool mayWrap() const;
     NEIGHBOUR lowestWrappedNeighbour() const;
 

@@ -87,7 +87,7 @@ class CUDA_BLOCK {
     ORVEX_BLOCK_CODE void selectPositiveMin();
     ORVEX_BLOCK_CODE void selectCyclicMin();
     ORVEX_BLOCK_CODE void selectRandomMin();
-    ORVEX_BLOCK_CODE void flipBit(bool counts_tabu_down);
+    ORVEX_BLOCK_CODE void flipBit(bool searching);
     ORVEX_BLOCK_CODE void countTabuDown();
     ORVEX_BLOCK_CODE bool trackBest();
     ORVEX_BLOCK_CODE void keepCurrent();
@@ -251,7 +251,7 @@ ORVEX_BLOCK_CODE bool CUDA_BLOCK<S, E, D>::turnOwnBit(int own) {
 }
 
 template <int S, class E, class D>
-ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::flipBit(bool counts_tabu_down) {
+ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::flipBit(bool searching) {
     const int bit = record.selected;
     const int own = bit - thread_ * K;
     const bool owner = own >= 0 && own < K;
@@ -287,7 +287,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::flipBit(bool counts_tabu_down) {
     }
     __syncthreads();
     if (owner) bits_ ^= BITS{1} << own;
-    if (counts_tabu_down) countTabuDown();
+    if (searching && counts_tabu_down(record.type.A)) countTabuDown();
 }
 
 template <int S, class E, class D>

@@ -14,8 +14,8 @@
 //   descend()         selects the next bit of the descent; false in a local minimum
 //   startSearch()     clears step, and the tabu bytes unless the rule is "CyclicMin"
 //   selectMaxMin(), selectPositiveMin(), selectCyclicMin(), selectRandomMin()
-//   flipBit(counts)   flips `selected`; if `counts`, every tabu byte then goes down by one, not
-//                     below 0
+//   flipBit(searching)  flips `selected`; in a search, if the rule counts tabus down
+//                     (counts_tabu_down), every tabu byte then goes down by one, not below 0
 //   trackBest()       whether a neighbour beats the best of the instance; keeps it if so
 //   keepCurrent()     the current solution becomes the best of the instance
 //   killed()          the kill byte, one answer for all threads
@@ -135,7 +135,7 @@ ORVEX_BLOCK_CODE bool runInstance(BLOCK& block) {
         if (goes_on) {
             const bool searching = phase == PHASE::SEARCH;
             const bool in_pass = searching && record.type.A == TWO_NEIGHBOR;
-            block.flipBit(searching && record.type.A <= POSITIVE_MIN);
+            block.flipBit(searching);
             pass_flips += in_pass;
             goes_on = !record.overflow && !(in_pass && passStops(block, pass_flips));
             const bool tracks = phase != PHASE::WALK || record.walk_start_energy != 0;

@@ -86,6 +86,11 @@ struct Type {
 /** The flip rules by the number under which they travel. */
 enum ALGORITHM : std::int8_t { MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR };
 
+/** Whether a flipped bit is barred for some steps; under other rules it is for the whole search. */
+ORVEX_HD constexpr bool counts_tabu_down(std::int8_t rule) {
+    return rule <= POSITIVE_MIN;
+}
+
 /**
  * What the T threads of a block share, but for its two arrays of T words, whose place each
  * implementation chooses. D is the arithmetic type of the band. The record lives as long as the

@@ -1,0 +1,102 @@
+#!/usr/bin/env python3
+"""Searches a model with another solver until a target or a time limit, on one core.
+
+    peers.py SOLVER MODEL TARGET LIMIT SEED
+
+Prints one JSON object: reached, seconds (without reading the model), energy. The settings are the
+ones that did best in short trials over the benchmark models: many reads of moderate length.
+"""
+import gzip
+import json
+import os
+import sys
+import time
+
+os.environ["OMP_NUM_THREADS"] = "1"
+
+
+def read_model(path):
+    """Lines "i j weight" behind a header line; one energy term each."""
+    with gzip.open(path, "rt") as file:
+        size = int(file.readline().split()[0])
+        terms = [tuple(map(int, line.split()[:3])) for line in file if line.strip()]
+    return size, terms
+
+
+def binary_model(terms):
+    import dimod
+
+    model = dimod.BinaryQuadraticModel("BINARY")
+    for i, j, weight in terms:
+        if i == j:
+            model.add_linear(i, weight)
+        else:
+            model.add_quadratic(i, j, weight)
+    return model
+
+
+def annealing(size, terms):
+    """dwave-samplers: simulated annealing, 1000 sweeps a read."""
+    from dwave.samplers import SimulatedAnnealingSampler
+
+    model, sampler = binary_model(terms), SimulatedAnnealingSampler()
+    return lambda seed, left: sampler.sample(
+        model, num_reads=1, num_sweeps=1000, seed=seed).first.energy
+
+
+def tabu(size, terms):
+    """dwave-samplers: tabu search, half a second a read."""
+    from dwave.samplers import TabuSampler
+
+    model, sampler = binary_model(terms), TabuSampler()
+    return lambda seed, left: sampler.sample(
+        model, num_reads=1, timeout=max(1, min(500, int(left * 1000))), seed=seed).first.energy
+
+
+def openjij(size, terms):
+    """OpenJij: simulated annealing, 1000 sweeps a read."""
+    from openjij import SASampler
+
+    matrix, sampler = {}, SASampler()
+    for i, j, weight in terms:
+        matrix[i, j] = matrix.get((i, j), 0) + weight
+    return lambda seed, left: sampler.sample_qubo(
+        matrix, num_reads=1, num_sweeps=1000, seed=seed).first.energy
+
+
+def bifurcation(size, terms):
+    """simulated-bifurcation: discrete, 32 agents, 2000 steps a read."""
+    import torch
+    import simulated_bifurcation as sb
+
+    torch.set_num_threads(1)
+    matrix = torch.zeros((size, size), dtype=torch.float32)
+    for i, j, weight in terms:
+        matrix[i, j] += weight
+
+    def read(seed, left):
+        torch.manual_seed(seed)
+        _, value = sb.minimize(matrix, domain="binary", agents=32, max_steps=2000, mode="discrete",
+                               early_stopping=False, verbose=False)
+        return float(value)
+
+    return read
+
+
+SOLVERS = {"annealing": annealing, "tabu": tabu, "openjij": openjij, "bifurcation": bifurcation}
+
+
+def main():
+    solver, path, target, limit, seed = sys.argv[1:]
+    read = SOLVERS[solver](*read_model(path))
+    target, limit, seed = int(target), float(limit), int(seed)
+    best, start = float("inf"), time.monotonic()
+    while best > target and time.monotonic() - start < limit:
+        best = min(best, read(seed, limit - (time.monotonic() - start)))
+        seed += 1000
+    print(json.dumps({"reached": bool(best <= target), "seconds": time.monotonic() - start,
+                      "energy": int(round(best))}))
+
+
+if __name__ == "__main__":
+    main()

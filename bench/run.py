@@ -1,0 +1,185 @@
+#!/usr/bin/env python3
+"""Measures the search on this machine's processors and writes docs/performance.md.
+
+Three things: flips per second beside the machine's limit (the program bench/flips.cpp), the time to
+the best known energy of benchmark instances, and the same instances with other solvers from PyPI on
+the same cores under the same limit. Ours runs on all processors; a peer is started once for each
+processor with different seeds, and the first that reaches the energy counts.
+"""
+import argparse
+import csv
+import io
+import json
+import os
+import statistics
+import subprocess
+import sys
+import time
+import venv
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+PEER_PACKAGES = ["dwave-samplers", "openjij", "simulated-bifurcation", "matplotlib"]
+PEERS = {
+    "annealing": "dwave-samplers, simulated annealing, 1000 sweeps a read",
+    "tabu": "dwave-samplers, tabu, 0.5 s a read",
+    "openjij": "OpenJij, simulated annealing, 1000 sweeps a read",
+    "bifurcation": "simulated-bifurcation, discrete, 32 agents, 2000 steps a read",
+}
+INSTANCES = ["bqp1000-1", "bqp2500-1", "p3000.1", "G43", "K2000", "G22"]
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=Path, default=ROOT / "build-bench")
+    parser.add_argument("--models", type=Path, default=ROOT / "../shared/data/models")
+    parser.add_argument("--best", type=Path, default=ROOT / "../shared/data/best_known.tsv")
+    parser.add_argument("--instances", nargs="+", default=INSTANCES)
+    parser.add_argument("--runs", type=int, default=7)
+    parser.add_argument("--limit", type=float, default=30, help="seconds of a run")
+    parser.add_argument("--sizes", default="256,1024,2000,4096,10240")
+    parser.add_argument("--peers", nargs="*", default=list(PEERS), choices=list(PEERS))
+    parser.add_argument("--write", type=Path, default=ROOT / "docs/performance.md")
+    return parser.parse_args()
+
+
+def peer_python(build):
+    """An environment of its own for the peers and the plots."""
+    python = build / "peers/bin/python"
+    if not python.exists():
+        venv.create(build / "peers", with_pip=True)
+        subprocess.run([python, "-m", "pip", "install", "-q", *PEER_PACKAGES], check=True)
+    return python
+
+
+def flips(args):
+    text = subprocess.run([args.build / "bench/orvex_bench_flips", args.sizes], check=True,
+                          stdout=subprocess.PIPE, text=True).stdout
+    return list(csv.DictReader(io.StringIO(text)))
+
+
+def our_run(args, instance, target):
+    result = json.loads(subprocess.run(
+        [args.build / "tools/orvex", "solve", "--quiet", "--json", "--target", str(target),
+         "--time-limit", str(args.limit), args.models / f"{instance}.qubo.gz"],
+        check=True, stdout=subprocess.PIPE, text=True).stdout)
+    return {"reached": result["target_reached"], "seconds": result["tts"],
+            "energy": result["energy"]}
+
+
+def peer_run(args, python, solver, instance, target, seed):
+    processes = [
+        subprocess.Popen([python, ROOT / "bench/peers.py", solver,
+                          args.models / f"{instance}.qubo.gz", str(target), str(args.limit),
+                          str(seed + core)], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                         text=True)
+        for core in range(len(os.sched_getaffinity(0)))]
+    results, running = [], list(processes)
+    while running and not any(result["reached"] for result in results):
+        time.sleep(0.005)
+        for process in [p for p in running if p.poll() is not None]:
+            running.remove(process)
+            results.append(json.loads(process.stdout.read()))
+    for process in running:
+        process.kill()
+        process.wait()
+    return {"reached": any(r["reached"] for r in results),
+            "seconds": min((r["seconds"] for r in results if r["reached"]), default=args.limit),
+            "energy": min(r["energy"] for r in results)}
+
+
+def summary(runs):
+    """Success, then quartiles of the time, runs without success counting as endless."""
+    times = sorted(r["seconds"] if r["reached"] else float("inf") for r in runs)
+    quartile = lambda share: times[min(int(share * len(times)), len(times) - 1)]
+    return {"reached": sum(r["reached"] for r in runs), "runs": len(runs),
+            "low": quartile(0.25), "median": statistics.median_low(times), "high": quartile(0.75),
+            "energy": min(r["energy"] for r in runs)}
+
+
+def seconds_text(seconds, limit):
+    return f"> {limit:g}" if seconds == float("inf") else f"{seconds:.3g}"
+
+
+def times_table(args, times):
+    lines = ["| instance | solver | reached | median, s | quartiles, s | best energy |",
+             "| --- | --- | --- | --- | --- | --- |"]
+    for (instance, solver), s in times.items():
+        text = [seconds_text(s[key], args.limit) for key in ("low", "median", "high")]
+        lines.append(f"| {instance} | {solver} | {s['reached']} of {s['runs']} | {text[1]} | "
+                     f"{text[0]} to {text[2]} | {s['energy']} |")
+    return "\n".join(lines)
+
+
+def flips_table(rows):
+    lines = ["| n | model | rows | rule | ns per flip | limit, ns | ratio |",
+             "| --- | --- | --- | --- | --- | --- | --- |"]
+    for row in rows:
+        lines.append(f"| {row['n']} | {row['model']} | {row['rows']} | {row['rule']} | "
+                     f"{row['ns_per_flip']} | {row['limit_ns']} | {row['ratio']} |")
+    return "\n".join(lines)
+
+
+PLOT = """
+import json, sys
+import matplotlib
+matplotlib.use("svg")
+import matplotlib.pyplot as plot
+data = json.load(sys.stdin)
+figure, axes = plot.subplots(figsize=(8, 4))
+solvers = list(dict.fromkeys(entry["solver"] for entry in data["times"]))
+instances = list(dict.fromkeys(entry["instance"] for entry in data["times"]))
+for number, solver in enumerate(solvers):
+    medians = [next((min(e["median"], data["limit"]) for e in data["times"]
+                     if e["solver"] == solver and e["instance"] == i), 0) for i in instances]
+    places = [x + number * 0.8 / len(solvers) for x in range(len(instances))]
+    axes.bar(places, medians, 0.8 / len(solvers), label=solver)
+axes.axhline(data["limit"], color="grey", linewidth=0.8)
+axes.set_yscale("log")
+axes.set_xticks([x + 0.3 for x in range(len(instances))], instances)
+axes.set_ylabel("median seconds to the best known energy")
+axes.legend()
+figure.tight_layout()
+figure.savefig(data["file"], metadata={"Date": None})
+"""
+
+
+def plot_times(args, python, times):
+    entries = [{"instance": instance, "solver": solver, "median": min(s["median"], 1e9)}
+               for (instance, solver), s in times.items()]
+    file = args.write.with_name("times.svg")
+    subprocess.run([python, "-c", PLOT], check=True, text=True,
+                   input=json.dumps({"times": entries, "limit": args.limit, "file": str(file)}))
+
+
+def write_section(path, name, text):
+    """Replaces what stands between the two marks of a section; the rest is written by hand."""
+    begin, end = f"<!-- {name} -->\n", f"<!-- end of {name} -->"
+    page = path.read_text()
+    before, rest = page.split(begin)
+    path.write_text(before + begin + text + "\n" + end + rest.split(end)[1])
+
+
+def main():
+    args = arguments()
+    python = peer_python(args.build)
+    with open(args.best) as file:
+        best = {row["instance"]: int(row["energy"]) for row in csv.DictReader(file, delimiter="\t")}
+    solvers = ["orvex", *args.peers]
+    runs = {(instance, solver): [] for instance in args.instances for solver in solvers}
+    for round_number in range(args.runs):  # solvers take turns, so that a slow hour hits them all
+        for instance, solver in runs:
+            target = best[instance]
+            run = (our_run(args, instance, target) if solver == "orvex" else
+                   peer_run(args, python, solver, instance, target, 1 + 100 * round_number))
+            runs[instance, solver].append(run)
+            print(round_number, instance, solver, run, file=sys.stderr, flush=True)
+    times = {key: summary(results) for key, results in runs.items()}
+    write_section(args.write, "times", times_table(args, times))
+    plot_times(args, python, times)
+    write_section(args.write, "flips", flips_table(flips(args)))
+
+
+if __name__ == "__main__":
+    main()
