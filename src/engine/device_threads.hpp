@@ -56,7 +56,7 @@ struct DEV_THREADS {
   private:
     void start(void (DEV_THREAD::*phase)()) {
         for (DEV_THREAD& member : threads)
-            member.thread = std::thread(phase, &member);
+            member.thread = start_thread([&member, phase] { (member.*phase)(); });
     }
 };
 
