@@ -42,7 +42,7 @@ std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
     return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
-           lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
+           4 * lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
            lines(size / GROUP * sizeof(D)) + lines(size * sizeof(D) + LINE);
 }
 
@@ -118,6 +118,9 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     best_ = arena.take<std::int8_t>(size);
     arrays_.generators = arena.take<unsigned long>(threads);
     arrays_.weights = arena.take<float>(threads);
+    arrays_.draws = arena.take<float>(threads);
+    arrays_.draw_weights = arena.take<float>(threads);
+    arrays_.estimates = arena.take<float>(threads);
     arrays_.drawing = arena.take<std::uint16_t>(threads + 1);
     arrays_.places = arena.take<D>(size + LINE / sizeof(D));
     arrays_.group_low = arena.take<D>(size / GROUP);

@@ -154,17 +154,20 @@ std::int32_t countEqual(const BLOCK_ARRAYS<D>& block, D value) {
  * log(u) / w to about one part in 3000 of itself, in the order of the keys u^(1/w) but for values
  * within RANK_MARGIN: twice the first terms of the series of artanh, for u scaled into (1/2, 1].
  */
-inline float rankEstimate(float u, float w) {
-    std::uint32_t word;
-    std::memcpy(&word, &u, sizeof(word));
-    const std::int32_t halvings = 126 - static_cast<std::int32_t>(word >> 23);
-    word = (word & 0x7FFFFF) | 126u << 23;
-    float scaled;
-    std::memcpy(&scaled, &word, sizeof(scaled));
-    const float s = (scaled - 1.0f) / (scaled + 1.0f);
-    const float square = s * s;
-    const float series = s * (2.0f + square * (0.66666667f + square * 0.4f));
-    return (series - 0.69314718f * static_cast<float>(halvings)) / w;
+template <class TAG>
+hn::Vec<TAG> rankEstimate(TAG lanes, hn::Vec<TAG> u, hn::Vec<TAG> w) {
+    const hn::RebindToSigned<TAG> words;
+    const auto word = hn::BitCast(words, u);
+    const auto exponent = hn::Sub(hn::ShiftRight<23>(word), hn::Set(words, 126));
+    const auto mantissa = hn::And(word, hn::Set(words, 0x7FFFFF));
+    const auto scaled = hn::BitCast(lanes, hn::Or(mantissa, hn::Set(words, 126 << 23)));
+    const auto one = hn::Set(lanes, 1.0f);
+    const auto s = hn::Div(hn::Sub(scaled, one), hn::Add(scaled, one));
+    const auto square = hn::Mul(s, s);
+    const auto third = hn::Add(hn::Mul(square, hn::Set(lanes, 0.4f)), hn::Set(lanes, 0.66666667f));
+    const auto series = hn::Mul(s, hn::Add(hn::Mul(square, third), hn::Set(lanes, 2.0f)));
+    const auto halvings = hn::Mul(hn::ConvertTo(lanes, exponent), hn::Set(lanes, 0.69314718f));
+    return hn::Div(hn::Add(series, halvings), w);
 }
 inline constexpr float RANK_MARGIN = 0.01f;
 
@@ -173,37 +176,51 @@ std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_
     float* const weights = block.weights;
     std::uint16_t* const drawing = block.drawing;
     const int count = placesBelow(block, threshold);
-    int threads = 0;
+    int count_of_threads = 0;
     int chunk = 0;
     for (int i = 0; i < count; ++i) {
         const int place = static_cast<int>(block.places[i]);
         while (place >= chunk + block.shape.threads)
             chunk += block.shape.threads;
         const int thread = place - chunk;
-        drawing[threads] = static_cast<std::uint16_t>(thread);
-        threads += weights[thread] == 0;
+        drawing[count_of_threads] = static_cast<std::uint16_t>(thread);
+        count_of_threads += weights[thread] == 0;
         weights[thread] += block.delta[place] < threshold ? 1.0f : tied_weight;
     }
-    // The rank rises with u and w. Only threads that come near the best by an estimate of it have
-    // theirs computed, since the power is what this selection would spend its time on.
-    float best = -std::numeric_limits<float>::infinity();
-    for (int i = 0; i < threads; ++i) {
+    for (int i = 0; i < count_of_threads; ++i) {
         const int thread = drawing[i];
         unsigned long& state = block.generators[thread];
         state = xor_shift(state);
-        best = std::max(best, rankEstimate(unit_draw(state), weights[thread]));
-    }
-    // Keys of e^-12 and less are told apart by few bits of a rank or none.
-    const float near = best < -12.0f ? -std::numeric_limits<float>::infinity()
-                                     : best - RANK_MARGIN * (1.0f - best);
-    std::int32_t highest = -1;
-    for (int i = 0; i < threads; ++i) {
-        const int thread = drawing[i];
-        const float u = unit_draw(block.generators[thread]);
-        const float w = weights[thread];
+        block.draws[i] = unit_draw(state);
+        block.draw_weights[i] = weights[thread];
         weights[thread] = 0;
-        if (rankEstimate(u, w) < near) continue;
-        highest = std::max(highest, bid(sampling_rank(u, w), thread));
+    }
+    // The rank rises with u and w. Only threads that come near the best by an estimate of it have
+    // theirs computed, since the power is what this selection would spend its time on.
+    const hn::ScalableTag<float> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const auto lowest = hn::Set(lanes, -std::numeric_limits<float>::infinity());
+    auto best_lanes = lowest;
+    for (int i = 0; i < count_of_threads; i += step) {
+        const auto drawn = hn::FirstN(lanes, static_cast<std::size_t>(count_of_threads - i));
+        const auto estimate = rankEstimate(lanes, hn::Load(lanes, block.draws + i),
+                                           hn::Load(lanes, block.draw_weights + i));
+        const auto valid = hn::IfThenElse(drawn, estimate, lowest);
+        hn::Store(valid, lanes, block.estimates + i);
+        best_lanes = hn::Max(best_lanes, valid);
+    }
+    const float best = hn::GetLane(hn::MaxOfLanes(lanes, best_lanes));
+    // Keys of e^-12 and less are told apart by few bits of a rank or none.
+    const float near =
+        best < -12.0f ? -std::numeric_limits<float>::max() : best - RANK_MARGIN * (1.0f - best);
+    std::int32_t highest = -1;
+    for (int i = 0; i < count_of_threads; i += step) {
+        const auto candidates = hn::Ge(hn::Load(lanes, block.estimates + i), hn::Set(lanes, near));
+        for (std::uint64_t bits = maskBits(lanes, candidates); bits != 0; bits &= bits - 1) {
+            const int j = i + __builtin_ctzll(bits);
+            const std::uint32_t rank = sampling_rank(block.draws[j], block.draw_weights[j]);
+            highest = std::max(highest, bid(rank, drawing[j]));
+        }
     }
     return highest;
 }

@@ -25,6 +25,9 @@ struct BLOCK_ARRAYS {
     unsigned long* generators = nullptr;  ///< T states
     float* weights = nullptr;             ///< scratch: T values, all 0 between uses
     std::uint16_t* drawing = nullptr;     ///< scratch: T + 1 thread numbers
+    float* draws = nullptr;               ///< scratch beside `drawing`, T each: what they drew,
+    float* draw_weights = nullptr;        ///< their weights,
+    float* estimates = nullptr;           ///< about the logarithms of their keys
     D* places = nullptr;                  ///< scratch: S + a vector, places of bits
     D* group_low = nullptr;               ///< S / GROUP lows of the free deltas, see GROUP
 };
