@@ -27,7 +27,8 @@ struct DeviceSession {
     }
 };
 
-inline DeviceSession session;
+/** Never destroyed: what it still holds at the end goes with the process. */
+inline DeviceSession& session = *new DeviceSession;
 inline std::mutex session_mutex;
 
 inline void DeviceSession::clear() {
