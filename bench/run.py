@@ -84,8 +84,8 @@ def peer_run(args, python, solver, instance, target, seed):
     for process in running:
         process.kill()
         process.wait()
-    return {"reached": any(r["reached"] for r in results),
-            "seconds": min((r["seconds"] for r in results if r["reached"]), default=args.limit),
+    in_time = [r["seconds"] for r in results if r["reached"] and r["seconds"] <= args.limit]
+    return {"reached": bool(in_time), "seconds": min(in_time, default=args.limit),
             "energy": min(r["energy"] for r in results)}
 
 

@@ -52,6 +52,7 @@ class TRACE_PAIR {
   private:
     static SETUP withPlainCycle(SETUP setup) {
         setup.cycle = CYCLE::PLAIN;
+        setup.form.reset();  // the plain block knows the record alone
         return setup;
     }
 
