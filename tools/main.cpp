@@ -10,6 +10,7 @@
 
 #include "commands.hpp"
 #include "exit_status.hpp"
+#include "generate/command.hpp"
 #include "result.hpp"
 
 namespace orvex::cli {
@@ -20,6 +21,7 @@ constexpr const char* EXAMPLES = R"(Examples:
   orvex solve model.qubo.gz --time-limit 60 --output best.sol
   orvex solve model.qubo.gz --target -371438 --time-limit 20 --json
   orvex solve model.qubo.gz --start best.sol --param search_cycles="5000 1000"
+  orvex generate dense --size 4096 model.qubo.gz
 
 Exit status:
   0   solved, or ended by a limit or by the first Ctrl-C
@@ -38,6 +40,7 @@ struct CommandLine {
     CLI::App* solve = app.add_subcommand("solve", "search for the bit vector of lowest energy");
     CLI::App* check = app.add_subcommand("check", "validate a model file, tell what a run takes");
     CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
+    generate::Command generate{app};
     SolveOptions options;
     std::vector<std::string> params;
 
@@ -85,6 +88,7 @@ struct CommandLine {
         options.params = parse_params(params);
         if (*solve) return cli::solve(options);
         if (*check) return cli::check(options.file, options.json);
+        if (generate.chosen()) return generate.run();
         return cli::info(options.json);
     }
 };

@@ -40,7 +40,7 @@ std::optional<Model> find(const std::string& name, const std::filesystem::path& 
     const std::filesystem::path file = folder / (name + ".qubo.gz");
     if (std::filesystem::exists(file)) return Model(file.string());
     for (const bench::PUBLISHED_INSTANCE& published : bench::PUBLISHED_INSTANCES)
-        if (published.name == name) return bench::generate(published);
+        if (published.name == name) return bench::model_of(published);
     return std::nullopt;
 }
 
