@@ -2,7 +2,8 @@
 // the machine's limit measured in the same run: random rows that only add up in the deltas while
 // the lowest delta is looked up. Writes one line of comma-separated values per case.
 //
-//   flips [SIZES [RULES]]      sizes separated by commas; rules by their numbers
+//   flips [SIZES [RULES [FORMS]]]   separated by commas: sizes, rules by their numbers, and forms
+//                                  of rows by their names ("sparse" stands for a sparse model)
 //
 // `ns_per_flip` is a whole step of the search with walks and descents, `limit_ns` that of the
 // limit with the same rows and instructions; both are medians of rounds that take turns.
@@ -188,11 +189,18 @@ double search_round(LAUNCH& launch, int n, int rule) {
     return seconds * 1e9 / flips;
 }
 
-std::vector<int> numbers(const std::string& text) {
-    std::vector<int> values;
+std::vector<std::string> words(const std::string& text) {
+    std::vector<std::string> items;
     std::stringstream stream(text);
     for (std::string item; std::getline(stream, item, ',');)
-        values.push_back(std::stoi(item));
+        items.push_back(item);
+    return items;
+}
+
+std::vector<int> numbers(const std::string& text) {
+    std::vector<int> values;
+    for (const std::string& word : words(text))
+        values.push_back(std::stoi(word));
     return values;
 }
 
@@ -218,12 +226,16 @@ void measure(MODEL& model, const char* kind, ROW_FORM form, const std::vector<in
 int main(int argc, char** argv) {
     const std::vector<int> sizes = numbers(argc > 1 ? argv[1] : "256,1024,2000,4096,10240");
     const std::vector<int> rules = numbers(argc > 2 ? argv[2] : "0,1,2,3,4");
+    const std::vector<std::string> forms = words(argc > 3 ? argv[3] : "8-bit,16-bit,32-bit,sparse");
+    const auto wanted = [&](ROW_FORM form) {
+        return std::count(forms.begin(), forms.end(), form_name(form, 32)) != 0;
+    };
     std::puts("n,model,rows,instructions,rule,ns_per_flip,limit_ns,ratio");
     for (int n : sizes) {
         MODEL dense(n, 1.0, 100);
         for (ROW_FORM form : {ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::RECORD})
-            measure(dense, "dense", form, rules);
+            if (wanted(form)) measure(dense, "dense", form, rules);
         MODEL sparse(n, n <= 2000 ? 0.01 : 4.0 / n, 1);
-        measure(sparse, "sparse", ROW_FORM::LISTS, rules);
+        if (wanted(ROW_FORM::LISTS)) measure(sparse, "sparse", ROW_FORM::LISTS, rules);
     }
 }

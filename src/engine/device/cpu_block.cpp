@@ -42,8 +42,8 @@ std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
     return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
-           4 * lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
-           lines(size / GROUP * sizeof(D)) + lines(size * sizeof(D) + LINE);
+           3 * lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
+           lines((size + 1) * sizeof(std::uint16_t)) + lines(size / GROUP * sizeof(D));
 }
 
 unsigned char* allocate_block(std::size_t bytes) {
@@ -119,10 +119,9 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_.generators = arena.take<unsigned long>(threads);
     arrays_.weights = arena.take<float>(threads);
     arrays_.draws = arena.take<float>(threads);
-    arrays_.draw_weights = arena.take<float>(threads);
     arrays_.estimates = arena.take<float>(threads);
     arrays_.drawing = arena.take<std::uint16_t>(threads + 1);
-    arrays_.places = arena.take<D>(size + LINE / sizeof(D));
+    arrays_.vectors = arena.take<std::uint16_t>(size + 1);
     arrays_.group_low = arena.take<D>(size / GROUP);
     calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<D>;
 

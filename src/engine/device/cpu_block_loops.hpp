@@ -1,6 +1,6 @@
-// The loops behind BLOCK_OPS, one per operation, included once per instruction set. Each is a
-// straight pass over the S elements in row order; where a rule asks for an order within a thread
-// (own bits ascending), the outer loop is over the own bits and the inner one over the threads.
+// The loops behind BLOCK_OPS without draws, included once per instruction set. Each is a straight
+// pass over the S elements in row order; where a rule asks for an order within a thread (own bits
+// ascending), the outer loop is over the own bits and the inner one over the threads.
 #if defined(ORVEX_CPU_BLOCK_LOOPS_HPP) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVEX_CPU_BLOCK_LOOPS_HPP
 #undef ORVEX_CPU_BLOCK_LOOPS_HPP
@@ -16,7 +16,6 @@
 
 #include "engine/device/cpu_block_ops.hpp"
 #include "engine/device/cpu_lanes.hpp"
-#include "engine/device/formulas.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
@@ -111,26 +110,6 @@ DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
 }
 
 template <class D>
-std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    const int threads = block.shape.threads;
-    const int count = placesBelow(block, threshold);
-    // A thread's generator moves on once for each of its bits; only the order within a thread
-    // matters, and the highest bid of all is the highest of the threads' highest.
-    std::int32_t highest = -1;
-    int chunk = 0;
-    for (int i = 0; i < count; ++i) {
-        const int place = static_cast<int>(block.places[i]);
-        while (place >= chunk + threads)
-            chunk += threads;
-        const int thread = place - chunk;
-        unsigned long& state = block.generators[thread];
-        state = xor_shift(state);
-        highest = std::max(highest, bid(low_word(state), thread));
-    }
-    return highest;
-}
-
-template <class D>
 D lowestPositive(const BLOCK_ARRAYS<D>& block) {
     const hn::ScalableTag<D> lanes;
     const auto highest = hn::Set(lanes, MAX<D>);
@@ -144,85 +123,19 @@ D lowestPositive(const BLOCK_ARRAYS<D>& block) {
 
 template <class D>
 std::int32_t countEqual(const BLOCK_ARRAYS<D>& block, D value) {
-    std::int32_t count = 0;
-    for (int p = 0; p < block.shape.size; ++p)
-        count += block.delta[p] == value;
-    return count;
-}
-
-/**
- * log(u) / w to about one part in 3000 of itself, in the order of the keys u^(1/w) but for values
- * within RANK_MARGIN: twice the first terms of the series of artanh, for u scaled into (1/2, 1].
- */
-template <class TAG>
-hn::Vec<TAG> rankEstimate(TAG lanes, hn::Vec<TAG> u, hn::Vec<TAG> w) {
-    const hn::RebindToSigned<TAG> words;
-    const auto word = hn::BitCast(words, u);
-    const auto exponent = hn::Sub(hn::ShiftRight<23>(word), hn::Set(words, 126));
-    const auto mantissa = hn::And(word, hn::Set(words, 0x7FFFFF));
-    const auto scaled = hn::BitCast(lanes, hn::Or(mantissa, hn::Set(words, 126 << 23)));
-    const auto one = hn::Set(lanes, 1.0f);
-    const auto s = hn::Div(hn::Sub(scaled, one), hn::Add(scaled, one));
-    const auto square = hn::Mul(s, s);
-    const auto third = hn::Add(hn::Mul(square, hn::Set(lanes, 0.4f)), hn::Set(lanes, 0.66666667f));
-    const auto series = hn::Mul(s, hn::Add(hn::Mul(square, third), hn::Set(lanes, 2.0f)));
-    const auto halvings = hn::Mul(hn::ConvertTo(lanes, exponent), hn::Set(lanes, 0.69314718f));
-    return hn::Div(hn::Add(series, halvings), w);
-}
-inline constexpr float RANK_MARGIN = 0.01f;
-
-template <class D>
-std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
-    float* const weights = block.weights;
-    std::uint16_t* const drawing = block.drawing;
-    const int count = placesBelow(block, threshold);
-    int count_of_threads = 0;
-    int chunk = 0;
-    for (int i = 0; i < count; ++i) {
-        const int place = static_cast<int>(block.places[i]);
-        while (place >= chunk + block.shape.threads)
-            chunk += block.shape.threads;
-        const int thread = place - chunk;
-        drawing[count_of_threads] = static_cast<std::uint16_t>(thread);
-        count_of_threads += weights[thread] == 0;
-        weights[thread] += block.delta[place] < threshold ? 1.0f : tied_weight;
-    }
-    for (int i = 0; i < count_of_threads; ++i) {
-        const int thread = drawing[i];
-        unsigned long& state = block.generators[thread];
-        state = xor_shift(state);
-        block.draws[i] = unit_draw(state);
-        block.draw_weights[i] = weights[thread];
-        weights[thread] = 0;
-    }
-    // The rank rises with u and w. Only threads that come near the best by an estimate of it have
-    // theirs computed, since the power is what this selection would spend its time on.
-    const hn::ScalableTag<float> lanes;
+    const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
-    const auto lowest = hn::Set(lanes, -std::numeric_limits<float>::infinity());
-    auto best_lanes = lowest;
-    for (int i = 0; i < count_of_threads; i += step) {
-        const auto drawn = hn::FirstN(lanes, static_cast<std::size_t>(count_of_threads - i));
-        const auto estimate = rankEstimate(lanes, hn::Load(lanes, block.draws + i),
-                                           hn::Load(lanes, block.draw_weights + i));
-        const auto valid = hn::IfThenElse(drawn, estimate, lowest);
-        hn::Store(valid, lanes, block.estimates + i);
-        best_lanes = hn::Max(best_lanes, valid);
+    const auto wanted = hn::Set(lanes, value);
+    const auto one = hn::Set(lanes, 1);
+    auto even = hn::Zero(lanes);
+    auto odd = hn::Zero(lanes);
+    for (int p = 0; p < block.shape.size; p += 2 * step) {
+        const auto first = hn::Eq(hn::Load(lanes, block.delta + p), wanted);
+        const auto second = hn::Eq(hn::Load(lanes, block.delta + p + step), wanted);
+        even = hn::Add(even, hn::IfThenElseZero(first, one));
+        odd = hn::Add(odd, hn::IfThenElseZero(second, one));
     }
-    const float best = hn::GetLane(hn::MaxOfLanes(lanes, best_lanes));
-    // Keys of e^-12 and less are told apart by few bits of a rank or none.
-    const float near =
-        best < -12.0f ? -std::numeric_limits<float>::max() : best - RANK_MARGIN * (1.0f - best);
-    std::int32_t highest = -1;
-    for (int i = 0; i < count_of_threads; i += step) {
-        const auto candidates = hn::Ge(hn::Load(lanes, block.estimates + i), hn::Set(lanes, near));
-        for (std::uint64_t bits = maskBits(lanes, candidates); bits != 0; bits &= bits - 1) {
-            const int j = i + __builtin_ctzll(bits);
-            const std::uint32_t rank = sampling_rank(block.draws[j], block.draw_weights[j]);
-            highest = std::max(highest, bid(rank, drawing[j]));
-        }
-    }
-    return highest;
+    return static_cast<std::int32_t>(hn::GetLane(hn::SumOfLanes(lanes, hn::Add(even, odd))));
 }
 
 template <class D>
@@ -254,49 +167,6 @@ int findInSpan(const BLOCK_ARRAYS<D>& block, int first, int last, D value) {
     return findLast<D>(block.shape, first, last, [=](int p) {
         return hn::And(hn::Eq(hn::LoadU(lanes, delta + p), wanted), freeLanes(lanes, tabu + p));
     });
-}
-
-template <class D>
-int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
-    const hn::ScalableTag<std::int64_t> lanes;
-    const hn::RebindToUnsigned<decltype(lanes)> states;
-    const int step = static_cast<int>(hn::Lanes(lanes));
-    const int threads = block.shape.threads;
-    const auto limit = hn::Set(lanes, static_cast<std::int64_t>(threshold));
-    const auto low_words = hn::Set(states, 0xFFFFFFFFu);
-    const auto none = hn::Set(lanes, static_cast<std::int64_t>(MAX<D>));
-    const auto ascending = hn::Iota(lanes, 0);
-    auto lowest_yet = none;
-    auto winners = hn::Zero(lanes);  // thread * own + own bit, per lane
-    for (int t = 0; t < threads; t += step) {
-        std::uint64_t* generators = block.generators + t;
-        auto state = hn::Load(states, generators);
-        auto running = none;
-        auto kept = hn::Zero(lanes);
-        for (int c = 0; c < block.shape.own; ++c) {
-            const int p = c * threads + t;
-            const auto delta = widenDeltas(lanes, block.delta + p);
-            // A bit that could not win spends no draw.
-            const auto draws = hn::And(hn::Lt(delta, running), freeLanes(lanes, block.tabu + p));
-            const auto moved = xorShiftLanes(state);
-            state = hn::IfThenElse(hn::RebindMask(states, draws), moved, state);
-            const auto draw = hn::BitCast(lanes, hn::And(moved, low_words));
-            const auto stays = hn::AndNot(hn::Gt(draw, limit), draws);
-            running = hn::IfThenElse(stays, delta, running);
-            kept = hn::IfThenElse(stays, hn::Set(lanes, c), kept);
-        }
-        hn::Store(state, states, generators);
-        // Threads come in ascending order, so that of equal values the later one takes over. If no
-        // bit stayed in anywhere, that is the first bit of the last thread.
-        const auto thread = hn::Add(ascending, hn::Set(lanes, t));
-        const auto bits = hn::Add(hn::Mul(thread, hn::Set(lanes, block.shape.own)), kept);
-        const auto keeps = hn::Gt(running, lowest_yet);
-        winners = hn::IfThenElse(keeps, winners, bits);
-        lowest_yet = hn::Min(running, lowest_yet);
-    }
-    const auto wins = hn::Eq(lowest_yet, hn::MinOfLanes(lanes, lowest_yet));
-    const auto bits = hn::IfThenElse(wins, winners, hn::Set(lanes, -1));
-    return static_cast<int>(hn::GetLane(hn::MaxOfLanes(lanes, bits)));
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

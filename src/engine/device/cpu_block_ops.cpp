@@ -9,6 +9,7 @@
 // clang-format on
 
 #include "engine/device/cpu_block_loops.hpp"
+#include "engine/device/cpu_draws.hpp"
 #include "engine/device/cpu_flip_pass.hpp"
 
 HWY_BEFORE_NAMESPACE();

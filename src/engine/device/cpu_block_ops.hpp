@@ -24,11 +24,10 @@ struct BLOCK_ARRAYS {
     std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
     unsigned long* generators = nullptr;  ///< T states
     float* weights = nullptr;             ///< scratch: T values, all 0 between uses
-    std::uint16_t* drawing = nullptr;     ///< scratch: T + 1 thread numbers
-    float* draws = nullptr;               ///< scratch beside `drawing`, T each: what they drew,
-    float* draw_weights = nullptr;        ///< their weights,
-    float* estimates = nullptr;           ///< about the logarithms of their keys
-    D* places = nullptr;                  ///< scratch: S + a vector, places of bits
+    std::uint16_t* vectors = nullptr;     ///< scratch: S + 1 places where vectors begin
+    std::uint16_t* drawing = nullptr;     ///< scratch: T + 1 first threads of vectors
+    float* draws = nullptr;               ///< scratch: T values, what threads drew,
+    float* estimates = nullptr;           ///< and about the logarithms of their keys
     D* group_low = nullptr;               ///< S / GROUP lows of the free deltas, see GROUP
 };
 

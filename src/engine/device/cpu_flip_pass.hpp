@@ -39,13 +39,13 @@ hn::Vec<TAG> signedElements(TAG lanes, const R* row, const std::int8_t* ones, st
     }
 }
 
-/** The tabu bytes of a vector, one lower each, written back; lanes of the bits that are free. */
+/** The tabu bytes of a group of vectors, one lower each. */
 template <class TAG>
-hn::Mask<TAG> countDownLanes(TAG lanes, std::uint8_t* tabu) {
-    const hn::Rebind<std::uint8_t, TAG> bytes;
-    const auto counters = hn::SaturatedSub(hn::LoadU(bytes, tabu), hn::Set(bytes, std::uint8_t{1}));
-    hn::StoreU(counters, bytes, tabu);
-    return freeLanes(lanes, tabu);
+void countGroupDown(TAG lanes, std::uint8_t* tabu) {
+    const hn::CappedTag<std::uint8_t, GROUP * hn::MaxLanes(TAG())> bytes;
+    const auto one = hn::Set(bytes, std::uint8_t{1});
+    for (std::size_t i = 0; i < GROUP * hn::Lanes(lanes); i += hn::Lanes(bytes))
+        hn::StoreU(hn::SaturatedSub(hn::LoadU(bytes, tabu + i), one), bytes, tabu + i);
 }
 
 /**
@@ -61,13 +61,15 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
     const std::int8_t* HWY_RESTRICT ones = block.ones;
     std::uint8_t* HWY_RESTRICT tabu = block.tabu;
     D* HWY_RESTRICT group_low = block.group_low;
+    const hn::RebindToUnsigned<decltype(lanes)> magnitudes;
+    const auto one = hn::Set(magnitudes, 1);
     const auto highest = hn::Set(lanes, MAX<D>);
-    const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
-    const auto zero = hn::Zero(lanes);
     auto low = highest;
-    auto other = FOR == SURVEY_FOR::MAX_MIN ? lowest : highest;
     auto free_low = highest;
+    auto free_high = hn::Set(lanes, std::numeric_limits<D>::min());
+    auto positive = hn::BitCast(magnitudes, highest);  // lowest free delta above 0, less 1
     for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
+        if constexpr (FOR != SURVEY_FOR::NOTHING) countGroupDown(lanes, tabu + p);
         auto group = highest;
         for (int q = p; q < p + GROUP * step; q += step) {
             auto values = hn::Load(lanes, delta + q);
@@ -77,13 +79,14 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
             }
             low = hn::Min(low, values);
             if constexpr (FOR != SURVEY_FOR::NOTHING) {
-                const auto free = countDownLanes(lanes, tabu + q);
-                group = hn::Min(group, hn::IfThenElse(free, values, highest));
+                const auto free = freeLanes(lanes, tabu + q);
+                const auto plays = hn::IfThenElse(free, values, highest);
+                group = hn::Min(group, plays);
                 if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
-                    other = hn::Max(other, hn::IfThenElse(free, values, lowest));
+                    free_high = hn::IfThenElse(free, hn::Max(free_high, values), free_high);
                 } else {
-                    const auto positive = hn::And(free, hn::Gt(values, zero));
-                    other = hn::Min(other, hn::IfThenElse(positive, values, highest));
+                    // Without a sign, all that is not above 0 becomes higher than any delta.
+                    positive = hn::Min(positive, hn::Sub(hn::BitCast(magnitudes, plays), one));
                 }
             }
         }
@@ -96,10 +99,14 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
     found.low = hn::GetLane(hn::MinOfLanes(lanes, low));
     if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
         found.free.low = hn::GetLane(hn::MinOfLanes(lanes, free_low));
-        found.free.high = hn::GetLane(hn::MaxOfLanes(lanes, other));
+        found.free.high = hn::GetLane(hn::MaxOfLanes(lanes, free_high));
     }
-    if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN)
-        found.positive = hn::GetLane(hn::MinOfLanes(lanes, other));
+    if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {
+        // What is left is below the highest delta, so its sign says nothing any more.
+        const auto left = hn::BitCast(lanes, positive);
+        const D above_zero = hn::GetLane(hn::MinOfLanes(lanes, left));
+        found.positive = above_zero == MAX<D> ? MAX<D> : above_zero + 1;
+    }
     return found;
 }
 

@@ -91,29 +91,27 @@ void surveyGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
 }
 
 /**
- * Writes the places of the free bits with deltas up to `threshold` to `places`, in ascending order,
- * and returns how many there are. Reads `group_low`. Written without a branch per bit: which bits
- * are below is the least predictable thing in a search.
+ * Writes the places of the vectors in which a free bit has a delta up to `threshold` to `vectors`,
+ * in ascending order, and returns how many there are. Reads `group_low`. Written without a branch
+ * per vector: which bits are below is the least predictable thing in a search.
  */
 template <class D>
-int placesBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
+int vectorsBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     const auto limit = hn::Set(lanes, threshold);
-    const auto ascending = hn::Iota(lanes, 0);
     const D* group_low = block.group_low;
-    D* end = block.places;
+    int count = 0;
     for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
         if (hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit))) continue;
         for (int q = p; q < p + GROUP * step; q += step) {
             const auto above = hn::Gt(hn::Load(lanes, block.delta + q), limit);
             const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + q));
-            const auto places = hn::Add(ascending, hn::Set(lanes, static_cast<D>(q)));
-            hn::StoreU(hn::Compress(places, eligible), lanes, end);
-            end += hn::CountTrue(lanes, eligible);
+            block.vectors[count] = static_cast<std::uint16_t>(q);
+            count += !hn::AllFalse(lanes, eligible);
         }
     }
-    return static_cast<int>(end - block.places);
+    return count;
 }
 
 /** The lanes of the vector at `t` that lie within [first, last). */
