@@ -59,7 +59,10 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
         facts["memory"] = memory.total();
         facts["memory_model"] = memory.model;
         facts["memory_record"] = memory.record;
-        facts["memory_rows"] = memory_of_rows(*band, problem.couplings.largest);
+        if (const auto rows = rows_of_run(*band, problem.couplings)) {
+            facts["rows"] = rows->form;
+            facts["memory_rows"] = rows->memory;
+        }
     }
     facts["memory_machine"] = machine_memory();
     facts["warnings"] = problem.warnings;
@@ -82,9 +85,12 @@ Report summary_of(const Problem& problem, const Report& facts) {
     if (facts.contains("memory"))
         summary["memory_of_a_run"] = "at most " + bytes_text(facts["memory"]) + ": model " +
                                      bytes_text(facts["memory_model"]) + ", band's matrix " +
-                                     bytes_text(facts["memory_record"]) +
-                                     ", the rest; with room, up to " +
-                                     bytes_text(facts["memory_rows"]) + " more for faster rows";
+                                     bytes_text(facts["memory_record"]) + ", the rest";
+    if (facts.contains("rows")) {
+        const long more = facts["memory_rows"];
+        summary["rows"] = facts["rows"].get<std::string>() +
+                          (more > 0 ? ", in " + bytes_text(more) + " more if there is room" : "");
+    }
     summary["memory_of_machine"] = bytes_text(facts["memory_machine"]);
     return summary;
 }

@@ -6,6 +6,8 @@
 #include <limits>
 #include <sstream>
 
+#include "engine/device/row_form.hpp"
+
 namespace orvex::cli {
 namespace {
 
@@ -61,9 +63,19 @@ Memory memory_of_run(int size, int width, const Band& band) {
             .rest = 64 * MIB};
 }
 
-long memory_of_rows(const Band& band, Wide largest_coupling) {
-    const long elements = static_cast<long>(band.size) * band.size;
-    return largest_coupling <= 127 ? elements : largest_coupling <= 32767 ? 2 * elements : 0;
+std::optional<Rows> rows_of_run(const Band& band, const Couplings& couplings) {
+#ifdef ORVEX_PLATFORM_CUDA
+    static_cast<void>(band);
+    static_cast<void>(couplings);
+    return std::nullopt;
+#else
+    const device::ROW_SURVEY survey{.widest = static_cast<std::uint64_t>(couplings.largest),
+                                    .entries = 2 * static_cast<std::uint64_t>(couplings.count)};
+    const device::ROW_FORM form = survey.best_form(band.size);
+    const auto element_bytes = static_cast<std::size_t>(band.matrix_bits) / 8;
+    return Rows{device::form_name(form, band.matrix_bits),
+                static_cast<long>(survey.bytes(form, band.size, element_bytes))};
+#endif
 }
 
 long machine_memory() {

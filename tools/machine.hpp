@@ -9,6 +9,7 @@
 #include <orvex/orvex.hpp>
 
 #include "bounds.hpp"
+#include "search_cycles.hpp"
 
 namespace orvex::cli {
 
@@ -50,13 +51,14 @@ struct Memory {
 
 Memory memory_of_run(int size, int width, const Band& band);
 
-/**
- * Bytes of the narrow rows that a run keeps beside the band's matrix where there is room for them,
- * at most (few couplings take less); it does without where there is not.
- *
- * @param largest_coupling largest magnitude of a weight of two different variables
- */
-long memory_of_rows(const Band& band, Wide largest_coupling);
+/** The rows of the matrix as a run on processors reads them. */
+struct Rows {
+    std::string form;  ///< "8-bit", "16-bit", "32-bit", "64-bit" or "sparse"
+    long memory;       ///< bytes that the form takes beside the band's matrix, if there is room
+};
+
+/** @return none in a build for GPUs, which read the band's matrix itself */
+std::optional<Rows> rows_of_run(const Band& band, const Couplings& couplings);
 
 /** Bytes that the process can have at all, by the machine and by its container. */
 long machine_memory();

@@ -70,9 +70,12 @@ int solve(const SolveOptions& options) {
             note(options, "Warning: " + warning);
     const std::optional<Band> band =
         band_for(sizes, problem.size, problem.width, settings.arithmetic_bits);
-    if (band)
+    if (band) {
+        const auto rows = rows_of_run(*band, problem.couplings);
         note(options, options.file + ": " + std::to_string(problem.size) + " variables, " +
-                          std::to_string(problem.entries) + " entries, band " + band->name());
+                          std::to_string(problem.entries) + " entries, band " + band->name() +
+                          (rows ? ", " + rows->form + " rows" : ""));
+    }
 
     const bool quiet = options.quiet || !settings.own_display;
     Progress progress(Progress::style_for_stderr(quiet), std::cerr);

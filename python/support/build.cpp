@@ -87,8 +87,8 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
     facts->band_arithmetic_bits = band->arithmetic_bits;
     const orvex::cli::Memory memory = orvex::cli::memory_of_run(known.size, known.width, *band);
     facts->memory_model = memory.model;
-    facts->memory_bands =
-        memory.record + memory.rest + orvex::cli::memory_of_rows(*band, known.couplings.largest);
+    const auto rows = orvex::cli::rows_of_run(*band, known.couplings);
+    facts->memory_bands = memory.record + memory.rest + (rows ? rows->memory : 0);
     if (loading->name() != band->name())
         facts->memory_bands += orvex::cli::memory_of_run(known.size, known.width, *loading).record;
 }

@@ -20,7 +20,8 @@ class Check(ProgramTest):
                      "band               qb64_32_32"):
             self.assertIn(line + "\n", run.stdout)
         self.assertIn("memory of a run    at most 64 MiB: model 0.00879 KiB, band's matrix "
-                      "16.3 KiB, the rest; with room, up to 4 KiB more for faster rows\n",
+                      "16.3 KiB, the rest\n"
+                      "rows               sparse, in 0.523 KiB more if there is room\n",
                       run.stdout)
 
     def test_json_has_plain_numbers(self):
@@ -31,7 +32,8 @@ class Check(ProgramTest):
         self.assertEqual(facts["band"], "qb64_64_64")
         self.assertEqual(facts["memory_model"], 2 * 2 * 8)
         self.assertEqual(facts["memory_record"], 64 * 64 * 8 + 64 * 8 + 4)
-        self.assertEqual(facts["memory_rows"], 0)
+        self.assertEqual(facts["rows"], "sparse")
+        self.assertEqual(facts["memory_rows"], 65 * 8 + 2 * 16)
         self.assertEqual(facts["warnings"], [])
 
     def test_more_than_64_bits(self):

@@ -33,7 +33,7 @@ class Display(ProgramTest):
     def test_a_terminal_has_a_live_line(self):
         output, shown = self.on_a_terminal("--time-limit", "2")
         head, *lines = shown.split("\r\x1b[K")
-        self.assertIn("60 variables, 1830 entries, band qb64_32_32", head)
+        self.assertIn("60 variables, 1830 entries, band qb64_32_32, 8-bit rows", head)
         self.assertEqual(lines[-1], "", "the line goes at the end")
         drawn = lines[:-1]
         self.assertGreaterEqual(len(drawn), 5)

@@ -58,9 +58,24 @@ TEST(MemoryOfRun, IsThatOfTheMatrices) {
     EXPECT_EQ(memory_of_run(10000, 64, {10240, 64, 64}).record, 2 * 419'471'364L - 4);
     // The largest model does not overflow.
     EXPECT_EQ(memory_of_run(65536, 64, {65536, 64, 64}).model, 1L << 35);
-    EXPECT_EQ(memory_of_rows({10240, 32, 32}, 127), 10240L * 10240);
-    EXPECT_EQ(memory_of_rows({10240, 32, 64}, 128), 2 * 10240L * 10240);
-    EXPECT_EQ(memory_of_rows({10240, 32, 32}, 32768), 0) << "the record's rows serve";
+}
+
+TEST(RowsOfRun, AreTheNarrowestThatHoldTheCouplings) {
+    constexpr long ALL = 10240L * 10240;
+    const auto rows = [](Wide largest, long count, int matrix_bits = 32) {
+        const Couplings couplings{.count = count, .largest = largest};
+        return rows_of_run({10240, matrix_bits, 64}, couplings).value();
+    };
+    EXPECT_EQ(rows(127, ALL / 2).form, "8-bit");
+    EXPECT_EQ(rows(127, ALL / 2).memory, ALL);
+    EXPECT_EQ(rows(128, ALL / 2).form, "16-bit");
+    EXPECT_EQ(rows(128, ALL / 2).memory, 2 * ALL);
+    EXPECT_EQ(rows(32768, ALL / 2).form, "32-bit");
+    EXPECT_EQ(rows(32768, ALL / 2).memory, 0) << "the band's own rows serve";
+    EXPECT_EQ(rows(32768, ALL / 2, 64).form, "64-bit");
+    EXPECT_EQ(rows(1, ALL / 2 / 24).form, "8-bit");
+    EXPECT_EQ(rows(1, ALL / 2 / 24 - 1).form, "sparse");
+    EXPECT_EQ(rows(1, 10'000).memory, 10241 * 8 + 2 * 10'000 * 8);
 }
 
 TEST(Machine, HasMemory) {

@@ -13,9 +13,6 @@ namespace orvex::device {
 
 namespace {
 
-/** Below one entry in so many elements, index lists beat dense rows of bytes (measured). */
-constexpr std::uint64_t SPARSE_BELOW = 24;
-
 /** Threads that look at or narrow rows, at most; memory is their limit, not processors. */
 constexpr int MOST_SHARES = 16;
 
@@ -67,43 +64,6 @@ int share_rows(int size, WORK work) {
 }
 
 }  // namespace
-
-const char* form_name(ROW_FORM form, int record_bits) {
-    switch (form) {
-        case ROW_FORM::BYTES:
-            return "8-bit";
-        case ROW_FORM::WORDS:
-            return "16-bit";
-        case ROW_FORM::LISTS:
-            return "sparse";
-        case ROW_FORM::RECORD:
-            break;
-    }
-    return record_bits == 64 ? "64-bit" : "32-bit";
-}
-
-ROW_FORM ROW_SURVEY::best_form(int size) const {
-    const std::uint64_t elements =
-        static_cast<std::uint64_t>(size) * static_cast<std::uint64_t>(size);
-    if (entries < elements / SPARSE_BELOW) return ROW_FORM::LISTS;
-    if (widest <= 127) return ROW_FORM::BYTES;
-    return widest <= 32767 ? ROW_FORM::WORDS : ROW_FORM::RECORD;
-}
-
-std::size_t ROW_SURVEY::bytes(ROW_FORM form, int size, std::size_t element_bytes) const {
-    const std::size_t rows = static_cast<std::size_t>(size);
-    switch (form) {
-        case ROW_FORM::BYTES:
-            return rows * rows;
-        case ROW_FORM::WORDS:
-            return 2 * rows * rows;
-        case ROW_FORM::LISTS:
-            return (rows + 1) * sizeof(std::uint64_t) + entries * 2 * element_bytes;
-        case ROW_FORM::RECORD:
-            break;
-    }
-    return 0;
-}
 
 template <class E>
 CPU_ROWS<E>::CPU_ROWS(const E* weights, int size)

@@ -1,36 +1,15 @@
-// The rows of a matrix as CPU blocks read them, one set for all blocks of a device. Beside the
-// record, which has every element in full width, a narrower or a sparse form of the rows is kept
-// where the elements allow it: a flip of a large model costs what its row costs to read. In these
-// forms a row's own element is 0, since it does not count in a flip.
+// The rows of a matrix as CPU blocks read them, one set for all blocks of a device: the record's,
+// or a form of them that is kept beside it. In the latter a row's own element is 0, since it does
+// not count in a flip.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
+#include "engine/device/row_form.hpp"
+
 namespace orvex::device {
-
-enum class ROW_FORM : std::uint8_t {
-    RECORD,  ///< the record's own rows
-    BYTES,   ///< dense rows of 8-bit elements
-    WORDS,   ///< dense rows of 16-bit elements
-    LISTS,   ///< the elements that are not 0, each with its place
-};
-
-/** Name of a form in reports: "32-bit" (or "64-bit"), "8-bit", "16-bit", "sparse". */
-const char* form_name(ROW_FORM form, int record_bits);
-
-/** What decides on the form of the rows; one look at the whole matrix tells it. */
-struct ROW_SURVEY {
-    std::uint64_t widest = 0;   ///< largest magnitude off the diagonal
-    std::uint64_t entries = 0;  ///< elements off the diagonal that are not 0
-    std::uint64_t reach = 0;    ///< largest sum of the magnitudes in a row, as far as it matters
-
-    /** The form that a flip reads fastest; `size` is S of the band. */
-    ROW_FORM best_form(int size) const;
-    /** Memory that the form takes beside a record with elements of `element_bytes`. */
-    std::size_t bytes(ROW_FORM form, int size, std::size_t element_bytes) const;
-};
 
 /**
  * A sum of this many elements of a row and less cannot leave the range of D, whatever the solution:

@@ -1,0 +1,68 @@
+// In which form CPU blocks read the rows of a matrix. Beside the record, which has every element in
+// full width, a narrower or a sparse form of the rows is kept where the elements allow it: a flip
+// of a large model costs what its row costs to read. Needs nothing else of the engine, so that the
+// program tells by the same text what a run will do.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace orvex::device {
+
+enum class ROW_FORM : std::uint8_t {
+    RECORD,  ///< the record's own rows
+    BYTES,   ///< dense rows of 8-bit elements
+    WORDS,   ///< dense rows of 16-bit elements
+    LISTS,   ///< the elements that are not 0, each with its place
+};
+
+/** Name of a form in reports. */
+constexpr const char* form_name(ROW_FORM form, int record_bits) {
+    switch (form) {
+        case ROW_FORM::BYTES:
+            return "8-bit";
+        case ROW_FORM::WORDS:
+            return "16-bit";
+        case ROW_FORM::LISTS:
+            return "sparse";
+        case ROW_FORM::RECORD:
+            break;
+    }
+    return record_bits == 64 ? "64-bit" : "32-bit";
+}
+
+/** What decides on the form of the rows; one look at the whole matrix tells it. */
+struct ROW_SURVEY {
+    std::uint64_t widest = 0;   ///< largest magnitude off the diagonal
+    std::uint64_t entries = 0;  ///< elements off the diagonal that are not 0
+    std::uint64_t reach = 0;    ///< largest sum of the magnitudes in a row, as far as it matters
+
+    /** Below one entry in so many elements, index lists beat dense rows of bytes (measured). */
+    static constexpr std::uint64_t SPARSE_BELOW = 24;
+
+    /** The form that a flip reads fastest; `size` is S of the band. */
+    constexpr ROW_FORM best_form(int size) const {
+        const auto rows = static_cast<std::uint64_t>(size);
+        if (entries < rows * rows / SPARSE_BELOW) return ROW_FORM::LISTS;
+        if (widest <= 127) return ROW_FORM::BYTES;
+        return widest <= 32767 ? ROW_FORM::WORDS : ROW_FORM::RECORD;
+    }
+
+    /** Memory that the form takes beside a record with elements of `element_bytes`. */
+    constexpr std::size_t bytes(ROW_FORM form, int size, std::size_t element_bytes) const {
+        const auto rows = static_cast<std::size_t>(size);
+        switch (form) {
+            case ROW_FORM::BYTES:
+                return rows * rows;
+            case ROW_FORM::WORDS:
+                return 2 * rows * rows;
+            case ROW_FORM::LISTS:
+                return (rows + 1) * sizeof(std::uint64_t) + entries * 2 * element_bytes;
+            case ROW_FORM::RECORD:
+                break;
+        }
+        return 0;
+    }
+};
+
+}  // namespace orvex::device
