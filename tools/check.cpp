@@ -5,8 +5,8 @@
 
 #include "commands.hpp"
 #include "exit_status.hpp"
+#include "formats/input_file.hpp"
 #include "machine.hpp"
-#include "model_file.hpp"
 #include "report.hpp"
 
 namespace orvex::cli {
@@ -22,24 +22,10 @@ std::string range(Wide from, Wide to) {
     return to_string(from) + " to " + to_string(to);
 }
 
-/** The matrix of the model alone must fit for the file to be read at all. */
-void expect_memory(const std::string& file, const ModelFile& model_file) {
-    const long size = model_file.size(), matrix = size * size * (model_file.width() / 8);
-    if (matrix <= machine_memory()) return;
-    throw InputError(file + ": a model of " + std::to_string(size) + " variables and " +
-                     std::to_string(model_file.width()) + "-bit weights takes " +
-                     bytes_text(matrix) + "; this machine has " + bytes_text(machine_memory()));
-}
-
-/** A number where it is one for JSON too: a bound may be wider than 64 bits. */
-Report number(Wide wide) {
-    const auto narrow = static_cast<long>(wide);
-    return narrow == wide ? Report(narrow) : Report(to_string(wide));
-}
-
 Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional<Band>& band) {
     Report facts;
     facts["file"] = problem.file;
+    add_convention(problem.convention, facts);
     facts["size"] = problem.size;
     facts["entries"] = problem.entries;
     facts["nonzero"] = problem.nonzero;
@@ -72,8 +58,9 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
 Report summary_of(const Problem& problem, const Report& facts) {
     const Bound& bound = problem.bound;
     Report summary;
-    for (const char* key : {"file", "size", "entries", "nonzero"})
-        summary[key] = facts[key];
+    for (const char* key : {"file", "format", "index_base", "factor", "sense", "offset", "equation",
+                            "note", "size", "entries", "nonzero"})
+        if (facts.contains(key)) summary[key] = facts[key];
     summary["density"] = percent(problem.density());
     summary["weights"] = range(problem.smallest_weight, problem.largest_weight);
     summary["header_range"] = range(problem.smallest, problem.largest);
@@ -97,12 +84,12 @@ Report summary_of(const Problem& problem, const Report& facts) {
 
 }  // namespace
 
-int check(const std::string& file, bool json) {
+int check(const std::string& file, const ReadOptions& read, bool json) {
     Solver solver(false);
     const std::vector<int> sizes = band_sizes(solver);
-    ModelFile model_file(file);
-    expect_memory(file, model_file);
-    Problem problem = model_file.read();
+    InputFile input(file, read);
+    input.expect_memory();
+    Problem problem = input.read();
 
     const std::optional<Band> smallest = band_for(sizes, problem.size, problem.width, 32);
     const int bits = problem.bound.bits(smallest ? smallest->size - problem.size : 0);

@@ -1,4 +1,4 @@
-// The three commands, with what the command line says for each. They return the exit status and
+// The commands, with what the command line says for each. They return the exit status and
 // throw InputError for wrong input.
 #pragma once
 
@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "formats/format.hpp"
+
 namespace orvex::cli {
 
 /** Seconds that a run takes when nothing is said about when it ends. */
@@ -14,6 +16,7 @@ inline constexpr long DEFAULT_TIME_LIMIT = 10;
 
 struct SolveOptions {
     std::string file;
+    ReadOptions read;
     std::optional<double> time_limit;  ///< seconds; 0: none
     std::optional<long> target;
     std::optional<long> trials;
@@ -24,8 +27,16 @@ struct SolveOptions {
     bool quiet = false;
 };
 
+struct ConvertOptions {
+    std::string input, output;
+    ReadOptions read;
+    std::string to;  ///< name of a format
+    bool json = false;
+};
+
 int solve(const SolveOptions& options);
-int check(const std::string& file, bool json);
+int check(const std::string& file, const ReadOptions& read, bool json);
+int convert(const ConvertOptions& options);
 int info(bool json);
 
 /** The words of the command line as SolveOptions::params. @throws InputError */

@@ -11,6 +11,7 @@
 #include "commands.hpp"
 #include "exit_status.hpp"
 #include "generate/command.hpp"
+#include "output_file.hpp"
 #include "result.hpp"
 
 namespace orvex::cli {
@@ -20,6 +21,7 @@ constexpr const char* EXAMPLES = R"(Examples:
   orvex check model.qubo.gz
   orvex solve model.qubo.gz --time-limit 60 --output best.sol
   orvex solve model.qubo.gz --target -371438 --time-limit 20 --json
+  orvex convert G14.txt model.qubo.gz --from maxcut --to orvex
   orvex solve model.qubo.gz --start best.sol --param search_cycles="5000 1000"
   orvex generate dense --size 4096 model.qubo.gz
 
@@ -39,9 +41,12 @@ struct CommandLine {
     CLI::App app{"Solves QUBO problems: minimises the sum over i <= j of W[i][j] x[i] x[j]."};
     CLI::App* solve = app.add_subcommand("solve", "search for the bit vector of lowest energy");
     CLI::App* check = app.add_subcommand("check", "validate a model file, tell what a run takes");
+    CLI::App* convert = app.add_subcommand("convert", "write a problem's file in another format");
     CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
     generate::Command generate{app};
     SolveOptions options;
+    ConvertOptions conversion;
+    std::string sense;
     std::vector<std::string> params;
 
     CommandLine() {
@@ -56,7 +61,10 @@ struct CommandLine {
                 ->required()
                 ->type_name("");
         describe_solve();
-        for (CLI::App* command : {solve, check, info})
+        describe_convert();
+        for (CLI::App* command : {solve, check, convert})
+            describe_reading(command);
+        for (CLI::App* command : {solve, check, convert, info})
             command->add_flag("--json", options.json,
                               "result as one JSON object on standard output");
     }
@@ -84,10 +92,47 @@ struct CommandLine {
         solve->add_flag("--quiet", options.quiet, "show no progress and no warnings");
     }
 
+    void describe_convert() {
+        convert->add_option("IN", conversion.input, "file to read, plain or compressed (.gz)")
+            ->required()
+            ->type_name("");
+        convert
+            ->add_option("OUT", conversion.output,
+                         "file to write, compressed if its name ends in .gz; -: standard output")
+            ->required()
+            ->type_name("");
+        convert->add_option("--to", conversion.to, "format to write: " + format_names(true))
+            ->required()
+            ->type_name("FORMAT");
+    }
+
+    void describe_reading(CLI::App* command) {
+        command
+            ->add_option(
+                "--from", options.read.format,
+                "format of the file, where its contents do not tell it: " + format_names(false))
+            ->type_name("FORMAT");
+        command->add_option("--instance", options.read.instance, "which of the file's instances")
+            ->type_name("K");
+        command
+            ->add_option("--penalty", options.read.penalty,
+                         "penalty of a broken constraint; by default one that is proven to suffice")
+            ->type_name("P");
+        command
+            ->add_option("--sense", sense,
+                         "what is wanted, where the format leaves it open; min by default")
+            ->check(CLI::IsMember({"min", "max"}))
+            ->type_name("min|max");
+    }
+
     int run() {
         options.params = parse_params(params);
+        if (!sense.empty()) options.read.maximised = sense == "max";
+        conversion.read = options.read;
+        conversion.json = options.json;
         if (*solve) return cli::solve(options);
-        if (*check) return cli::check(options.file, options.json);
+        if (*check) return cli::check(options.file, options.read, options.json);
+        if (*convert) return cli::convert(conversion);
         if (generate.chosen()) return generate.run();
         return cli::info(options.json);
     }
@@ -114,6 +159,8 @@ int main_of(int argc, char** argv) {
         return fail(EXIT_BAD_INPUT, error.what());
     } catch (const EnergyMismatch& error) {
         return fail(EXIT_ENERGY_MISMATCH, error.what());
+    } catch (const WriteError& error) {
+        return fail(EXIT_NOT_WRITTEN, error.what());
     } catch (const std::bad_alloc&) {
         return fail(EXIT_REFUSED, "not enough memory");
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "exit_status.hpp"
 #include "pair_set.hpp"
@@ -20,33 +21,32 @@ bool fits(long weight, int width) {
     return find_wbit(weight, weight) <= width;
 }
 
-/**
- * The width of the model's weights. The lowest weight of 32 bits has no negative there, so a flip
- * that subtracts it would add it: such a model is stored with 64 bits.
- */
-int width_of(long smallest, long largest) {
+}  // namespace
+
+int weight_width(long smallest, long largest) {
     const int width = find_wbit(smallest, largest);
     return width == 32 && smallest == LOWEST_32 ? 64 : width;
 }
 
-}  // namespace
+void warn_about_name(const NumberReader& reader, std::vector<std::string>& warnings) {
+    const bool named_gz = reader.file().ends_with(".gz");
+    if (named_gz == reader.compressed()) return;
+    warnings.push_back(reader.file() + (named_gz
+                                            ? " is not compressed, in spite of its name"
+                                            : " is compressed, but its name does not end in .gz"));
+}
 
 double Problem::density() const {
     return static_cast<double>(nonzero) / (0.5 * size * (size + 1.0));
 }
 
-ModelFile::ModelFile(const std::string& file) : reader_(file) {
-    problem_.file = file;
+ModelFile::ModelFile(NumberReader reader) : reader_(std::move(reader)) {
+    problem_.file = reader_.file();
+    warn_about_name(reader_, problem_.warnings);
     read_header();
 }
 
 void ModelFile::read_header() {
-    const bool named_gz = problem_.file.ends_with(".gz");
-    if (named_gz != reader_.compressed())
-        problem_.warnings.push_back(
-            problem_.file + (named_gz ? " is not compressed, in spite of its name"
-                                      : " is compressed, but its name does not end in .gz"));
-
     const long size = reader_.number("the number of variables");
     if (size < 1 || size > MAX_SIZE)
         reader_.fail("the number of variables is " + std::to_string(size) + ", not from 1 to " +
@@ -65,7 +65,7 @@ void ModelFile::read_header() {
     if (problem_.smallest > problem_.largest && !written_so)
         reader_.fail("the header's smallest weight is above its largest (" +
                      range_text(problem_.smallest, problem_.largest) + ")");
-    problem_.width = width_of(problem_.smallest, problem_.largest);
+    problem_.width = weight_width(problem_.smallest, problem_.largest);
 }
 
 Problem ModelFile::read() {

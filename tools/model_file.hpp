@@ -12,6 +12,7 @@
 #include <orvex/orvex.hpp>
 
 #include "bounds.hpp"
+#include "formats/convention.hpp"
 #include "number_reader.hpp"
 #include "search_cycles.hpp"
 
@@ -31,6 +32,7 @@ struct Problem {
     long smallest_weight = 0, largest_weight = 0;  ///< of the entries
     Bound bound{};                                 ///< of energies and deltas
     Couplings couplings;                           ///< as far as they decide on "search_cycles"
+    Convention convention;                         ///< what the file's own numbers mean
     std::vector<std::string> warnings;             ///< what is odd, but harmless
     std::unique_ptr<orvex::Model> model;
 
@@ -38,10 +40,21 @@ struct Problem {
     double density() const;
 };
 
+/**
+ * The width of a model's weights. The lowest weight of 32 bits has no negative there, so a flip
+ * that subtracts it would add it: such a model is stored with 64 bits.
+ */
+int weight_width(long smallest, long largest);
+
+/** What is odd about a file's name, if anything is. */
+void warn_about_name(const NumberReader& reader, std::vector<std::string>& warnings);
+
 class ModelFile {
   public:
     /** Opens the file and reads its header. @throws InputError when anything in it is wrong */
-    explicit ModelFile(const std::string& file);
+    explicit ModelFile(const std::string& file) : ModelFile(NumberReader(file)) {}
+    /** Reads the header of an open file. @throws InputError when anything in it is wrong */
+    explicit ModelFile(NumberReader reader);
 
     int size() const { return problem_.size; }
     int width() const { return problem_.width; }

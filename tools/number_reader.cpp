@@ -2,6 +2,7 @@
 // entries takes little longer than its decompression.
 #include "number_reader.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <limits>
@@ -106,6 +107,22 @@ long NumberReader::number(const char* what) {
         fail_at_token(what, seen);
     }
     return static_cast<long>(negative ? 0 - value : value);
+}
+
+bool NumberReader::line(std::string& text) {
+    text.clear();
+    token_line_ = line_;
+    if (at_end()) return false;
+    do {
+        const char* const stop = std::find(next_, end_, '\n');
+        text.append(next_, stop);
+        next_ = stop;
+    } while (next_ == end_ && refill());
+    if (next_ != end_) {
+        ++next_;
+        ++line_;
+    }
+    return true;
 }
 
 }  // namespace orvex::cli

@@ -1,9 +1,11 @@
-// Reads the whole numbers of a text file, plain or compressed, and knows at each moment in which
-// line it stands. Decompression happens in the process: no name of a file ever reaches a shell.
+// Reads a text file, plain or compressed, as whole numbers or as lines, and knows at each moment in
+// which line it stands. Decompression happens in the process: no name of a file ever reaches a
+// shell.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 #include <zlib.h>
 
@@ -25,8 +27,21 @@ class NumberReader {
      */
     long number(const char* what);
 
+    /** The next line, without its end. @return whether there is one */
+    bool line(std::string& text);
+
+    /** What follows, as far as it has been decompressed: all of a small file, 256 KiB of others. */
+    std::string_view ahead() const { return {next_, static_cast<std::size_t>(end_ - next_)}; }
+
+    /** Whether that is all that follows; before anything has been read. */
+    bool ahead_is_all() const {
+        return static_cast<std::size_t>(end_ - buffer_.data()) < buffer_.size();
+    }
+
     /** The line of what was read last, from 1. */
     long line() const { return token_line_; }
+
+    const std::string& file() const { return file_; }
 
     /** Whether the contents, whatever the file's name, are compressed. */
     bool compressed() const { return compressed_; }

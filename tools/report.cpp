@@ -26,6 +26,21 @@ std::string label_of(std::string key) {
 
 }  // namespace
 
+Report number(Wide wide) {
+    const auto narrow = static_cast<long>(wide);
+    return narrow == wide ? Report(narrow) : Report(to_string(wide));
+}
+
+void add_convention(const Convention& convention, Report& report) {
+    report["format"] = convention.format;
+    report["index_base"] = convention.index_base;
+    report["factor"] = convention.factor;
+    report["sense"] = convention.sense();
+    report["offset"] = number(convention.offset);
+    report["equation"] = convention.equation();
+    if (!convention.note.empty()) report["note"] = convention.note;
+}
+
 void print_text(const Report& report, std::ostream& out) {
     std::size_t width = 0;
     for (const auto& [key, value] : report.items())

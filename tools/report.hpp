@@ -6,9 +6,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include "bounds.hpp"
+#include "formats/convention.hpp"
+
 namespace orvex::cli {
 
 using Report = nlohmann::ordered_json;
+
+/** A number where it is one for JSON too, else its digits: a sum may be wider than 64 bits. */
+Report number(Wide wide);
+
+/** What the numbers of a file mean, as "format", "index_base", "factor" and so on. */
+void add_convention(const Convention& convention, Report& report);
 
 /** One line for each value that is text, number or truth; lists of plain values on one line. */
 void print_text(const Report& report, std::ostream& out);

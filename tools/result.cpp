@@ -56,6 +56,8 @@ Report report_of(const Problem& problem, const RunSettings& settings, const Sol&
     report["file"] = problem.file;
     report["size"] = problem.size;
     report["energy"] = energy;
+    report["objective"] = number(problem.convention.objective_at(energy));
+    add_convention(problem.convention, report);
     report["status"] = status;
     if (settings.target) {
         report["target"] = *settings.target;
@@ -80,6 +82,7 @@ Report report_of(const Problem& problem, const RunSettings& settings, const Sol&
 Report summary_of(const Report& report) {
     Report summary;
     summary["energy"] = report["energy"];
+    if (report["format"] != Convention{}.format) summary["objective"] = report["objective"];
     summary["status"] = report["status"];
     summary["time_to_solution"] = with_unit(report["tts"]);
     summary["run_time"] = with_unit(report["runtime"]);

@@ -4,9 +4,9 @@
 
 #include "commands.hpp"
 #include "exit_status.hpp"
+#include "formats/input_file.hpp"
 #include "interrupt.hpp"
 #include "machine.hpp"
-#include "model_file.hpp"
 #include "progress.hpp"
 #include "result.hpp"
 #include "run_settings.hpp"
@@ -27,7 +27,7 @@ void note(const SolveOptions& options, const std::string& text) {
 }
 
 /** Before the entries are read, which may take the memory already. */
-void expect_memory(const SolveOptions& options, const ModelFile& file, const Band& band) {
+void expect_memory(const SolveOptions& options, const InputFile& file, const Band& band) {
     const long needed = memory_of_run(file.size(), file.width(), band).total();
     const std::string need = options.file + ": a run needs " + bytes_text(needed);
     if (needed > machine_memory())
@@ -55,7 +55,7 @@ int solve(const SolveOptions& options) {
     const std::vector<int> sizes = band_sizes(solver);
     if (!options.output.empty()) expect_writable(options.output);
 
-    ModelFile file(options.file);
+    InputFile file(options.file, options.read);
     // A model that no band holds goes on to the library, which refuses it with what there is.
     const std::optional<Band> smallest = band_for(sizes, file.size(), file.width(), 32);
     if (smallest) expect_memory(options, file, *smallest);
@@ -76,6 +76,9 @@ int solve(const SolveOptions& options) {
                           std::to_string(problem.entries) + " entries, band " + band->name() +
                           (rows ? ", " + rows->form + " rows" : ""));
     }
+
+    if (!problem.convention.is_own())
+        note(options, options.file + ": " + problem.convention.text());
 
     const bool quiet = options.quiet || !settings.own_display;
     Progress progress(Progress::style_for_stderr(quiet), std::cerr);

@@ -1,7 +1,6 @@
 #include "command.hpp"
 
 #include <cmath>
-#include <iostream>
 #include <limits>
 
 #include "exit_status.hpp"
@@ -95,14 +94,9 @@ Command::Command(CLI::App& app)
 int Command::run() {
     if (!make_) throw cli::InputError("a kind of model must be named; --help shows them");
     const Rows model = make_();
-    try {
-        cli::OutputFile file(output_);
-        write_model(model, file);
-        file.finish();
-    } catch (const cli::WriteError& error) {
-        std::cerr << "Error: " << error.what() << std::endl;
-        return cli::EXIT_NOT_WRITTEN;
-    }
+    cli::OutputFile file(output_);
+    write_model(model, file);
+    file.finish();
     return cli::EXIT_NORMAL;
 }
 

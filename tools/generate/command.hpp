@@ -20,7 +20,7 @@ class Command {
     /** Whether the command line asks for it. */
     bool chosen() const { return command_->parsed(); }
 
-    /** @return the exit status @throws cli::InputError */
+    /** @return the exit status @throws cli::InputError, cli::WriteError */
     int run();
 
   private:
