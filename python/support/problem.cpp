@@ -4,7 +4,10 @@
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
+#include "formats/input_file.hpp"
 #include "machine.hpp"
 #include "support.hpp"
 
@@ -207,14 +210,26 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_terms(std::uint32_t n, std::uint64_t
     });
 }
 
-/** A model file, read and validated as the command-line caller does. */
-ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path) {
+/**
+ * A file in any format, read and validated as the command-line caller does.
+ *
+ * @param format its name; empty to go by the contents
+ * @param instance, penalty null where they are not given
+ * @param sense "min", "max", or empty where it is not given
+ */
+ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path, const char* format,
+                                                 const std::int64_t* instance,
+                                                 const std::int64_t* penalty, const char* sense) {
     return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
-        orvex::cli::ModelFile file(path);
+        orvex::cli::ReadOptions options{.format = format};
+        if (instance != nullptr) options.instance = *instance;
+        if (penalty != nullptr) options.penalty = *penalty;
+        if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
+        orvex::cli::InputFile file(path, options);
         const long matrix = long{file.size()} * file.size() * (file.width() / 8);
         if (matrix > std::min(orvex::cli::machine_memory(), orvex::cli::free_memory()))
             throw std::bad_alloc();
-        const orvex::cli::Problem read = file.read();
+        orvex::cli::Problem read = file.read();
         auto problem = of_size(read.size);
         for (int i = 0; i < read.size; ++i)
             problem->linear[static_cast<std::size_t>(i)] = read.model->get(i, i);
@@ -225,8 +240,29 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path) {
                         take(static_cast<std::size_t>(i), static_cast<std::size_t>(j), value);
         });
         problem->settle();
+        problem->facts.convention = std::move(read.convention);
+        problem->facts.warnings = std::move(read.warnings);
         return problem.release();
     });
+}
+
+/** What the numbers of a problem's file mean, and what is odd about it: lines "name=value". */
+ORVEX_PYTHON_API const char* orvex_python_source(const PROBLEM* problem) {
+    thread_local std::string text;
+    const orvex::cli::Convention& known = problem->facts.convention;
+    text = "format=" + known.format + "\nindex_base=" + std::to_string(known.index_base) +
+           "\nfactor=" + std::to_string(known.factor) + "\nsense=" + known.sense() +
+           "\noffset=" + orvex::cli::to_string(known.offset) + "\nequation=" + known.equation() +
+           "\nnote=" + known.note;
+    for (const std::string& warning : problem->facts.warnings)
+        text += "\nwarning=" + warning;
+    return text.c_str();
+}
+
+/** The names of the formats that are read, with commas between them. */
+ORVEX_PYTHON_API const char* orvex_python_formats() {
+    static const std::string names = orvex::cli::format_names(false);
+    return names.c_str();
 }
 
 ORVEX_PYTHON_API void orvex_python_free(PROBLEM* problem) {

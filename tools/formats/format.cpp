@@ -26,9 +26,11 @@ const Format& format_named(const std::string& name) {
 
 std::string format_names(bool to_write) {
     std::string names;
-    for (const Format* format : ALL)
-        if (format->write != nullptr || !to_write)
-            names += (names.empty() ? "" : ", ") + std::string(format->name);
+    for (const Format* format : ALL) {
+        if (format->write == nullptr && to_write) continue;
+        if (!names.empty()) names += ", ";
+        names += format->name;
+    }
     return names;
 }
 

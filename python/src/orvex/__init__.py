@@ -14,8 +14,9 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING, Any
 
+from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
-from ._problem import LargeProblemWarning, Problem
+from ._problem import LargeProblemWarning, Problem, read
 from ._result import Result
 from ._settings import Settings
 from ._solve import Event, solve
@@ -25,13 +26,16 @@ if TYPE_CHECKING:
 
 __all__ = [
     "Event",
+    "FileWarning",
     "LargeProblemWarning",
     "OrvexError",
     "OrvexSampler",
     "Problem",
     "Result",
     "Settings",
+    "Source",
     "engine_version",
+    "read",
     "solve",
 ]
 __version__ = "0.1.0"

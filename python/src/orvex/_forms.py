@@ -12,6 +12,7 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
+from ._files import NPZ, File, Source, load_npz, open_file
 from ._library import max_size, support
 from ._memory import expect_memory
 from ._numbers import NameOf, Scale, exact, integers
@@ -25,11 +26,14 @@ class Form:
     scale: int = 1
     offset: Fraction = Fraction(0)
     variables: Sequence[Hashable] | None = None  # None: the numbers from 0 on
+    source: Source | None = None  # what the numbers of a file mean
 
 
 def read(problem: Any, scale: Scale | None) -> Form:
     """A problem from whatever states it."""
     if isinstance(problem, (str, os.PathLike)):
+        problem = File(problem)
+    if isinstance(problem, File):
         return _from_file(problem, scale)
     if all(hasattr(problem, name) for name in ("vartype", "iter_quadratic", "get_linear")):
         return _from_bqm(problem, scale)
@@ -40,15 +44,15 @@ def read(problem: Any, scale: Scale | None) -> Form:
     return _from_matrix(problem, scale)
 
 
-def _from_file(path: str | os.PathLike[str], scale: Scale | None) -> Form:
+def _from_file(file: File, scale: Scale | None) -> Form:
+    if file.is_npz():
+        form = _from_sparse(load_npz(file), scale)
+        form.source = NPZ
+        return form
     if scale not in (None, 1, "auto"):
-        raise ValueError("scale= has no use for a model file, whose coefficients are integers")
-    name = os.fsencode(path)
-    if b"\0" in name:
-        raise ValueError("the path of a model file cannot hold a null character")
-    if not os.path.exists(name):
-        raise FileNotFoundError(f"there is no model file {os.fsdecode(name)}")
-    return Form(support.orvex_python_from_file(name))
+        raise ValueError("scale= has no use for a file of text, whose coefficients are integers")
+    pointer, source = open_file(file)
+    return Form(pointer, source=source)
 
 
 def _from_bqm(bqm: Any, scale: Scale | None) -> Form:

@@ -65,7 +65,12 @@ support = _load("liborvex_python.so")
 _declare(support, c_char_p, "orvex_python_error")
 _declare(support, c_void_p, "orvex_python_from_matrix", c_uint32, c_void_p)
 _declare(support, c_void_p, "orvex_python_from_terms", c_uint32, c_uint64, c_void_p, c_void_p)
-_declare(support, c_void_p, "orvex_python_from_file", c_char_p)
+_declare(
+    support, c_void_p, "orvex_python_from_file",
+    c_char_p, c_char_p, POINTER(c_int64), POINTER(c_int64), c_char_p,
+)  # fmt: skip
+_declare(support, c_char_p, "orvex_python_source", c_void_p)
+_declare(support, c_char_p, "orvex_python_formats")
 _declare(support, None, "orvex_python_free", c_void_p)
 _declare(support, c_int64, "orvex_python_energy", c_void_p, c_void_p)
 _declare(support, c_int64, "orvex_python_energy_change", c_void_p, c_void_p, c_void_p)

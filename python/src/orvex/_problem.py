@@ -8,16 +8,18 @@ exception, before the library, which would end the process, sees any of it.
 from __future__ import annotations
 
 import ctypes
+import os
 import warnings
 import weakref
 from collections.abc import Hashable, Sequence
 from fractions import Fraction
-from typing import Any
+from typing import Any, Literal
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _forms
+from ._files import File, Source
 from ._library import Facts, last_error, support
 from ._memory import expect_memory, gib
 from ._numbers import Scale, check_scale
@@ -53,7 +55,8 @@ class Problem:
           and (j, i) are summed. Variables may be any labels; when all are numbers, they are the
           positions from 0 to the greatest.
         - a dimod.BinaryQuadraticModel, of spins or bits. Its samples come back by `variables`.
-        - the path of a model file, plain or compressed, as the command-line caller reads it.
+        - the path of a file in any of the formats that the command-line caller reads; :func:`read` is
+          for those that need more than a path.
     scale
         Coefficients must be integers, of any type: floats that are whole numbers are taken. Others are
         refused unless all of them become whole when multiplied by this positive integer; "auto" looks
@@ -76,6 +79,8 @@ class Problem:
     """What coefficients were multiplied by."""
     offset: Fraction
     """What is added to each energy, in the caller's units."""
+    source: Source | None
+    """What the numbers of the problem's file mean; None where it is from no file."""
 
     def __init__(self, problem: Any, *, scale: Scale | None = None) -> None:
         form = _forms.read(problem, check_scale(scale))
@@ -86,6 +91,7 @@ class Problem:
         weakref.finalize(self, support.orvex_python_free, form.pointer)
         self.scale = form.scale
         self.offset = form.offset
+        self.source = form.source
         self.size = self._facts().size
         self.variables = range(self.size) if form.variables is None else form.variables
         self._expect_to_fit()
@@ -131,6 +137,10 @@ class Problem:
         """
         return self._in_callers_units(self._energy(self._words(x)))
 
+    def objective(self, energy: int | float) -> int | float:
+        """What an energy is in the terms of the problem's file: a cut, a value, a cost with its offset."""
+        return energy if self.source is None else self.source.objective(energy)
+
     def _energy(self, words: Words) -> int:
         return int(support.orvex_python_energy(self._pointer, words.ctypes.data))
 
@@ -168,6 +178,43 @@ class Problem:
             f"<orvex.Problem: {facts.size} variables, {facts.nonzero} coefficients from "
             f"{facts.smallest} to {facts.largest}>"
         )
+
+
+def read(
+    path: str | os.PathLike[str],
+    format: str | None = None,
+    *,
+    instance: int | None = None,
+    penalty: int | None = None,
+    sense: Literal["min", "max"] | None = None,
+) -> Problem:
+    """Reads a problem from a file, plain or compressed with gzip.
+
+    What the file's own numbers mean is in `source` of the problem, and results have their `objective` in
+    the file's own terms.
+
+    Parameters
+    ----------
+    path
+        The file.
+    format
+        "orvex", "qbsolv", "maxcut" (rudy, G-set, .mc), "biqmac", "orlib", "coo", "matrixmarket", "qs",
+        "qaplib", "tsplib" or "npz"; docs/formats.md defines them. By default the contents decide; a
+        graph and a matrix without diagonal, which look the same, must be told.
+    instance
+        Which of the instances of a file with several ("orlib"), from 1.
+    penalty
+        Of a broken constraint ("qaplib", "tsplib"). By default one that is proven to suffice.
+    sense
+        Whether the values of the file are to be minimised or maximised, where the format leaves it open.
+        "min" by default.
+
+    Raises
+    ------
+    ValueError
+        The file is not what it should be; the text names line and reason.
+    """
+    return Problem(File(path, format, instance, penalty, sense))
 
 
 def as_problem(problem: Any, scale: Scale | None) -> Problem:

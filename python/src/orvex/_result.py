@@ -9,6 +9,8 @@ from typing import TYPE_CHECKING, Any, Literal, Union
 import numpy as np
 import numpy.typing as npt
 
+from ._files import Source
+
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
 
@@ -37,6 +39,11 @@ class Result:
     timings: dict[str, float]
     """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library,
     "search", and "total", which is all of the call."""
+    objective: Energy
+    """The energy in the terms of the problem's file: a cut, a value, a cost with its offset. The energy
+    itself where there is no file."""
+    source: Source | None
+    """What the numbers of the problem's file mean, such as "cut = -energy"; None where there is none."""
     variables: Sequence[Hashable] = field(repr=False)
     """The label of each bit."""
     solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
@@ -58,6 +65,7 @@ class Result:
         more = f"... ({len(self.x)} bits)" if len(self.x) > 64 else ""
         lines = {
             "energy": self.energy,
+            **({} if self.source is None else {"objective": self.objective}),
             "status": self.status,
             "found after": f"{self.history[-1][0]:.3f} s",
             "search": f"{self.timings['search']:.3f} s",

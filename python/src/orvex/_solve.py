@@ -305,6 +305,8 @@ class _Search:
                 "search": searched,
                 "total": time.perf_counter() - begin,
             },
+            objective=problem.objective(problem._in_callers_units(energy)),
+            source=problem.source,
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],
         )
