@@ -21,45 +21,84 @@
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
 
-/** The generators of a vector of threads. */
-using GENERATOR_LANES = hn::ScalableTag<std::uint64_t>;
+/** States of generators, fewer to a vector than deltas where these have 32 bits. */
+using STATES = hn::ScalableTag<std::uint64_t>;
 
 /** Moves the generators from `states` on where `draws`; returns what all of them would draw. */
-template <class MASK>
-hn::Vec<GENERATOR_LANES> moveOn(std::uint64_t* states, MASK draws) {
-    const GENERATOR_LANES lanes;
+inline hn::Vec<STATES> moveOn(std::uint64_t* states, hn::Mask<STATES> draws) {
+    const STATES lanes;
     const auto state = hn::Load(lanes, states);
     const auto moved = xorShiftLanes(state);
-    hn::Store(hn::IfThenElse(hn::RebindMask(lanes, draws), moved, state), lanes, states);
+    hn::Store(hn::IfThenElse(draws, moved, state), lanes, states);
     return moved;
+}
+
+#if HWY_TARGET != HWY_SCALAR
+/** The lower (HALF 0) or upper half of a mask of 32-bit lanes as a mask of states. */
+template <int HALF, class TAG>
+hn::Mask<STATES> halfMask(TAG lanes, hn::Mask<TAG> mask) {
+#if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
+    static_cast<void>(lanes);
+    return {static_cast<decltype(hn::Mask<STATES>::raw)>(mask.raw >> (8 * HALF))};
+#else
+    const hn::Half<TAG> half;
+    const hn::RebindToSigned<STATES> wide;
+    const auto flags = hn::VecFromMask(lanes, mask);
+    const auto part = HALF == 0 ? hn::LowerHalf(half, flags) : hn::UpperHalf(half, flags);
+    return hn::RebindMask(STATES(), hn::MaskFromVec(hn::PromoteTo(wide, part)));
+#endif
+}
+#endif
+
+/**
+ * Moves the generators of the threads beside a vector of deltas on where `draws`; returns the low
+ * words of what all of them would draw, as lanes of D's width.
+ */
+template <class D>
+hn::Vec<hn::ScalableTag<std::make_unsigned_t<D>>> drawWords(std::uint64_t* states,
+                                                            hn::Mask<hn::ScalableTag<D>> draws) {
+    const hn::ScalableTag<std::make_unsigned_t<D>> words;
+    if constexpr (sizeof(D) == 8) {
+        const auto drawn = moveOn(states, hn::RebindMask(STATES(), draws));
+        return hn::And(drawn, hn::Set(words, 0xFFFFFFFFu));
+    } else {
+#if HWY_TARGET == HWY_SCALAR
+        const auto wide = hn::Mask<STATES>::FromBool(draws.bits != 0);
+        return hn::TruncateTo(words, moveOn(states, wide));
+#else
+        const auto low = moveOn(states, halfMask<0>(hn::ScalableTag<D>(), draws));
+        const auto high =
+            moveOn(states + hn::Lanes(STATES()), halfMask<1>(hn::ScalableTag<D>(), draws));
+        return hn::ConcatEven(words, hn::BitCast(words, high), hn::BitCast(words, low));
+#endif
+    }
 }
 
 template <class D>
 std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    const hn::ScalableTag<std::int64_t> lanes;
-    const GENERATOR_LANES states;
-    const int step = static_cast<int>(hn::Lanes(lanes));
-    const int vector = static_cast<int>(hn::Lanes(hn::ScalableTag<D>()));
-    const auto limit = hn::Set(lanes, static_cast<std::int64_t>(threshold));
-    const auto rank = hn::Set(states, std::uint64_t{BID_RANK});
+    const hn::ScalableTag<D> lanes;
+    const hn::ScalableTag<std::make_unsigned_t<D>> words;
+    const int threads = block.shape.threads;
+    const auto limit = hn::Set(lanes, threshold);
+    const auto rank = hn::Set(words, BID_RANK);
     const auto ascending = hn::Iota(lanes, 0);
     const auto none = hn::Set(lanes, -1);
+    const D* HWY_RESTRICT delta = block.delta;
+    const std::uint8_t* HWY_RESTRICT tabu = block.tabu;
     const int count = vectorsBelow(block, threshold);
     auto highest = none;
     int chunk = 0;
     for (int i = 0; i < count; ++i) {
         const int place = block.vectors[i];
-        while (place >= chunk + block.shape.threads)
-            chunk += block.shape.threads;
-        for (int p = place; p < place + vector; p += step) {
-            const int thread = p - chunk;
-            const auto above = hn::Gt(widenDeltas(lanes, block.delta + p), limit);
-            const auto draws = hn::AndNot(above, freeLanes(lanes, block.tabu + p));
-            const auto drawn = moveOn(block.generators + thread, draws);
-            const auto bids = hn::Or(hn::BitCast(lanes, hn::And(drawn, rank)),
-                                     hn::Add(ascending, hn::Set(lanes, thread)));
-            highest = hn::Max(highest, hn::IfThenElse(draws, bids, none));
-        }
+        while (place >= chunk + threads)
+            chunk += threads;
+        const int thread = place - chunk;
+        const auto above = hn::Gt(hn::Load(lanes, delta + place), limit);
+        const auto draws = hn::AndNot(above, freeLanes(lanes, tabu + place));
+        const auto ranks = hn::And(drawWords<D>(block.generators + thread, draws), rank);
+        const auto owners = hn::Add(ascending, hn::Set(lanes, static_cast<D>(thread)));
+        const auto bids = hn::Or(hn::BitCast(lanes, ranks), owners);
+        highest = hn::Max(highest, hn::IfThenElse(draws, bids, none));
     }
     return static_cast<std::int32_t>(hn::GetLane(hn::MaxOfLanes(lanes, highest)));
 }
@@ -148,22 +187,28 @@ int weighThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
     return listed;
 }
 
-/** The threads that have weights, among as many from `first` on as there are floats, draw. */
+/** The threads that have weights, among those of the vector from `first` on, draw. */
 template <class D>
 void drawUnits(const BLOCK_ARRAYS<D>& block, int first) {
-    const GENERATOR_LANES states;
-    const hn::Rebind<float, GENERATOR_LANES> part;
-    const hn::Rebind<double, GENERATOR_LANES> wide_part;
-    const hn::RebindToUnsigned<decltype(part)> unsigned_words;
-    const hn::RebindToSigned<decltype(part)> words;
-    const int end = first + static_cast<int>(hn::Lanes(hn::ScalableTag<D>()));
-    for (int t = first; t < end; t += static_cast<int>(hn::Lanes(states))) {
-        const auto weights = hn::PromoteTo(wide_part, hn::LoadU(part, block.weights + t));
-        const auto drawn = moveOn(block.generators + t, hn::Gt(weights, hn::Zero(wide_part)));
-        const auto low = hn::TruncateTo(unsigned_words, hn::And(drawn, hn::Set(states, 0xFFFF)));
-        const auto draws = hn::ConvertTo(part, hn::BitCast(words, low));
-        hn::StoreU(hn::Mul(draws, hn::Set(part, 1.0f / 65536.0f)), part, block.draws + t);
-    }
+    const hn::ScalableTag<D> lanes;
+    const hn::Rebind<float, decltype(lanes)> floats;
+    const hn::RebindToUnsigned<decltype(floats)> narrow;
+    const hn::RebindToSigned<decltype(floats)> integers;
+    const auto weights = hn::Load(floats, block.weights + first);
+    const auto drawn = [&] {
+        std::uint64_t* const states = block.generators + first;
+        if constexpr (sizeof(D) == sizeof(float)) {
+            const auto draws = hn::Gt(weights, hn::Zero(floats));
+            return drawWords<D>(states, hn::RebindMask(lanes, draws));
+        } else {
+            const hn::Rebind<double, decltype(lanes)> doubles;
+            const auto draws = hn::Gt(hn::PromoteTo(doubles, weights), hn::Zero(doubles));
+            return hn::TruncateTo(narrow, drawWords<D>(states, hn::RebindMask(lanes, draws)));
+        }
+    }();
+    const auto low = hn::And(drawn, hn::Set(narrow, 0xFFFF));
+    const auto units = hn::ConvertTo(floats, hn::BitCast(integers, low));
+    hn::Store(hn::Mul(units, hn::Set(floats, 1.0f / 65536.0f)), floats, block.draws + first);
 }
 
 template <class D>
@@ -204,38 +249,35 @@ std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_
 
 template <class D>
 int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
-    const hn::ScalableTag<std::int64_t> lanes;
-    const hn::RebindToUnsigned<decltype(lanes)> states;
+    const hn::ScalableTag<D> lanes;
+    const hn::ScalableTag<std::make_unsigned_t<D>> words;
     const int step = static_cast<int>(hn::Lanes(lanes));
     const int threads = block.shape.threads;
-    const auto limit = hn::Set(lanes, static_cast<std::int64_t>(threshold));
-    const auto low_words = hn::Set(states, 0xFFFFFFFFu);
-    const auto none = hn::Set(lanes, static_cast<std::int64_t>(MAX<D>));
+    const int own = block.shape.own;
+    const D* HWY_RESTRICT delta = block.delta;
+    const std::uint8_t* HWY_RESTRICT tabu = block.tabu;
+    const auto limit = hn::Set(words, threshold);
+    const auto none = hn::Set(lanes, MAX<D>);
     const auto ascending = hn::Iota(lanes, 0);
     auto lowest_yet = none;
     auto winners = hn::Zero(lanes);  // thread * own + own bit, per lane
     for (int t = 0; t < threads; t += step) {
-        std::uint64_t* generators = block.generators + t;
-        auto state = hn::Load(states, generators);
         auto running = none;
         auto kept = hn::Zero(lanes);
-        for (int c = 0; c < block.shape.own; ++c) {
+        for (int c = 0; c < own; ++c) {
             const int p = c * threads + t;
-            const auto delta = widenDeltas(lanes, block.delta + p);
+            const auto values = hn::Load(lanes, delta + p);
             // A bit that could not win spends no draw.
-            const auto draws = hn::And(hn::Lt(delta, running), freeLanes(lanes, block.tabu + p));
-            const auto moved = xorShiftLanes(state);
-            state = hn::IfThenElse(hn::RebindMask(states, draws), moved, state);
-            const auto draw = hn::BitCast(lanes, hn::And(moved, low_words));
-            const auto stays = hn::AndNot(hn::Gt(draw, limit), draws);
-            running = hn::IfThenElse(stays, delta, running);
-            kept = hn::IfThenElse(stays, hn::Set(lanes, c), kept);
+            const auto draws = hn::And(hn::Lt(values, running), freeLanes(lanes, tabu + p));
+            const auto drawn = drawWords<D>(block.generators + t, draws);
+            const auto stays = hn::AndNot(hn::RebindMask(lanes, hn::Gt(drawn, limit)), draws);
+            running = hn::IfThenElse(stays, values, running);
+            kept = hn::IfThenElse(stays, hn::Set(lanes, static_cast<D>(c)), kept);
         }
-        hn::Store(state, states, generators);
         // Threads come in ascending order, so that of equal values the later one takes over. If no
         // bit stayed in anywhere, that is the first bit of the last thread.
-        const auto thread = hn::Add(ascending, hn::Set(lanes, t));
-        const auto bits = hn::Add(hn::Mul(thread, hn::Set(lanes, block.shape.own)), kept);
+        const auto thread = hn::Add(ascending, hn::Set(lanes, static_cast<D>(t)));
+        const auto bits = hn::Add(hn::Mul(thread, hn::Set(lanes, static_cast<D>(own))), kept);
         const auto keeps = hn::Gt(running, lowest_yet);
         winners = hn::IfThenElse(keeps, winners, bits);
         lowest_yet = hn::Min(running, lowest_yet);

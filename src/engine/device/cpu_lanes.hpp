@@ -158,17 +158,6 @@ int findLast(const SHAPE& shape, int first, int last, MATCHES matches) {
     return best_thread < first ? -1 : best_thread * shape.own + best_own;
 }
 
-/** D as lanes of 64 bits, beside the generators' states. */
-template <class TAG, class D>
-hn::Vec<TAG> widenDeltas(TAG lanes, const D* deltas) {
-    if constexpr (sizeof(D) == 8) {
-        return hn::LoadU(lanes, deltas);
-    } else {
-        const hn::Rebind<D, TAG> narrow;
-        return hn::PromoteTo(lanes, hn::LoadU(narrow, deltas));
-    }
-}
-
 /** One step of the generator in every lane. */
 template <class V>
 V xorShiftLanes(V x) {
