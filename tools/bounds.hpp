@@ -36,6 +36,11 @@ class RowSums {
     /** A weight at (i, j), which was `before`, is `after` now. */
     void change(int i, int j, long before, long after);
 
+    /** A variable's linear term, and all of its couplings at once. */
+    void set(int i, Wide linear, Wide positive, Wide negative) {
+        rows_[static_cast<std::size_t>(i)] = {linear, positive, negative};
+    }
+
     Bound bound() const;
 
   private:

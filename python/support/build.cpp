@@ -79,8 +79,9 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
     const int bits = arithmetic_bits > 0 ? arithmetic_bits : static_cast<int>(facts->proven_bits);
     const auto band = band_for(known.size, known.width, bits);
     facts->loading_band = loading ? loading->size : 0;
-    const auto terms = static_cast<std::int64_t>(problem->other.size());
-    facts->memory_terms = terms * 12 + (terms / 2 + known.size) * 16;
+    const auto rows = std::visit([](const auto& all) { return all.bytes(); }, problem->rows);
+    facts->memory_terms =
+        static_cast<std::int64_t>(rows) + (known.couplings.count + known.size) * 16;
     if (!band || !loading) return;
     facts->band_size = band->size;
     facts->band_matrix_bits = band->matrix_bits;

@@ -1,4 +1,4 @@
-// Problems from arrays and files, and their energies. Sums are formed in 128 bits while the terms
+// Problems from terms and files, and their energies. Sums are formed in 128 bits while the terms
 // are gathered; once a problem stands, its bounds are proven to fit into 64.
 #include <algorithm>
 #include <limits>
@@ -13,8 +13,6 @@
 
 namespace orvex::python {
 namespace {
-
-using Wide = cli::Wide;
 
 bool is_set(const std::uint64_t* words, std::size_t i) {
     return words[i / 64] >> (i % 64) & 1;
@@ -32,29 +30,7 @@ std::unique_ptr<PROBLEM> of_size(int size) {
     auto problem = std::make_unique<PROBLEM>();
     problem->size = size;
     problem->linear.resize(static_cast<std::size_t>(size));
-    problem->begin.resize(static_cast<std::size_t>(size) + 1);
     return problem;
-}
-
-/** Gathers the couplings: `each` calls what it is given with all (i, j, value), i < j, twice. */
-template <class EACH>
-void gather(PROBLEM& problem, const EACH& each) {
-    std::vector<std::int64_t>& begin = problem.begin;
-    each([&](std::size_t i, std::size_t j, std::int64_t) { ++begin[i + 1], ++begin[j + 1]; });
-    for (std::size_t i = 1; i < begin.size(); ++i)
-        begin[i] += begin[i - 1];
-    problem.other.resize(static_cast<std::size_t>(begin.back()));
-    problem.coupling.resize(problem.other.size());
-    std::vector<std::int64_t> next(begin.begin(), begin.end() - 1);
-    const auto put = [&](std::size_t at, std::size_t other, std::int64_t value) {
-        const auto slot = static_cast<std::size_t>(next[at]++);
-        problem.other[slot] = static_cast<std::int32_t>(other);
-        problem.coupling[slot] = value;
-    };
-    each([&](std::size_t i, std::size_t j, std::int64_t value) {
-        put(i, j, value);
-        put(j, i, value);
-    });
 }
 
 struct TERM {
@@ -80,55 +56,66 @@ std::vector<TERM> summed(std::vector<TERM> terms) {
 }  // namespace
 
 std::int64_t PROBLEM::energy(const std::uint64_t* words) const {
+    FACTORS ones(linear.size());
+    for (std::size_t i = 0; i < ones.size(); ++i)
+        ones[i] = is_set(words, i);
     Wide twice = 0;
-    for (std::size_t i = 0; i < linear.size(); ++i) {
-        if (!is_set(words, i)) continue;
-        Wide row = 0;
-        for (auto k = static_cast<std::size_t>(begin[i]);
-             k < static_cast<std::size_t>(begin[i + 1]); ++k)
-            if (is_set(words, static_cast<std::size_t>(other[k]))) row += coupling[k];
-        twice += 2 * Wide{linear[i]} + row;
-    }
+    std::visit(
+        [&](const auto& all) {
+            for (std::size_t i = 0; i < ones.size(); ++i)
+                if (ones[i] != 0) twice += 2 * Wide{linear[i]} + all.sum(i, ones);
+        },
+        rows);
     return static_cast<std::int64_t>(twice / 2);
 }
 
 /** With d = to - from: the sum over i of d_i (2 linear_i + couplings times (from + to)), halved. */
 std::int64_t PROBLEM::energy_change(const std::uint64_t* from, const std::uint64_t* to) const {
+    FACTORS both(linear.size());
+    for (std::size_t i = 0; i < both.size(); ++i)
+        both[i] = static_cast<std::int8_t>(is_set(from, i) + is_set(to, i));
     Wide twice = 0;
-    for (std::size_t i = 0; i < linear.size(); ++i) {
-        if (is_set(from, i) == is_set(to, i)) continue;
-        Wide row = 0;
-        for (auto k = static_cast<std::size_t>(begin[i]);
-             k < static_cast<std::size_t>(begin[i + 1]); ++k) {
-            const auto j = static_cast<std::size_t>(other[k]);
-            row += Wide{coupling[k]} * (is_set(from, j) + is_set(to, j));
-        }
-        twice += (is_set(to, i) ? 1 : -1) * (2 * Wide{linear[i]} + row);
-    }
+    std::visit(
+        [&](const auto& all) {
+            for (std::size_t i = 0; i < both.size(); ++i)
+                if (both[i] == 1)
+                    twice += (is_set(to, i) ? 1 : -1) * (2 * Wide{linear[i]} + all.sum(i, both));
+        },
+        rows);
     return static_cast<std::int64_t>(twice / 2);
 }
 
 void PROBLEM::settle() {
     cli::RowSums sums(size);
     facts.size = size;
-    const auto take = [&](std::size_t i, std::size_t j, std::int64_t value) {
-        if (value == 0) return;
-        ++facts.nonzero;
-        facts.smallest_weight = std::min<long>(facts.smallest_weight, value);
-        facts.largest_weight = std::max<long>(facts.largest_weight, value);
-        sums.change(static_cast<int>(i), static_cast<int>(j), 0, value);
-        if (i != j) facts.couplings.change(0, value);
+    const auto take_range = [&](std::int64_t smallest, std::int64_t largest) {
+        facts.smallest = std::min<long>(facts.smallest, smallest);
+        facts.largest = std::max<long>(facts.largest, largest);
     };
-    for (std::size_t i = 0; i < linear.size(); ++i) {
-        take(i, i, linear[i]);
-        for (auto k = static_cast<std::size_t>(begin[i]);
-             k < static_cast<std::size_t>(begin[i + 1]); ++k)
-            if (static_cast<std::size_t>(other[k]) > i)
-                take(i, static_cast<std::size_t>(other[k]), coupling[k]);
-    }
+    cli::Couplings& couplings = facts.couplings;
+    std::visit(
+        [&](const auto& all) {
+            for (std::size_t i = 0; i < linear.size(); ++i) {
+                const ROW_FACTS row = all.facts(i);
+                sums.set(static_cast<int>(i), linear[i], row.positive, row.negative);
+                couplings.count += row.count;
+                couplings.positive += row.positive;
+                couplings.negative += row.negative;
+                take_range(row.smallest, row.largest);
+                couplings.largest =
+                    std::max({couplings.largest, Wide{row.largest}, -Wide{row.smallest}});
+                facts.nonzero += linear[i] != 0;
+                take_range(linear[i], linear[i]);
+            }
+        },
+        rows);
+    couplings.count /= 2;  // each stands in two rows
+    couplings.positive /= 2;
+    couplings.negative /= 2;
+    facts.nonzero += couplings.count;
     facts.entries = facts.nonzero;
-    facts.smallest = facts.smallest_weight;
-    facts.largest = facts.largest_weight;
+    facts.smallest_weight = facts.smallest;
+    facts.largest_weight = facts.largest;
     facts.bound = sums.bound();
     // The lowest weight of 32 bits has no negative there.
     const int width = find_wbit(facts.smallest, facts.largest);
@@ -144,45 +131,6 @@ void PROBLEM::settle() {
 
 using namespace orvex::python;
 
-/** The upper triangle of a matrix, row after row, whose lower one repeats it or is zero throughout.
- */
-ORVEX_PYTHON_API PROBLEM* orvex_python_from_matrix(std::uint32_t n, const std::int64_t* matrix) {
-    return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
-        auto problem = of_size(static_cast<int>(n));
-        const std::size_t size = n;
-        constexpr std::size_t TILE = 64;  // both triangles are read tile by tile, for the cache
-        bool symmetric = true, upper = true;
-        std::string first;
-        for (std::size_t top = 0; top < size; top += TILE)
-            for (std::size_t left = 0; left <= top; left += TILE)
-                for (std::size_t i = top; i < std::min(top + TILE, size); ++i)
-                    for (std::size_t j = left; j < std::min(left + TILE, i); ++j) {
-                        const std::int64_t below = matrix[i * size + j];
-                        upper = upper && below == 0;
-                        if (below == matrix[j * size + i]) continue;
-                        if (symmetric)
-                            first = "[" + std::to_string(i) + ", " + std::to_string(j) + "] is " +
-                                    std::to_string(below) + " and [" + std::to_string(j) + ", " +
-                                    std::to_string(i) + "] is " +
-                                    std::to_string(matrix[j * size + i]);
-                        symmetric = false;
-                    }
-        if (!symmetric && !upper)
-            throw std::invalid_argument("the matrix is neither symmetric nor upper triangular: " +
-                                        first);
-        for (std::size_t i = 0; i < size; ++i)
-            problem->linear[i] = matrix[i * size + i];
-        gather(*problem, [&](const auto& take) {
-            for (std::size_t i = 0; i < size; ++i)
-                for (std::size_t j = i + 1; j < size; ++j)
-                    if (const std::int64_t value = matrix[i * size + j]; value != 0)
-                        take(i, j, value);
-        });
-        problem->settle();
-        return problem.release();
-    });
-}
-
 /** The sum of terms; variables i and j of each stand side by side and are below n. */
 ORVEX_PYTHON_API PROBLEM* orvex_python_from_terms(std::uint32_t n, std::uint64_t count,
                                                   const std::uint32_t* pairs,
@@ -196,14 +144,22 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_terms(std::uint32_t n, std::uint64_t
             terms[k] = {i << 32 | j, values[k]};
         }
         const std::vector<TERM> sums = summed(std::move(terms));
-        gather(*problem, [&](const auto& take) {
-            for (const TERM& term : sums) {
-                const std::size_t i = term.pair >> 32, j = term.pair & 0xFFFFFFFF;
-                if (i == j)
-                    problem->linear[i] = term.value;
-                else
-                    take(i, j, term.value);
+        std::int64_t smallest = 0, largest = 0;
+        std::size_t couplings = 0;
+        for (const TERM& term : sums) {
+            const std::size_t i = term.pair >> 32, j = term.pair & 0xFFFFFFFF;
+            if (i == j) {
+                problem->linear[i] = term.value;
+                continue;
             }
+            ++couplings;
+            smallest = std::min(smallest, term.value);
+            largest = std::max(largest, term.value);
+        }
+        problem->rows = rows_of(n, couplings, smallest, largest, [&](const auto& take) {
+            for (const TERM& term : sums)
+                if (const std::size_t i = term.pair >> 32, j = term.pair & 0xFFFFFFFF; i != j)
+                    take(i, j, term.value);
         });
         problem->settle();
         return problem.release();
@@ -233,12 +189,15 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path, const char* f
         auto problem = of_size(read.size);
         for (int i = 0; i < read.size; ++i)
             problem->linear[static_cast<std::size_t>(i)] = read.model->get(i, i);
-        gather(*problem, [&](const auto& take) {
-            for (int i = 0; i < read.size; ++i)
-                for (int j = i + 1; j < read.size; ++j)
-                    if (const long value = read.model->get(i, j); value != 0)
-                        take(static_cast<std::size_t>(i), static_cast<std::size_t>(j), value);
-        });
+        const auto couplings = static_cast<std::size_t>(read.couplings.count);
+        problem->rows = rows_of(
+            problem->linear.size(), couplings, read.smallest_weight, read.largest_weight,
+            [&](const auto& take) {
+                for (int i = 0; i < read.size; ++i)
+                    for (int j = i + 1; j < read.size; ++j)
+                        if (const long value = read.model->get(i, j); value != 0)
+                            take(static_cast<std::size_t>(i), static_cast<std::size_t>(j), value);
+            });
         problem->settle();
         problem->facts.convention = std::move(read.convention);
         problem->facts.warnings = std::move(read.warnings);

@@ -1,5 +1,7 @@
 // The two calls of the flat interface that may throw, with what they throw caught.
 #include <limits>
+#include <memory>
+#include <vector>
 
 #include "support.hpp"
 
@@ -8,9 +10,9 @@ using namespace orvex::python;
 /** Loads a problem; null on failure, with the reason in orvex_python_error. */
 ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem) {
     return guarded<>(static_cast<tarvik_orvex_handle*>(nullptr), [&] {
-        std::vector<std::uint32_t> index, pairs;
-        std::vector<std::int64_t> linear, couplings;
         const std::size_t size = problem->linear.size();
+        std::vector<std::uint32_t> index;
+        std::vector<std::int64_t> linear;
         // A value that the next one replaces widens the matrix, where the least needs 64 bits.
         if (problem->facts.width == 64) {
             index.push_back(0);
@@ -20,20 +22,24 @@ ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem) 
             index.push_back(static_cast<std::uint32_t>(i));
             linear.push_back(problem->linear[i]);
         }
-        pairs.reserve(problem->other.size());
-        couplings.reserve(problem->other.size() / 2);
-        for (std::size_t i = 0; i < size; ++i)
-            for (auto k = static_cast<std::size_t>(problem->begin[i]);
-                 k < static_cast<std::size_t>(problem->begin[i + 1]); ++k) {
-                const auto j = static_cast<std::uint32_t>(problem->other[k]);
-                if (j <= i) continue;
-                pairs.push_back(static_cast<std::uint32_t>(i));
-                pairs.push_back(j);
-                couplings.push_back(problem->coupling[k]);
-            }
+        const auto count = static_cast<std::size_t>(problem->facts.couplings.count);
+        const auto pairs = std::make_unique_for_overwrite<std::uint32_t[]>(2 * count);
+        const auto couplings = std::make_unique_for_overwrite<std::int64_t[]>(count);
+        std::size_t k = 0;
+        std::visit(
+            [&](const auto& rows) {
+                for (std::size_t i = 0; i < size; ++i)
+                    rows.each(i, [&](std::size_t j, std::int64_t value) {
+                        if (j < i) return;
+                        pairs[2 * k] = static_cast<std::uint32_t>(i);
+                        pairs[2 * k + 1] = static_cast<std::uint32_t>(j);
+                        couplings[k++] = value;
+                    });
+            },
+            problem->rows);
         tarvik_orvex_handle* const handle =
             tarvik_orvex_create(static_cast<std::uint32_t>(size), linear.size(), index.data(),
-                                linear.data(), couplings.size(), pairs.data(), couplings.data(), 0);
+                                linear.data(), count, pairs.get(), couplings.get(), 0);
         if (handle == nullptr) last_error() = tarvik_orvex_last_error();
         return handle;
     });

@@ -16,18 +16,17 @@
 
 #include "bounds.hpp"
 #include "model_file.hpp"
+#include "rows.hpp"
 
 #define ORVEX_PYTHON_API extern "C" __attribute__((visibility("default")))
 
 namespace orvex::python {
 
-/** A problem: linear terms, and for each variable its couplings in ascending order of the other. */
+/** A problem: linear terms and couplings. */
 struct PROBLEM {
     int size = 0;
     std::vector<std::int64_t> linear;
-    std::vector<std::int64_t> begin;  ///< of each variable's couplings; one more for the end
-    std::vector<std::int32_t> other;  ///< each coupling stands at both of its variables
-    std::vector<std::int64_t> coupling;
+    ROWS rows;
     cli::Problem facts;  ///< all but its model
 
     std::int64_t energy(const std::uint64_t* words) const;
