@@ -5,8 +5,11 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <thread>
 
+#include "engine/device/records.hpp"
 #include "engine/device/row_form.hpp"
+#include "engine/device/shape.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -58,9 +61,25 @@ std::optional<Band> band_for(const std::vector<int>& sizes, int size, int width,
 
 Memory memory_of_run(int size, int width, const Band& band) {
     const long s = band.size, bytes = band.matrix_bits / 8;
+    const Blocks blocks = blocks_of_run(band);
     return {.model = static_cast<long>(size) * size * (width / 8),
             .record = s * s * bytes + s * bytes + 4,
-            .rest = 64 * MIB};
+            .rest = std::max(64 * MIB, 32 * MIB + blocks.count * blocks.memory)};
+}
+
+Blocks blocks_of_run(const Band& band) {
+#ifdef ORVEX_PLATFORM_CUDA
+    static_cast<void>(band);
+    return {0, 0};
+#else
+    constexpr long THREADS_OF_PROCESSOR = 1024, RING_SLOTS = 8;
+    const long processors = std::max(std::thread::hardware_concurrency(), 1u);
+    const long size = band.size, threads = device::threads_of(band.size);
+    const long energy = band.arithmetic_bits / 8;
+    return {.count = processors * (THREADS_OF_PROCESSOR / threads),
+            .memory = size * (2 * energy + 8) + threads * 32 +
+                      RING_SLOTS * static_cast<long>(device::instance_bytes(band.size))};
+#endif
 }
 
 std::optional<Rows> rows_of_run(const Band& band, const Couplings& couplings) {

@@ -51,6 +51,15 @@ struct Memory {
 
 Memory memory_of_run(int size, int width, const Band& band);
 
+/** The blocks of a run on processors. */
+struct Blocks {
+    long count;   ///< how many there are, unless parameters say otherwise
+    long memory;  ///< bytes of one with its share of the rings, at most
+};
+
+/** @return nothing but zeros in a build for GPUs, whose blocks lie in their own memory */
+Blocks blocks_of_run(const Band& band);
+
 /** The rows of the matrix as a run on processors reads them. */
 struct Rows {
     std::string form;  ///< "8-bit", "16-bit", "32-bit", "64-bit" or "sparse"

@@ -1,6 +1,12 @@
 // What a run of a problem takes on this build and this machine.
+#include <algorithm>
 #include <array>
+#include <limits>
 #include <optional>
+
+#ifdef ORVEX_PLATFORM_CUDA
+#include <cuda_runtime.h>
+#endif
 
 #include "orvex/registry.hpp"
 
@@ -33,6 +39,15 @@ std::optional<cli::Band> band_for(int size, int width, int arithmetic_bits) {
     return best;
 }
 
+/** A coefficient and its two variables. */
+constexpr std::int64_t TERM_BYTES = 16;
+
+/** A band's matrix, and the narrower rows beside it. */
+std::int64_t memory_of_matrices(const cli::Problem& problem, const cli::Band& band) {
+    const auto rows = cli::rows_of_run(band, problem.couplings);
+    return cli::memory_of_run(problem.size, problem.width, band).record + (rows ? rows->memory : 0);
+}
+
 }  // namespace
 }  // namespace orvex::python
 
@@ -43,11 +58,46 @@ struct ORVEX_PYTHON_FACTS {
     std::int64_t size, nonzero, smallest, largest, width, proven_bits;
     std::int64_t band_size, band_matrix_bits, band_arithmetic_bits;  ///< 0 if no band holds it
     std::int64_t loading_band;                                       ///< 0 if none takes it first
-    std::int64_t memory_terms, memory_model, memory_bands;
+    std::int64_t memory_rows;                                        ///< of the problem itself
+    std::int64_t memory_terms;  ///< that it is handed to the library as, while it is loaded
+    std::int64_t memory_model, memory_bands, memory_rest;  ///< of the library
+    std::int64_t memory_block;                             ///< one more block than there are
 };
 
 ORVEX_PYTHON_API const char* orvex_python_error() {
     return last_error().c_str();
+}
+
+/** Devices that a search may run on: GPUs, or the processors as one. */
+ORVEX_PYTHON_API int orvex_python_devices() {
+#ifdef ORVEX_PLATFORM_CUDA
+    int count = 0;
+    return cudaGetDeviceCount(&count) == cudaSuccess ? count : 0;
+#else
+    return 1;
+#endif
+}
+
+/**
+ * The least memory that is free on one of the devices; no limit where that is the machine's own.
+ *
+ * @param devices the first so many are looked at; 0 for all
+ */
+ORVEX_PYTHON_API std::int64_t orvex_python_device_memory([[maybe_unused]] int devices) {
+    std::int64_t least = std::numeric_limits<std::int64_t>::max();
+#ifdef ORVEX_PLATFORM_CUDA
+    int current = 0;
+    if (cudaGetDevice(&current) != cudaSuccess) return 0;
+    const int count = devices > 0 ? devices : orvex_python_devices();
+    for (int device = 0; device < count; ++device) {
+        std::size_t free = 0, total = 0;
+        if (cudaSetDevice(device) != cudaSuccess || cudaMemGetInfo(&free, &total) != cudaSuccess)
+            return 0;
+        least = std::min(least, static_cast<std::int64_t>(free));
+    }
+    cudaSetDevice(current);
+#endif
+    return least;
 }
 
 ORVEX_PYTHON_API std::int64_t orvex_python_machine_memory() {
@@ -79,19 +129,19 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
     const int bits = arithmetic_bits > 0 ? arithmetic_bits : static_cast<int>(facts->proven_bits);
     const auto band = band_for(known.size, known.width, bits);
     facts->loading_band = loading ? loading->size : 0;
-    const auto rows = std::visit([](const auto& all) { return all.bytes(); }, problem->rows);
-    facts->memory_terms =
-        static_cast<std::int64_t>(rows) + (known.couplings.count + known.size) * 16;
     if (!band || !loading) return;
     facts->band_size = band->size;
     facts->band_matrix_bits = band->matrix_bits;
     facts->band_arithmetic_bits = band->arithmetic_bits;
+    facts->memory_rows = static_cast<std::int64_t>(
+        std::visit([](const auto& all) { return all.bytes(); }, problem->rows));
+    facts->memory_terms = (known.couplings.count + known.size) * TERM_BYTES;
     const orvex::cli::Memory memory = orvex::cli::memory_of_run(known.size, known.width, *band);
     facts->memory_model = memory.model;
-    const auto rows = orvex::cli::rows_of_run(*band, known.couplings);
-    facts->memory_bands = memory.record + memory.rest + (rows ? rows->memory : 0);
-    if (loading->name() != band->name())
-        facts->memory_bands += orvex::cli::memory_of_run(known.size, known.width, *loading).record;
+    facts->memory_bands = memory_of_matrices(known, *band);
+    if (loading->name() != band->name()) facts->memory_bands += memory_of_matrices(known, *loading);
+    facts->memory_rest = memory.rest;
+    facts->memory_block = orvex::cli::blocks_of_run(*band).memory;
 }
 
 /** The command-line caller's search cycles for a problem; empty to leave them to the engine. */

@@ -7,8 +7,12 @@
 
 using namespace orvex::python;
 
-/** Loads a problem; null on failure, with the reason in orvex_python_error. */
-ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem) {
+/**
+ * Loads a problem; null on failure, with the reason in orvex_python_error.
+ *
+ * @param gpus devices that its searches run on; 0 for all
+ */
+ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem, int gpus) {
     return guarded<>(static_cast<tarvik_orvex_handle*>(nullptr), [&] {
         const std::size_t size = problem->linear.size();
         std::vector<std::uint32_t> index;
@@ -39,7 +43,7 @@ ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem) 
             problem->rows);
         tarvik_orvex_handle* const handle =
             tarvik_orvex_create(static_cast<std::uint32_t>(size), linear.size(), index.data(),
-                                linear.data(), count, pairs.get(), couplings.get(), 0);
+                                linear.data(), count, pairs.get(), couplings.get(), gpus);
         if (handle == nullptr) last_error() = tarvik_orvex_last_error();
         return handle;
     });

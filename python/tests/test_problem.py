@@ -139,6 +139,33 @@ def test_a_scale_makes_integers_exactly():
     assert orvex.Problem(UPPER, scale=7).energy([1, 1, 1]) == UPPER.sum()
 
 
+@pytest.mark.parametrize("largest", [100, 30000, 2**30, 2**40])
+@pytest.mark.parametrize("density", [0.01, 0.05, 0.3, 1.0])
+def test_dense_and_sparse_problems_have_the_same_energies(density, largest):
+    random = np.random.default_rng(3)
+    matrix = np.triu(random.integers(-largest, largest + 1, (70, 70)))
+    matrix[random.random(matrix.shape) > density] = 0
+    pairs = {(i, j): int(matrix[i, j]) for i, j in zip(*matrix.nonzero())} | {(69, 69): matrix[69, 69]}
+    forms = [matrix, matrix + np.triu(matrix, 1).T, pairs, scipy.sparse.csr_matrix(matrix)]
+    problems = [orvex.Problem(form) for form in forms]
+    assert len({repr(problem) for problem in problems}) == 1
+    words = [problems[0]._words(x) for x in random.integers(0, 2, (5, 70))]
+    for problem in problems:
+        for x, y in zip(words, words[1:]):
+            exact = [int(b @ matrix @ b) for b in map(problem._bits, (x, y))]
+            assert [problem._energy(x), problem._energy(y)] == exact
+            assert problem._energy_change(x, y) == exact[1] - exact[0]
+
+
+@pytest.mark.parametrize("upper", [random_matrix(130), np.eye(130, dtype=int)], ids=["dense", "sparse"])
+def test_a_matrix_that_is_wrong_in_one_place_is_refused(upper):
+    matrix = upper + np.triu(upper, 1).T
+    matrix[129, 3] = matrix[3, 129] + 1
+    matrix[5, 2] = matrix[2, 5] = 9
+    with pytest.raises(ValueError, match=rf"\[129, 3\] is {matrix[129, 3]} and \[3, 129\] is"):
+        orvex.Problem(matrix)
+
+
 @pytest.mark.parametrize("scale", [0, -1, 0.5, "most", True, 2**54])
 def test_wrong_scales_are_refused(scale):
     with pytest.raises(ValueError, match="scale must be"):
@@ -179,6 +206,26 @@ def test_memory_is_told_and_what_does_not_fit_is_refused(monkeypatch):
     monkeypatch.setattr("orvex._memory.support", FullMachine)
     with pytest.raises(MemoryError, match="takes at least .* GiB of memory; this machine has"):
         orvex.Problem(random_matrix(100))
+
+
+def test_what_a_gpu_cannot_hold_is_refused(monkeypatch):
+    monkeypatch.setattr("orvex._memory.support", FullGpu)
+    with pytest.raises(MemoryError, match="takes 0.00 GiB on each GPU, where 0.00 GiB are free"):
+        orvex.solve(random_matrix(100), trial_limit=5)
+
+
+class FullGpu:
+    @staticmethod
+    def orvex_python_machine_memory() -> int:
+        return 2**40
+
+    @staticmethod
+    def orvex_python_free_memory() -> int:
+        return 2**40
+
+    @staticmethod
+    def orvex_python_device_memory(gpus: int) -> int:
+        return 1000
 
 
 class FullMachine:

@@ -16,6 +16,7 @@ GOOD = {
     "tabu_cycles": 255,
     "pool_size": 2,
     "solution_proximity": 0,
+    "gpus": 1,
     "islands_per_gpu": 2,
     "blocks_per_island": 3,
     "restart_t0": 0,
@@ -71,8 +72,19 @@ def test_unknown_settings_name_the_nearest(matrix):
         orvex.solve(matrix, time_limits=5)
     with pytest.raises(TypeError, match="no setting 'tabu'; did you mean 'tabu_cycles'"):
         orvex.solve(matrix, tabu=5)
-    with pytest.raises(TypeError, match="no setting 'gpus'"):
-        orvex.solve(matrix, gpus=1)
+    with pytest.raises(TypeError, match="no setting 'gpu'; did you mean 'gpus'"):
+        orvex.solve(matrix, gpu=1)
+
+
+def test_gpus_are_counted_before_the_library_is_asked_for_them(matrix, monkeypatch):
+    with pytest.raises(ValueError, match="gpus must be from 1 to [0-9]*, not 1000"):
+        orvex.solve(matrix, gpus=1000)
+    problem = orvex.Problem(matrix)
+    for gpus in (1, None, 1):
+        assert orvex.solve(problem, trial_limit=5, gpus=gpus).status == "trial limit"
+    monkeypatch.setattr("orvex._library.device_count", lambda: 0)
+    with pytest.raises(RuntimeError, match="searches on GPUs, and there is none that it can use"):
+        orvex.solve(matrix, trial_limit=5)
 
 
 def test_settings_that_contradict_each_other_are_refused(matrix):

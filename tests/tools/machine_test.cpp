@@ -60,6 +60,19 @@ TEST(MemoryOfRun, IsThatOfTheMatrices) {
     EXPECT_EQ(memory_of_run(65536, 64, {65536, 64, 64}).model, 1L << 35);
 }
 
+TEST(BlocksOfRun, TakeWhatTheirStateTakes) {
+    const auto blocks = [](int size, int arithmetic) {
+        return blocks_of_run({size, arithmetic, arithmetic});
+    };
+    EXPECT_EQ(blocks(64, 32).count, 16 * blocks(65536, 32).count);
+    EXPECT_EQ(blocks(65536, 32).count, blocks(4096, 32).count);
+    EXPECT_GT(blocks(65536, 32).memory, 65536 * (4 + 4 / 4 + 2 + 5));
+    EXPECT_LT(blocks(65536, 64).memory, 65536 * 32);
+    const Band largest = {65536, 64, 64};
+    EXPECT_GT(memory_of_run(65536, 64, largest).rest,
+              blocks_of_run(largest).count * blocks_of_run(largest).memory);
+}
+
 TEST(RowsOfRun, AreTheNarrowestThatHoldTheCouplings) {
     constexpr long ALL = 10240L * 10240;
     const auto rows = [](Wide largest, long count, int matrix_bits = 32) {

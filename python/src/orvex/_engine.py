@@ -14,10 +14,13 @@ import threading
 import time
 import weakref
 from collections import deque
+from collections.abc import Callable
+from typing import NamedTuple
 
 import numpy as np
 
 from ._library import EVENT_FUNCTION, flat, last_error, support
+from ._memory import expect_device_memory
 from ._problem import Problem, Words
 
 #: Seconds of quiet after which the engine asks whether to end.
@@ -27,31 +30,54 @@ INFO = (
     "total_flips", "tts",
 )  # fmt: skip
 
+
+class _Loaded(NamedTuple):
+    """A problem in the library."""
+
+    handle: int
+    gpus: int  #: that it is loaded for; 0 for all
+    put_aside: Callable[[], object]
+
+
 _library = threading.Lock()
-_handles: weakref.WeakKeyDictionary[Problem, int] = weakref.WeakKeyDictionary()
+_loaded: weakref.WeakKeyDictionary[Problem, _Loaded] = weakref.WeakKeyDictionary()
 _put_aside: deque[int] = deque()
 
 
-def _handle_of(problem: Problem) -> int:
+def _handle_of(problem: Problem, gpus: int) -> int:
     """The problem's handle, loaded if need be; to be called with the lock held."""
+    loaded = _loaded.get(problem)
+    if loaded is not None and loaded.gpus != gpus:
+        loaded.put_aside()
+        loaded = None
     while _put_aside:
         flat.tarvik_orvex_destroy(_put_aside.popleft())
-    handle = _handles.get(problem)
-    if handle is None:
-        handle = support.orvex_python_load(problem._pointer)
-        if not handle:
-            raise MemoryError(last_error())
-        _handles[problem] = handle
-        finalizer = weakref.finalize(problem, _put_aside.append, handle)
-        finalizer.atexit = False
-    return handle
+    if loaded is None:
+        loaded = _load(problem, gpus)
+        _loaded[problem] = loaded
+    return loaded.handle
+
+
+def _load(problem: Problem, gpus: int) -> _Loaded:
+    expect_device_memory(problem._facts().memory_bands, gpus)
+    handle = support.orvex_python_load(problem._pointer, gpus)
+    if not handle:
+        raise MemoryError(last_error())
+    finalizer = weakref.finalize(problem, _put_aside.append, handle)
+    finalizer.atexit = False
+    return _Loaded(handle, gpus, finalizer)
 
 
 class Run:
     """A search that has been started. The fields may be read at any time."""
 
     def __init__(
-        self, problem: Problem, params: dict[str, str], start: Words | None, hints: list[Words]
+        self,
+        problem: Problem,
+        gpus: int,
+        params: dict[str, str],
+        start: Words | None,
+        hints: list[Words],
     ) -> None:
         self.news: deque[tuple[float, Words]] = deque()  #: new bests: seconds, bits
         self.changed = threading.Event()  #: set at every event, and at the end
@@ -63,6 +89,7 @@ class Run:
         self.info: dict[str, str] = {}
         self.error: BaseException | None = None
         self._problem = problem
+        self._gpus = gpus
         self._params = params
         self._start = start
         self._hints = deque(hints)
@@ -92,7 +119,7 @@ class Run:
         if self._stop:
             return
         begin = time.perf_counter()
-        handle = _handle_of(self._problem)
+        handle = _handle_of(self._problem, self._gpus)
         self.load_time = time.perf_counter() - begin
         if self._stop:
             return

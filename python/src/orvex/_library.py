@@ -30,9 +30,12 @@ class Facts(ctypes.Structure):
     band_matrix_bits: int
     band_arithmetic_bits: int
     loading_band: int
+    memory_rows: int
     memory_terms: int
     memory_model: int
     memory_bands: int
+    memory_rest: int
+    memory_block: int
 
 
 Facts._fields_ = [(name, c_int64) for name in Facts.__annotations__]
@@ -76,9 +79,11 @@ _declare(support, c_int64, "orvex_python_energy", c_void_p, c_void_p)
 _declare(support, c_int64, "orvex_python_energy_change", c_void_p, c_void_p, c_void_p)
 _declare(support, None, "orvex_python_facts", c_void_p, c_int, POINTER(Facts))
 _declare(support, c_char_p, "orvex_python_search_cycles", c_void_p)
+_declare(support, c_int, "orvex_python_devices")
+_declare(support, c_int64, "orvex_python_device_memory", c_int)
 _declare(support, c_int64, "orvex_python_machine_memory")
 _declare(support, c_int64, "orvex_python_free_memory")
-_declare(support, c_void_p, "orvex_python_load", c_void_p)
+_declare(support, c_void_p, "orvex_python_load", c_void_p, c_int)
 _declare(support, c_int, "orvex_python_search", c_void_p, POINTER(c_char_p), c_void_p, c_void_p)
 
 
@@ -86,6 +91,21 @@ def last_error() -> str:
     """Why the last call of this thread into `support` failed."""
     text: bytes = support.orvex_python_error()
     return text.decode()
+
+
+def device_count() -> int:
+    """Devices that a search may run on: GPUs, or in a build for processors 1."""
+    return int(support.orvex_python_devices())
+
+
+def expect_device() -> None:
+    """Refuses to search where the library would end the process for want of a GPU."""
+    if device_count() == 0:
+        raise OrvexError(
+            "this build of the library searches on GPUs, and there is none that it can use: no GPU is "
+            "visible, or its driver is missing or too old. A build for processors needs none "
+            "(pip install ./python without ORVEX_PLATFORM=cuda)"
+        )
 
 
 def max_size() -> int:

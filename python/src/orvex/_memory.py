@@ -19,3 +19,10 @@ def expect_memory(needed: int, what: str) -> None:
             f"{what} {gib(needed)} of memory; this machine has {gib(machine)}, of which "
             f"{gib(free)} are free"
         )
+
+
+def expect_device_memory(needed: int, gpus: int) -> None:
+    """Refuses what a GPU cannot hold at present; `gpus` are used, or with 0 all."""
+    free = support.orvex_python_device_memory(gpus)
+    if needed > free:
+        raise MemoryError(f"this problem takes {gib(needed)} on each GPU, where {gib(free)} are free")

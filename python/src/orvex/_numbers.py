@@ -21,6 +21,7 @@ Ints = npt.NDArray[np.int64]
 NameOf = Callable[[int], str]
 
 _MOST = 2**63 - 1
+_PIECE = 1 << 14
 #: What "auto" tries, in this order: decimal fractions, then binary ones.
 _AUTOMATIC = [10**k for k in range(10)] + [2**k for k in range(1, 53)]
 
@@ -81,12 +82,24 @@ def _not_whole(name: str, value: object, scale: Scale | None) -> ValueError:
     return ValueError(text + f", which scale={scale!r} does not make one")
 
 
-def _whole(values: npt.NDArray[np.float64], scale: int) -> npt.NDArray[np.bool_]:
-    """Which values become whole numbers, exactly."""
+def _whole(values: npt.NDArray[np.float64], scale: int) -> tuple[npt.NDArray[np.bool_], Any]:
+    """Which values become whole numbers, exactly, and those numbers."""
     with np.errstate(invalid="ignore", over="ignore"):
-        scaled = np.rint(values * scale)
+        scaled = np.rint(values if scale == 1 else values * scale)
         most = 2.0**53 if scale > 1 else 2.0**63
-        result: npt.NDArray[np.bool_] = (scaled / scale == values) & (np.abs(scaled) < most)
+        same = scaled == values if scale == 1 else scaled / scale == values
+        return same & (np.abs(scaled) < most), scaled
+
+
+def _scaled(values: npt.NDArray[np.float64], scale: int) -> Ints | int:
+    """The integers, or the index of the first value that does not become one; piece by piece, for the
+    cache."""
+    result = np.empty(len(values), dtype=np.int64)
+    for begin in range(0, len(values), _PIECE):
+        whole, scaled = _whole(values[begin : begin + _PIECE], scale)
+        if not whole.all():
+            return begin + int(np.argmin(whole))
+        result[begin : begin + _PIECE] = scaled
     return result
 
 
@@ -94,11 +107,14 @@ def _from_floats(
     values: npt.NDArray[np.float64], scale: Scale | None, name_of: NameOf
 ) -> tuple[Ints, int]:
     factors = _AUTOMATIC if scale == "auto" else [scale or 1]
+    first: int | None = None
     for factor in factors:
-        if _whole(values, factor).all():
-            return np.rint(values * factor).astype(np.int64), factor
-    at = int(np.argmin(_whole(values, factors[0])))
-    raise _not_whole(name_of(at), float(values[at]), scale)
+        result = _scaled(values, factor)
+        if not isinstance(result, int):
+            return result, factor
+        first = result if first is None else first
+    assert first is not None
+    raise _not_whole(name_of(first), float(values[first]), scale)
 
 
 def _from_objects(

@@ -27,6 +27,9 @@ from ._numbers import Scale, check_scale
 #: From here on a problem's memory is told before it is loaded.
 _LARGE = 1 << 30
 
+#: What loading takes beside the arrays: code that runs for the first time, small things.
+_OVERHEAD = 16 << 20
+
 Words = npt.NDArray[np.uint64]
 Bits = npt.NDArray[np.bool_]
 
@@ -105,9 +108,14 @@ class Problem:
 
     @property
     def memory(self) -> int:
-        """Peak memory of loading and searching the problem, in bytes."""
+        """Peak memory of loading and searching the problem with default settings, in bytes.
+
+        A problem that takes more than this machine has free is refused when it is made, before any
+        of it is loaded. Not counted is what stated the problem, such as a matrix.
+        """
         facts = self._facts()
-        return facts.memory_terms + facts.memory_model + facts.memory_bands
+        loaded = facts.memory_rows + facts.memory_model + facts.memory_bands
+        return loaded + max(facts.memory_terms + _OVERHEAD, facts.memory_rest)
 
     def _expect_to_fit(self) -> None:
         facts = self._facts()

@@ -10,6 +10,8 @@ import numbers
 from collections.abc import Callable, Mapping
 from typing import Any, Literal, TypedDict, Union
 
+from ._library import device_count
+
 FlipRule = Literal["MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor"]
 Generator = Literal[
     "Random", "Best", "Mutation", "Cross", "XCross", "Zero", "One", "IntervalZero", "Hint", "AllBest"
@@ -42,6 +44,8 @@ class Settings(TypedDict, total=False):
     solution_proximity: int
     """Hamming distance within which two solutions of a pool count as near; by default a hundredth of
     the variables."""
+    gpus: int
+    """How many of the GPUs are used; by default all. In a build for processors, which are one device, 1."""
     islands_per_gpu: int
     """Islands on each device, 1 to 64."""
     blocks_per_island: int
@@ -132,6 +136,7 @@ _CHECKS: dict[str, Check] = {
     "tabu_cycles": _integer(0, 255),
     "pool_size": _integer(2, 10_000),
     "solution_proximity": _integer(0, 65536),
+    "gpus": lambda name, value: str(whole_number(name, value, 1, max(device_count(), 1))),
     "islands_per_gpu": _integer(1, 64),
     "blocks_per_island": _integer(1, 64),
     "restart_t0": _real(0, 1e9),

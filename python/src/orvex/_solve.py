@@ -17,7 +17,7 @@ import numpy as np
 import numpy.typing as npt
 
 from ._engine import Run
-from ._library import OrvexError, support
+from ._library import OrvexError, expect_device, support
 from ._memory import expect_memory
 from ._numbers import Scale, exact
 from ._problem import Problem, Words, as_problem
@@ -111,8 +111,11 @@ def solve(
         An argument is wrong; an unknown setting is named with the nearest that there is.
     MemoryError
         This machine has not the memory for the problem.
+    OrvexError
+        The package was built for GPUs, and there is none.
     """
     begin = time.perf_counter()
+    expect_device()
     params = check_settings(settings, _ARGUMENTS)
     if callback is not None and not callable(callback):
         raise TypeError(f"callback must be callable, not {callback!r}")
@@ -145,9 +148,11 @@ def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None
     facts = problem._facts(bits)
     if facts.band_size == 0:
         raise ValueError(f"this build has no energies of {bits} bits for {problem.size} variables")
-    pools = int(params.get("pool_size", 100)) * int(params.get("islands_per_gpu", 8))
+    islands = int(params.get("islands_per_gpu", 8))
+    pools = islands * int(params.get("pool_size", 100)) * (facts.band_size // 8 + 64)
+    blocks = islands * int(params.get("blocks_per_island", 0)) * facts.memory_block
     expect_memory(
-        facts.memory_model + facts.memory_bands + pools * (facts.band_size // 8 + 64),
+        facts.memory_model + facts.memory_bands + facts.memory_rest + pools + blocks,
         "a search with these settings takes",
     )
     factors = {"search_cycles", "search_cycles_factor", "batch_factor", "annealing_factor"}
@@ -213,7 +218,8 @@ class _Search:
         if starts:
             self._note(0.0, starts[0], problem._energy(starts[0]))
         first = starts[0] if starts else None
-        self.run = Run(problem, params, first, starts[1:] + hints)
+        gpus = int(params.pop("gpus", 0))
+        self.run = Run(problem, gpus, params, first, starts[1:] + hints)
 
     def end(self, status: Status) -> None:
         """Asks the search to end; the first reason counts."""

@@ -1,0 +1,114 @@
+#!/usr/bin/env python3
+"""Measures what orvex.solve costs beside the search: run it with a Python that has orvex and scipy.
+
+Each case is solved in processes of their own, since the first problem of a process costs most, as it
+does in a script that solves one. "added" is the time of the call less that of the search; the medians
+of the runs are shown, in milliseconds, and the highest memory of a process beside what
+orvex.Problem.memory foretells for it.
+"""
+import argparse
+import json
+import statistics
+import subprocess
+import sys
+import time
+
+LIMITS = {"dense 2000": 50, "sparse 10000": 1000}  # milliseconds, at most
+
+
+def problems():
+    """The cases by name, as functions that state a problem."""
+    import numpy
+    import scipy.sparse
+
+    random = numpy.random.default_rng(1)
+
+    def dense(size):
+        return numpy.triu(random.integers(-100, 101, (size, size)))
+
+    def sparse(size, entries):
+        rows, columns = random.integers(0, size, (2, entries))
+        weights = random.integers(1, 101, entries)
+        return scipy.sparse.coo_array((weights, (numpy.minimum(rows, columns),
+                                                 numpy.maximum(rows, columns))), (size, size))
+
+    def pairs(size, entries):
+        matrix = sparse(size, entries).tocsr().tocoo()
+        return {(int(i), int(j)): int(w) for i, j, w in zip(matrix.row, matrix.col, matrix.data)}
+
+    def symmetric(size):
+        upper = dense(size)
+        return upper + numpy.triu(upper, 1).T
+
+    return {
+        "dense 2000": lambda: dense(2000),
+        "dense 2000, symmetric": lambda: symmetric(2000),
+        "dense 2000, 8 bits": lambda: dense(2000).astype(numpy.int8),
+        "dense 2000, floats": lambda: dense(2000).astype(float),
+        "dense 10000": lambda: dense(10000),
+        "sparse 10000": lambda: sparse(10000, 50_000),
+        "pairs 2000": lambda: pairs(2000, 50_000),
+    }
+
+
+def memory_of_process(key):
+    """A figure of this process, in bytes: VmRSS, or VmHWM, the highest of it."""
+    with open("/proc/self/status", encoding="ascii") as file:
+        return next(int(line.split()[1]) * 1024 for line in file if line.startswith(key))
+
+
+def measure(case, seconds):
+    """One call in this process."""
+    import warnings
+
+    import orvex
+
+    warnings.simplefilter("ignore", orvex.LargeProblemWarning)
+    problem = problems()[case]()
+    with open("/proc/self/clear_refs", "w", encoding="ascii") as file:
+        file.write("5")  # the highest memory is counted from here on
+    before = memory_of_process("VmRSS")
+    begin = time.perf_counter()
+    result = orvex.solve(problem, time_limit=seconds)
+    total = time.perf_counter() - begin
+    memory = memory_of_process("VmHWM") - before
+    timings = result.timings
+    return {"build": timings["build"], "load": timings["load"], "search": timings["search"],
+            "added": total - timings["search"], "memory": memory,
+            "foretold": orvex.Problem(problem).memory}
+
+
+def in_new_process(case, seconds):
+    run = subprocess.run([sys.executable, __file__, "--one", case, "--seconds", str(seconds)],
+                         check=True, stdout=subprocess.PIPE, text=True)
+    return json.loads(run.stdout)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("cases", nargs="*", help="all by default")
+    parser.add_argument("--runs", type=int, default=5)
+    parser.add_argument("--seconds", type=float, default=1, help="of a search")
+    parser.add_argument("--one", help=argparse.SUPPRESS)
+    args = parser.parse_args()
+    if args.one:
+        print(json.dumps(measure(args.one, args.seconds)))
+        return 0
+    print("| problem | build | load | added | limit | search | MiB | foretold |")
+    print("| --- | --- | --- | --- | --- | --- | --- | --- |")
+    too_slow = False
+    for case in args.cases or problems():
+        runs = [in_new_process(case, args.seconds) for _ in range(args.runs)]
+        median = {key: statistics.median(run[key] for run in runs) for key in runs[0]}
+        times = {key: 1e3 * median[key] for key in ("build", "load", "added", "search")}
+        limit = LIMITS.get(case)
+        too_slow |= limit is not None and times["added"] > limit
+        print(f"| {case} | {times['build']:.1f} | {times['load']:.1f} | {times['added']:.1f} | "
+              f"{limit or ''} | {times['search']:.0f} | {median['memory'] / 2**20:.0f} | "
+              f"{median['foretold'] / 2**20:.0f} |", flush=True)
+    return 1 if too_slow else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
