@@ -189,10 +189,12 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path, const char* f
         auto problem = of_size(read.size);
         for (int i = 0; i < read.size; ++i)
             problem->linear[static_cast<std::size_t>(i)] = read.model->get(i, i);
-        const auto couplings = static_cast<std::size_t>(read.couplings.count);
+        // Any element of the model is within the range of its width.
+        const std::int64_t largest =
+            static_cast<std::int64_t>(~std::uint64_t{0} >> 1) >> (64 - read.width);
         problem->rows = rows_of(
-            problem->linear.size(), couplings, read.smallest_weight, read.largest_weight,
-            [&](const auto& take) {
+            problem->linear.size(), static_cast<std::size_t>(read.couplings.count), -largest - 1,
+            largest, [&](const auto& take) {
                 for (int i = 0; i < read.size; ++i)
                     for (int j = i + 1; j < read.size; ++j)
                         if (const long value = read.model->get(i, j); value != 0)
