@@ -13,7 +13,7 @@ int convert(const ConvertOptions& options) {
     const Format& to = format_named(options.to);
     if (to.write == nullptr)
         throw InputError(std::string("the format ") + to.name + " can only be read; " +
-                         format_names(true) + " can be written");
+                         written_format_names() + " can be written");
     InputFile file(options.input, options.read);
     file.expect_memory();
     const Problem problem = file.read();

@@ -57,7 +57,8 @@ struct CommandLine {
             return "orvex " ORVEX_PROJECT_VERSION ", engine " + Solver(false).get("version");
         });
         for (CLI::App* command : {solve, check})
-            command->add_option("FILE", options.file, "model file, plain or compressed (.gz)")
+            command
+                ->add_option("FILE", options.file, "file of a problem, plain or compressed (.gz)")
                 ->required()
                 ->type_name("");
         describe_solve();
@@ -93,6 +94,7 @@ struct CommandLine {
     }
 
     void describe_convert() {
+        convert->footer("Formats (docs/formats.md defines them):\n" + format_list());
         convert->add_option("IN", conversion.input, "file to read, plain or compressed (.gz)")
             ->required()
             ->type_name("");
@@ -101,28 +103,32 @@ struct CommandLine {
                          "file to write, compressed if its name ends in .gz; -: standard output")
             ->required()
             ->type_name("");
-        convert->add_option("--to", conversion.to, "format to write: " + format_names(true))
+        convert->add_option("--to", conversion.to, "format to write: " + written_format_names())
             ->required()
             ->type_name("FORMAT");
     }
 
     void describe_reading(CLI::App* command) {
         command
-            ->add_option(
-                "--from", options.read.format,
-                "format of the file, where its contents do not tell it: " + format_names(false))
+            ->add_option("--from", options.read.format,
+                         "format of the file, where its contents do not tell it: " + format_names())
             ->type_name("FORMAT");
-        command->add_option("--instance", options.read.instance, "which of the file's instances")
+        command
+            ->add_option(
+                "--instance", options.read.instance,
+                "which of the file's instances (" + format_names(&Format::has_instances) + ")")
             ->type_name("K");
         command
             ->add_option("--penalty", options.read.penalty,
-                         "penalty of a broken constraint; by default one that is proven to suffice")
+                         "penalty of a broken constraint (" + format_names(&Format::has_penalty) +
+                             "); by default one that is proven to suffice")
             ->type_name("P");
         command
             ->add_option("--sense", sense,
-                         "what is wanted, where the format leaves it open; min by default")
+                         "what is wanted, where the format leaves it open (" +
+                             format_names(&Format::leaves_sense_open) + "); min by default")
             ->check(CLI::IsMember({"min", "max"}))
-            ->type_name("min|max");
+            ->type_name("SENSE");
     }
 
     int run() {

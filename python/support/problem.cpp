@@ -222,7 +222,7 @@ ORVEX_PYTHON_API const char* orvex_python_source(const PROBLEM* problem) {
 
 /** The names of the formats that are read, with commas between them. */
 ORVEX_PYTHON_API const char* orvex_python_formats() {
-    static const std::string names = orvex::cli::format_names(false);
+    static const std::string names = orvex::cli::format_names();
     return names.c_str();
 }
 

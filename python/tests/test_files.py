@@ -147,7 +147,7 @@ def test_oddities_are_warned_about(write):
         (GRAPH, {"format": "npz"}, "file is no sparse matrix of scipy"),
         ("", {}, "line 1: the file is empty"),
         ("hello", {}, "is in no known format"),
-        ("p qubo 0 2 0 1\n0 1 0.5\n", {}, 'file, line 2: the weight is "0.5", and weights must be'),
+        ("p qubo 0 2 0 1\n0 1 0.5\n", {}, 'file, line 2: the weight is "0.5", but only whole numbers'),
         ("2 1\n1 2 1\n", {"format": "qs"}, None),
     ],
 )

@@ -116,7 +116,7 @@ TEST(Formats, MaxCutIsRefusedWithALine) {
     EXPECT_EQ(refusal_as("maxcut", "2 1\n1 2 1\n1 2 1\n"),
               "line 3: something follows the last edge that the header promises");
     EXPECT_EQ(refusal_as("maxcut", "2 1\n1 2 0.5\n"),
-              "line 2: the weight is \"0.5\", and weights must be whole numbers");
+              "line 2: the weight is \"0.5\", but only whole numbers are read");
     EXPECT_EQ(refusal_as("maxcut", "2 1\n1 2 1 1\n"),
               "line 2: a line here has two vertices and a weight, or two vertices; this one has 4 "
               "words");
@@ -135,10 +135,10 @@ TEST(Formats, BiqMacCountsEntriesOffTheDiagonalTwice) {
     EXPECT_EQ(problem.convention.format, "biqmac");
     EXPECT_THAT(weights(problem), ElementsAre(-4, 0, 10, 0, 1, 0));
     EXPECT_EQ(refusal("2 2\n1 1 4\n2 2 0.5\n"),
-              "line 3: the value is \"0.5\", and weights must be whole numbers");
+              "line 3: the value is \"0.5\", but only whole numbers are read");
     EXPECT_EQ(refusal("2 2\n1 1 4\n2 1 0.25\n"),
-              "line 3: the value is \"0.25\", and weights must be whole numbers (here halves will "
-              "do)");
+              "line 3: the value is \"0.25\", but only whole numbers are read (here halves as "
+              "well)");
     EXPECT_EQ(refusal("2 2\n1 1 4\n1 1 4\n"), "line 3: the pair 1, 1 has an entry already");
     EXPECT_EQ(refusal("2 2\n1 1 4\n1 2 4611686018427387904\n"),
               "line 3: the value is \"4611686018427387904\", which does not fit into 64 bits when "
@@ -200,7 +200,7 @@ TEST(Formats, CooIsRefusedWithALine) {
     EXPECT_EQ(refusal("0 0 1\n0 70000 1\n"),
               "line 2: the second variable is 70000, not from 0 to 65535");
     EXPECT_EQ(refusal("0 0 1\n0 1 4.5\n"),
-              "line 2: the bias is \"4.5\", and weights must be whole numbers");
+              "line 2: the bias is \"4.5\", but only whole numbers are read");
     EXPECT_EQ(refusal("0 0 1\n0 1 one\n"), "line 2: the bias is \"one\", which is no number");
     EXPECT_EQ(
         refusal("0 1 9223372036854775807\n0 1 1\n"),
@@ -246,7 +246,7 @@ TEST(Formats, QobLibHasAnOffset) {
     EXPECT_EQ(refusal("# ObjectiveOffset\n1 0\n"),
               "line 1: an offset should stand behind \"ObjectiveOffset\"");
     EXPECT_EQ(refusal("# ObjectiveOffset 0.5\n1 0\n"),
-              "line 1: the offset is \"0.5\", and weights must be whole numbers");
+              "line 1: the offset is \"0.5\", but only whole numbers are read");
     EXPECT_EQ(refusal("# ObjectiveOffset 1\n# ObjectiveOffset 2\n1 0\n"),
               "line 2: the offset is given a second time");
 }
@@ -277,6 +277,10 @@ TEST(Formats, QapLibIsAssignedWithAPenalty) {
     EXPECT_EQ(refusal_as("qaplib", "2\n1 3\n4 0\n0 5\n7"),
               "line 5: the file ends where B[2][2] should stand");
     EXPECT_EQ(refusal_as("qaplib", "1\n1 3 4"), "line 2: something follows the two matrices");
+    EXPECT_EQ(refusal_as("qaplib", "1\n-9223372036854775808\n1\n"),
+              "line 2: the magnitudes in A add up to more than 64 bits hold");
+    EXPECT_EQ(refusal_as("qaplib", "1\n4294967296\n4294967296\n"),
+              "line 4: the weight 18446744073709551616 does not fit into 64 bits");
     EXPECT_EQ(refusal_as("qaplib", "300\n"), "line 1: n is 300, not from 1 to 256");
 }
 
@@ -386,6 +390,7 @@ TEST(Formats, WhatNoFormatIsIsRefused) {
     EXPECT_EQ(refusal(""), "line 1: the file is empty");
     EXPECT_EQ(refusal(" \n\n"), "line 1: the file is empty");
     EXPECT_THAT(refusal("hello\n"), HasSubstr("is in no known format"));
+    EXPECT_THAT(refusal("1 9223372036854775807\n"), HasSubstr("is in no known format"));
     EXPECT_THAT(refusal("PK\x03\x04"), HasSubstr(".npz files are read by the Python package"));
     EXPECT_THAT(refusal("\xFD"
                         "7zXZ"),

@@ -85,6 +85,27 @@ TEST(NumberReader, KnowsWhetherTheContentsAreCompressed) {
     EXPECT_FALSE(NumberReader(TemporaryFile("1").path()).compressed());
 }
 
+TEST(NumberReader, GivesLinesOfAnyLengthWithoutTheirEnds) {
+    const std::string large(600000, 'x');
+    const TemporaryFile file("first\n\n" + large + "\nlast");
+    NumberReader reader(file.path());
+    std::string line;
+    for (const std::string& expected :
+         {std::string("first"), std::string(), large, std::string("last")}) {
+        ASSERT_TRUE(reader.line(line));
+        EXPECT_EQ(line, expected);
+    }
+    EXPECT_EQ(reader.line(), 4);
+    EXPECT_FALSE(reader.line(line));
+}
+
+TEST(NumberReader, ShowsWhatIsAhead) {
+    const NumberReader small(TemporaryFile("1 2\n").path());
+    EXPECT_EQ(small.ahead(), "1 2\n");
+    EXPECT_TRUE(small.ahead_is_all());
+    EXPECT_FALSE(NumberReader(TemporaryFile(std::string(600000, '1')).path()).ahead_is_all());
+}
+
 TEST(NumberReader, TellsThatACompressedFileIsCutShort) {
     std::string text;
     for (int i = 0; i < 10000; ++i)

@@ -42,7 +42,13 @@ std::span<const Format* const> formats();
 /** @throws InputError when there is none of that name */
 const Format& format_named(const std::string& name);
 
-/** The names of all formats, or of those that can be written, with commas between them. */
-std::string format_names(bool to_write);
+/** The names of all formats, or of those that have something, with commas between them. */
+std::string format_names();
+std::string format_names(bool Format::*property);
+/** The names of those that can be written. */
+std::string written_format_names();
+
+/** A line for each format: its name, what it is, and whether it is only read. */
+std::string format_list();
 
 }  // namespace orvex::cli

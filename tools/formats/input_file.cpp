@@ -36,7 +36,7 @@ const Format& recognised(const NumberReader& reader) {
         throw InputError(reader.file() +
                          ": is in no known format; if it is one after all, it must "
                          "be named" +
-                         HOW_TO_NAME + ": " + format_names(false));
+                         HOW_TO_NAME + ": " + format_names());
     std::string names;
     for (std::size_t k = 0; k < candidates.size(); ++k) {
         names += k == 0 ? "" : k + 1 < candidates.size() ? ", " : " or ";

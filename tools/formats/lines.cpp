@@ -53,8 +53,8 @@ long Lines::whole(std::string_view word, const std::string& what, int times) con
         case Decimal::WHOLE:
             return value;
         case Decimal::FRACTION:
-            fail(shown + ", and weights must be whole numbers" +
-                 (times % 2 == 0 ? " (here halves will do)" : ""));
+            fail(shown + ", but only whole numbers are read" +
+                 (times % 2 == 0 ? " (here halves as well)" : ""));
         case Decimal::TOO_LARGE:
             fail(shown + ", which does not fit into 64 bits" +
                  (times != 1 ? " when multiplied by " + std::to_string(times) : ""));

@@ -15,7 +15,7 @@ bool may_be(const Beginning& beginning) {
     for (const auto& line : beginning.lines)
         for (const std::string_view word : line)
             if (++words == 2) second = number_of(word);
-    return second >= 0 && words == 4 + 3 * second;
+    return words >= 4 && (words - 4) % 3 == 0 && second == (words - 4) / 3;
 }
 
 void write(const Problem& problem, OutputFile& file) {

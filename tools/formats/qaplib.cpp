@@ -31,6 +31,11 @@ class Matrix {
                 const std::string what = std::string(name) + "[" + std::to_string(i + 1) + "][" +
                                          std::to_string(j + 1) + "]";
                 values_.push_back(lines.whole(lines.take(what), what));
+                // So that all costs, which are products of two matrices, stay within 128 bits.
+                magnitude_ += values_.back() < 0 ? -Wide{values_.back()} : Wide{values_.back()};
+                if (magnitude_ > std::numeric_limits<long>::max())
+                    lines.fail(std::string("the magnitudes in ") + name +
+                               " add up to more than 64 bits hold");
             }
     }
 
@@ -57,16 +62,12 @@ class Matrix {
     }
 
     /** The sum of the magnitudes. */
-    Wide magnitude() const {
-        Wide sum = 0;
-        for (const long value : values_)
-            sum += value < 0 ? -Wide{value} : Wide{value};
-        return sum;
-    }
+    Wide magnitude() const { return magnitude_; }
 
   private:
     int n_;
     std::vector<long> values_;
+    Wide magnitude_ = 0;
 };
 
 /** The products of both, the largest with the largest: no assignment of one to the other has more.
@@ -78,18 +79,10 @@ Wide largest_product(const std::vector<long>& a, const std::vector<long>& b) {
     return sum;
 }
 
-/** So that a product of two stays within 128 bits. */
-Wide bounded(Wide magnitude, const Lines& lines) {
-    if (magnitude > std::numeric_limits<long>::max())
-        lines.fail("the magnitudes of a matrix add up to more than 64 bits hold");
-    return magnitude;
-}
-
-/** All products of two entries that can meet have been seen to fit into 64 bits. */
-Costs costs_of(int n, const Matrix& a, const Matrix& b, const Lines& lines) {
+Costs costs_of(int n, const Matrix& a, const Matrix& b) {
     Costs costs;
     if (a.has_negative() || b.has_negative()) {
-        costs.negative = -bounded(a.magnitude(), lines) * bounded(b.magnitude(), lines);
+        costs.negative = -a.magnitude() * b.magnitude();
         return costs;
     }
     for (int i = 0; i < n; ++i)
@@ -105,7 +98,7 @@ Costs costs_of(int n, const Matrix& a, const Matrix& b, const Lines& lines) {
 /** The list of terms may be larger than the model. */
 void expect_memory(const Matrix& a, const Matrix& b, const Lines& lines) {
     constexpr Wide BYTES = 16;
-    const Wide bytes = Wide{a.nonzero()} * b.nonzero() * BYTES;
+    const Wide bytes = Wide{a.nonzero()} * b.nonzero() / 2 * BYTES;
     if (bytes > machine_memory())
         throw InputError(lines.file() + ": its terms take " + bytes_text(static_cast<long>(bytes)) +
                          " of memory; this machine has " + bytes_text(machine_memory()));
@@ -121,15 +114,15 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
     statement.convention.index_base = 1;
     statement.convention.objective = "cost";
     for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) {
-            if (a.at(i, j) == 0) continue;
-            for (int k = 0; k < n; ++k)
-                for (int l = 0; l < n; ++l)
-                    if (const Wide cost = Wide{a.at(i, j)} * b.at(k, l);
-                        cost != 0 && (i == j) == (k == l))
-                        statement.add(i * n + k, j * n + l, cost);
+        for (int k = 0; k < n; ++k) {
+            statement.add(i * n + k, i * n + k, Wide{a.at(i, i)} * b.at(k, k));
+            for (int j = i + 1; j < n; ++j)
+                for (int l = 0; l < n; ++l) {
+                    const Wide cost = Wide{a.at(i, j)} * b.at(k, l) + Wide{a.at(j, i)} * b.at(l, k);
+                    if (l != k && cost != 0) statement.add(i * n + k, j * n + l, cost);
+                }
         }
-    add_one_hot(n, costs_of(n, a, b, lines), options, lines, statement);
+    add_one_hot(n, costs_of(n, a, b), options, lines, statement);
 }
 
 }  // namespace

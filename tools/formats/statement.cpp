@@ -41,7 +41,11 @@ void Statement::sum_pairs() {
     const auto before = [](const Term& a, const Term& b) {
         return std::tie(a.i, a.j) < std::tie(b.i, b.j);
     };
-    if (!std::is_sorted(terms_.begin(), terms_.end(), before))
+    // Costs and constraints come as two lists, each in order; a matrix comes as one.
+    const auto middle = std::is_sorted_until(terms_.begin(), terms_.end(), before);
+    if (std::is_sorted(middle, terms_.end(), before))
+        std::inplace_merge(terms_.begin(), middle, terms_.end(), before);
+    else
         std::sort(terms_.begin(), terms_.end(), before);
     std::size_t kept = 0;
     for (std::size_t k = 0; k < terms_.size();) {
