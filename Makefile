@@ -40,5 +40,5 @@ instances: program
 bench:
 	@tools/install-dependencies.sh demo
 	cmake --preset release -B build-bench -DORVEX_BUILD_BENCH=ON -DORVEX_BUILD_TESTS=OFF $(CMAKE_FLAGS)
-	cmake --build build-bench --target orvex_cli orvex_bench_flips
+	cmake --build build-bench --target orvex_cli orvex_bench_flips orvex_bench_startup
 	bench/run.py --models $(MODELS) $(BENCH_FLAGS)

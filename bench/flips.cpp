@@ -2,8 +2,10 @@
 // the machine's limit measured in the same run: random rows that only add up in the deltas while
 // the lowest delta is looked up. Writes one line of comma-separated values per case.
 //
-//   flips [SIZES [RULES [FORMS]]]   separated by commas: sizes, rules by their numbers, and forms
-//                                  of rows by their names ("sparse" stands for a sparse model)
+//   flips [SIZES [RULES [FORMS [all]]]]   separated by commas: sizes, rules by their numbers, forms
+//                                        of rows by their names ("sparse" stands for a sparse
+//                                        model); all: with each instruction set of the processor
+//                                        that there are loops for, not only with the best
 //
 // `ns_per_flip` is a whole step of the search with walks and descents, `limit_ns` that of the
 // limit with the same rows and instructions; both are medians of rounds that take turns.
@@ -17,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include <hwy/targets.h>
+#include <hwy/highway.h>
 
 #include "engine/device/cpu_block.hpp"
 #include "engine/device/cycle.hpp"
@@ -204,6 +206,13 @@ std::vector<int> numbers(const std::string& text) {
     return values;
 }
 
+/** The best set, or all, best first. */
+std::vector<std::int64_t> instruction_sets(bool all) {
+    std::vector<std::int64_t> sets = hwy::SupportedAndGeneratedTargets();
+    if (!all) sets.resize(1);
+    return sets;
+}
+
 void measure(MODEL& model, const char* kind, ROW_FORM form, const std::vector<int>& rules) {
     const CPU_ROWS<E> rows(model.weights.data(), model.shape.size, form);
     LAUNCH launch(model, rows);
@@ -230,12 +239,17 @@ int main(int argc, char** argv) {
     const auto wanted = [&](ROW_FORM form) {
         return std::count(forms.begin(), forms.end(), form_name(form, 32)) != 0;
     };
+    const bool all_sets = argc > 4 && std::strcmp(argv[4], "all") == 0;
     std::puts("n,model,rows,instructions,rule,ns_per_flip,limit_ns,ratio");
     for (int n : sizes) {
         MODEL dense(n, 1.0, 100);
-        for (ROW_FORM form : {ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::RECORD})
-            if (wanted(form)) measure(dense, "dense", form, rules);
         MODEL sparse(n, n <= 2000 ? 0.01 : 4.0 / n, 1);
-        if (wanted(ROW_FORM::LISTS)) measure(sparse, "sparse", ROW_FORM::LISTS, rules);
+        for (std::int64_t set : instruction_sets(all_sets)) {
+            hwy::SetSupportedTargetsForTest(set);
+            hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+            for (ROW_FORM form : {ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::RECORD})
+                if (wanted(form)) measure(dense, "dense", form, rules);
+            if (wanted(ROW_FORM::LISTS)) measure(sparse, "sparse", ROW_FORM::LISTS, rules);
+        }
     }
 }

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Measures the search on this machine's processors and writes docs/performance.md.
 
-Three things: flips per second beside the machine's limit (the program bench/flips.cpp), the time to
-the best known energy of benchmark instances, and the same instances with other solvers from PyPI on
-the same cores under the same limit. Ours runs on all processors; a peer is started once for each
-processor with different seeds, and the first that reaches the energy counts.
+The time to the best known energy of benchmark instances, and the same with other solvers from PyPI
+on the same cores under the same limit: ours runs on all processors; a peer is started once for each
+processor with different seeds, and the first that reaches the energy counts. Then flips per second
+beside the machine's limit (bench/flips.cpp), by rule, size, form of rows and instruction set, the
+growth with processors, and what a run costs beside its search (bench/startup.cpp).
 """
 import argparse
 import csv
@@ -27,6 +28,7 @@ PEERS = {
     "bifurcation": "simulated-bifurcation, discrete, 32 agents, 2000 steps a read",
 }
 INSTANCES = ["bqp1000-1", "bqp2500-1", "p3000.1", "G43", "K2000", "G22"]
+GROWTH_INSTANCES = ["bqp1000-1", "K2000", "G22", "G70"]
 
 
 def arguments():
@@ -53,10 +55,40 @@ def peer_python(build):
     return python
 
 
-def flips(args):
-    text = subprocess.run([args.build / "bench/orvex_bench_flips", args.sizes], check=True,
+def flips(args, *options):
+    text = subprocess.run([args.build / "bench/orvex_bench_flips", *options], check=True,
                           stdout=subprocess.PIPE, text=True).stdout
     return list(csv.DictReader(io.StringIO(text)))
+
+
+def startup_table(args):
+    text = subprocess.run([args.build / "bench/orvex_bench_startup"], check=True,
+                          stdout=subprocess.PIPE, text=True).stdout
+    row = next(csv.DictReader(io.StringIO(text)))
+    return ("| variables | first run, ms | later run, ms | its search, ms | beside it, ms |\n"
+            "| --- | --- | --- | --- | --- |\n"
+            f"| {row['variables']} | {row['first_ms']} | {row['again_ms']} | {row['search_ms']} | "
+            f"{row['beside_ms']} |")
+
+
+def growth_table(args):
+    """Flips per second of whole runs on the first 1, 2, 4, ... processors."""
+    processors = sorted(os.sched_getaffinity(0))
+    counts = [2**i for i in range(len(processors).bit_length()) if 2**i < len(processors)]
+    counts.append(len(processors))
+    lines = ["| instance | processors | Mflips/s | to one processor |", "| --- | --- | --- | --- |"]
+    for instance in GROWTH_INSTANCES:
+        speeds = []
+        for count in counts:
+            result = json.loads(subprocess.run(
+                ["taskset", "-c", ",".join(map(str, processors[:count])),
+                 args.build / "tools/orvex", "solve", "--quiet", "--json", "--time-limit", "5",
+                 args.models / f"{instance}.qubo.gz"],
+                check=True, stdout=subprocess.PIPE, text=True).stdout)
+            speeds.append(result["total_flips"] / result["kernel_time"] / 1e6)
+            lines.append(f"| {instance} | {count} | {speeds[-1]:.2f} | "
+                         f"{speeds[-1] / speeds[0]:.2f} |")
+    return "\n".join(lines)
 
 
 def our_run(args, instance, target):
@@ -113,11 +145,11 @@ def times_table(args, times):
 
 
 def flips_table(rows):
-    lines = ["| n | model | rows | rule | ns per flip | limit, ns | ratio |",
-             "| --- | --- | --- | --- | --- | --- | --- |"]
+    lines = ["| n | model | rows | instructions | rule | ns per flip | limit, ns | ratio |",
+             "| --- | --- | --- | --- | --- | --- | --- | --- |"]
     for row in rows:
-        lines.append(f"| {row['n']} | {row['model']} | {row['rows']} | {row['rule']} | "
-                     f"{row['ns_per_flip']} | {row['limit_ns']} | {row['ratio']} |")
+        lines.append("| " + " | ".join(row[key] for key in (
+            "n", "model", "rows", "instructions", "rule", "ns_per_flip", "limit_ns", "ratio")) + " |")
     return "\n".join(lines)
 
 
@@ -178,7 +210,11 @@ def main():
     times = {key: summary(results) for key, results in runs.items()}
     write_section(args.write, "times", times_table(args, times))
     plot_times(args, python, times)
-    write_section(args.write, "flips", flips_table(flips(args)))
+    write_section(args.write, "flips", flips_table(flips(args, args.sizes)))
+    write_section(args.write, "sets",
+                  flips_table(flips(args, "1024", "0,1,2,3,4", "8-bit,sparse", "all")))
+    write_section(args.write, "growth", growth_table(args))
+    write_section(args.write, "startup", startup_table(args))
 
 
 if __name__ == "__main__":

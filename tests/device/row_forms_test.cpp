@@ -120,6 +120,23 @@ TYPED_TEST(ROW_FORMS_TEST, SparseModelsSmallerThanTheirBand) {
     this->playAllForms(model, 4, 100);
 }
 
+/** Flips of rows with few elements keep the lows of spans, others and other rules lose them. */
+TYPED_TEST(ROW_FORMS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
+    constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
+    const ELEMENT couplings = sparse(7, 1000, 100);
+    typename TestFixture::MODEL model(SIZE, couplings);
+    int few = 0;
+    for (int i = 0; i < SIZE; ++i) {
+        int neighbours = 0;
+        for (int j = 0; j < SIZE; ++j)
+            neighbours += i != j && couplings(std::min(i, j), std::max(i, j)) != 0;
+        few += touches_few_spans(neighbours, SIZE);
+    }
+    ASSERT_GT(few, SIZE / 4);
+    ASSERT_LT(few, SIZE * 19 / 20);
+    this->play(model, ROW_FORM::LISTS, 2, 60, 300);
+}
+
 TYPED_TEST(ROW_FORMS_TEST, BandsWithManyBitsPerThread) {
     typename TestFixture::MODEL model(5120, shallow(4));
     this->play(model, ROW_FORM::BYTES, 1, 20, 5);

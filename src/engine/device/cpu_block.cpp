@@ -43,7 +43,8 @@ std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
     return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
            3 * lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
-           lines((size + 1) * sizeof(std::uint16_t)) + lines(size / GROUP * sizeof(D));
+           lines((size + 1) * sizeof(std::uint16_t)) + lines(size / GROUP * sizeof(D)) +
+           lines(size / SPAN * sizeof(D) + LINE);
 }
 
 unsigned char* allocate_block(std::size_t bytes) {
@@ -123,6 +124,7 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_.drawing = arena.take<std::uint16_t>(threads + 1);
     arrays_.vectors = arena.take<std::uint16_t>(size + 1);
     arrays_.group_low = arena.take<D>(size / GROUP);
+    arrays_.span_low = arena.take<D>(size / SPAN + LINE / sizeof(D));
     calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<D>;
 
     const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
@@ -300,6 +302,7 @@ void CPU_BLOCK<E, D>::reset() {
         if (sizeof(E) == 8) wide_ |= is_wide(arrays_.delta[p]);
     }
     lowest_ = ops_.lowest(arrays_);
+    spans_known_ = false;
 }
 
 /** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
@@ -348,13 +351,22 @@ void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_down) {
             row = rows.row(record.selected);
             sweeps = &ops_.word_rows;
             break;
-        case ROW_FORM::LISTS:
-            for (const LIST_ENTRY<E>* entry = rows.begin(record.selected);
-                 entry != rows.end(record.selected); ++entry) {
+        case ROW_FORM::LISTS: {
+            const LIST_ENTRY<E>* const begin = rows.begin(record.selected);
+            const LIST_ENTRY<E>* const end = rows.end(record.selected);
+            if (!counts_down && touches_few_spans(end - begin, launch_.size)) {
+                lowest_ = ops_.flipList(arrays_, begin, end, p, sign, spans_known_);
+                spans_known_ = true;
+                surveyed_ = SURVEY_FOR::NOTHING;
+                return;
+            }
+            for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry) {
                 const E flags = arrays_.ones[entry->place] ^ sign;
                 delta[entry->place] += (entry->value ^ flags) - flags;
             }
+            spans_known_ = false;
             break;
+        }
     }
     surveyed_ = !counts_down               ? SURVEY_FOR::NOTHING
                 : record.type.A == MAX_MIN ? SURVEY_FOR::MAX_MIN

@@ -110,6 +110,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     bool calm_ = false;                          // no sum can leave D: flips are sweeps
     SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
     SWEEP<D> sweep_{};
+    bool spans_known_ = false;       // `span_low` is that of the present deltas
     D lowest_ = 0;                   // kept by every flip and reset
     bool wide_ = false;              // see ROW_SUM
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none

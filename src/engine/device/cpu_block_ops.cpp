@@ -11,6 +11,7 @@
 #include "engine/device/cpu_block_loops.hpp"
 #include "engine/device/cpu_draws.hpp"
 #include "engine/device/cpu_flip_pass.hpp"
+#include "engine/device/cpu_spans.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
@@ -22,6 +23,7 @@ BLOCK_OPS<E, D> make_ops() {
             sweeps<std::int8_t, D>(),
             sweeps<std::int16_t, D>(),
             sweeps<void, D>(),
+            flipList<E, D>,
             lowest<D>,
             lowestDiffering<D>,
             find<D>,

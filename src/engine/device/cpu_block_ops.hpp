@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "engine/device/row_form.hpp"
 #include "engine/device/shape.hpp"
 
 namespace orvex::device {
@@ -29,6 +30,7 @@ struct BLOCK_ARRAYS {
     float* draws = nullptr;               ///< scratch: T values, what threads drew,
     float* estimates = nullptr;           ///< and about the logarithms of their keys
     D* group_low = nullptr;               ///< S / GROUP lows of the free deltas, see GROUP
+    D* span_low = nullptr;                ///< lows of all deltas, see SPAN; a vector over S / SPAN
 };
 
 /**
@@ -36,6 +38,14 @@ struct BLOCK_ARRAYS {
  * of `group_low`'s vector g is the lowest free delta in lane i of the vectors from g * GROUP on.
  */
 inline constexpr int GROUP = 4;
+
+/** Vectors whose lowest deltas are kept for flips of few neighbours, lane by lane as with GROUP. */
+inline constexpr int SPAN = 16;
+
+/** Whether a row with so many elements changes the lows of few spans. */
+constexpr bool touches_few_spans(std::ptrdiff_t elements, int size) {
+    return (elements + 1) * 2 * SPAN * 16 <= size;  // vectors have up to 16 deltas
+}
 
 /** Lowest and highest of the free deltas that are not the maximum of D. */
 template <class D>
@@ -92,6 +102,13 @@ struct BLOCK_OPS {
     SWEEPS<D> record_rows, byte_rows, word_rows;
     /** Sweeps over deltas that have the row's elements in them already. */
     SWEEPS<D> summed;
+    /**
+     * Adds a listed row where `flipped` has its new delta already, and returns the lowest delta.
+     * The lows of spans are kept, and taken anew where they are not known.
+     */
+    D (*flipList)
+    (const BLOCK_ARRAYS<D>&, const LIST_ENTRY<E>* begin, const LIST_ENTRY<E>* end, int flipped,
+     std::int8_t sign, bool spans_known);
     D (*lowest)(const BLOCK_ARRAYS<D>&);
     D (*lowestDiffering)(const BLOCK_ARRAYS<D>&);
     int (*find)(const BLOCK_ARRAYS<D>&, D value);

@@ -18,13 +18,6 @@ namespace orvex::device {
 template <class D>
 inline constexpr std::uint64_t CALM_REACH = std::uint64_t{1} << (sizeof(D) * 8 - 3);
 
-/** Element of a row in the form LISTS. */
-template <class E>
-struct LIST_ENTRY {
-    E value;
-    std::uint16_t place;
-};
-
 template <class E>
 class CPU_ROWS {
   public:

@@ -16,6 +16,13 @@ enum class ROW_FORM : std::uint8_t {
     LISTS,   ///< the elements that are not 0, each with its place
 };
 
+/** Element of a row in the form LISTS. */
+template <class E>
+struct LIST_ENTRY {
+    E value;
+    std::uint16_t place;
+};
+
 /** Name of a form in reports. */
 constexpr const char* form_name(ROW_FORM form, int record_bits) {
     switch (form) {
