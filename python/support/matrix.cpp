@@ -24,6 +24,7 @@ struct MATRIX {
 struct SURVEY {
     std::size_t count = 0;
     std::int64_t smallest = 0, largest = 0;
+    bool upper = true;  ///< all below the diagonal are 0
 };
 
 SURVEY survey(const MATRIX& matrix) {
@@ -37,33 +38,24 @@ SURVEY survey(const MATRIX& matrix) {
     };
     for (std::size_t i = 0; i < matrix.size; ++i) {
         const std::int64_t* const row = matrix.elements + i * matrix.size;
+        const std::size_t before = survey.count;
         look_at(row, row + i);
+        survey.upper = survey.upper && survey.count == before;
         look_at(row + i + 1, row + matrix.size);
     }
     return survey;
 }
 
-/** Calls work(i, j, below, above) for all i > j, tile by tile: both triangles stay in the cache. */
+/** Calls work(i, j) for all i > j, tile by tile, so that both triangles stay in the cache. */
 template <class WORK>
-void each_pair(const MATRIX& matrix, const WORK& work) {
+void each_below_diagonal(std::size_t size, const WORK& work) {
     constexpr std::size_t TILE = 64;
-    for (std::size_t top = 0; top < matrix.size; top += TILE)
+    for (std::size_t top = 0; top < size; top += TILE)
         for (std::size_t left = 0; left <= top; left += TILE)
-            for (std::size_t i = top; i < std::min(top + TILE, matrix.size); ++i)
+            for (std::size_t i = top; i < std::min(top + TILE, size); ++i)
                 for (std::size_t j = left; j < std::min(left + TILE, i); ++j)
-                    work(i, j, matrix.at(i, j), matrix.at(j, i));
+                    work(i, j);
 }
-
-/** What the two triangles have in common, gathered without branches. */
-struct TRIANGLES {
-    std::uint64_t below = 0;      ///< all elements of the lower one
-    std::uint64_t different = 0;  ///< all differences of an element from its mirror image
-
-    void take(std::int64_t below_diagonal, std::int64_t above_diagonal) {
-        below |= static_cast<std::uint64_t>(below_diagonal);
-        different |= static_cast<std::uint64_t>(below_diagonal ^ above_diagonal);
-    }
-};
 
 [[noreturn]] void refuse(const MATRIX& matrix) {
     const auto element = [&](std::size_t i, std::size_t j) {
@@ -77,26 +69,36 @@ struct TRIANGLES {
                                 element(i, j) + " and " + element(j, i));
 }
 
+/** @param elements those of the matrix, in whatever type they are read fastest */
+template <class T>
+void expect_symmetric(const MATRIX& matrix, const T* elements) {
+    bool symmetric = true;
+    each_below_diagonal(matrix.size, [&](std::size_t i, std::size_t j) {
+        symmetric &= elements[i * matrix.size + j] == elements[j * matrix.size + i];
+    });
+    if (!symmetric) refuse(matrix);
+}
+
+/** Rows in order are narrowed fast; what has to do with both triangles is done in the narrow ones.
+ */
+template <class T>
+void fill(DENSE_ROWS<T>& rows, const MATRIX& matrix, bool upper) {
+    for (std::size_t i = 0; i < matrix.size; ++i) {
+        for (std::size_t j = 0; j < matrix.size; ++j)
+            rows.row(i)[j] = static_cast<T>(matrix.at(i, j));
+        rows.row(i)[i] = 0;
+    }
+    if (!upper) return expect_symmetric(matrix, rows.row(0));
+    each_below_diagonal(matrix.size,
+                        [&](std::size_t i, std::size_t j) { rows.row(i)[j] = rows.row(j)[i]; });
+}
+
 ROWS couplings_of(const MATRIX& matrix) {
     const SURVEY known = survey(matrix);
-    const bool dense = is_dense(matrix.size, known.count, known.smallest, known.largest);
-    TRIANGLES triangles;
-    ROWS rows;
-    if (dense)
-        rows = dense_rows(matrix.size, known.smallest, known.largest, [&](auto& all) {
-            using T = std::remove_reference_t<decltype(*all.row(0))>;
-            each_pair(matrix,
-                      [&](std::size_t i, std::size_t j, std::int64_t below, std::int64_t above) {
-                          triangles.take(below, above);
-                          all.row(i)[j] = all.row(j)[i] = static_cast<T>(above);
-                      });
-        });
-    else
-        each_pair(matrix, [&](std::size_t, std::size_t, std::int64_t below, std::int64_t above) {
-            triangles.take(below, above);
-        });
-    if (triangles.below != 0 && triangles.different != 0) refuse(matrix);
-    if (dense) return rows;
+    if (is_dense(matrix.size, known.count, known.smallest, known.largest))
+        return dense_rows(matrix.size, known.smallest, known.largest,
+                          [&](auto& rows) { fill(rows, matrix, known.upper); });
+    if (!known.upper) expect_symmetric(matrix, matrix.elements);
     return listed_rows(matrix.size, [&](const auto& take) {
         for (std::size_t i = 0; i < matrix.size; ++i)
             for (std::size_t j = i + 1; j < matrix.size; ++j)

@@ -37,17 +37,19 @@ struct LISTED_ROWS {
     static constexpr std::size_t BYTES_OF_ELEMENT = 12;
     std::size_t bytes() const { return other.size() * BYTES_OF_ELEMENT + begin.size() * 8; }
 
-    /** Calls work(j, coupling) for the elements of row i. */
+    /** Calls work(j, coupling) for the elements of row i whose j is `from` or above. */
     template <class WORK>
-    void each(std::size_t i, const WORK& work) const {
-        const auto end = static_cast<std::size_t>(begin[i + 1]);
-        for (auto k = static_cast<std::size_t>(begin[i]); k < end; ++k)
+    void each(std::size_t i, std::size_t from, const WORK& work) const {
+        const auto first = other.begin() + begin[i], end = other.begin() + begin[i + 1];
+        const auto start = std::lower_bound(first, end, static_cast<std::int32_t>(from));
+        for (auto k = static_cast<std::size_t>(start - other.begin());
+             k < static_cast<std::size_t>(begin[i + 1]); ++k)
             work(static_cast<std::size_t>(other[k]), coupling[k]);
     }
 
     Wide sum(std::size_t i, const FACTORS& factors) const {
         Wide total = 0;
-        each(i, [&](std::size_t j, std::int64_t value) {
+        each(i, 0, [&](std::size_t j, std::int64_t value) {
             if (factors[j] != 0) total += Wide{value} * factors[j];
         });
         return total;
@@ -55,7 +57,7 @@ struct LISTED_ROWS {
 
     ROW_FACTS facts(std::size_t i) const {
         ROW_FACTS facts;
-        each(i, [&](std::size_t, std::int64_t value) {
+        each(i, 0, [&](std::size_t, std::int64_t value) {
             (value < 0 ? facts.negative : facts.positive) += value;
             ++facts.count;
             facts.smallest = std::min(facts.smallest, value);
@@ -76,9 +78,9 @@ struct DENSE_ROWS {
     const T* row(std::size_t i) const { return elements.get() + i * size; }
 
     template <class WORK>
-    void each(std::size_t i, const WORK& work) const {
+    void each(std::size_t i, std::size_t from, const WORK& work) const {
         const T* const values = row(i);
-        for (std::size_t j = 0; j < size; ++j)
+        for (std::size_t j = from; j < size; ++j)
             if (values[j] != 0) work(j, std::int64_t{values[j]});
     }
 

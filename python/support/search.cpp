@@ -33,8 +33,7 @@ ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem, 
         std::visit(
             [&](const auto& rows) {
                 for (std::size_t i = 0; i < size; ++i)
-                    rows.each(i, [&](std::size_t j, std::int64_t value) {
-                        if (j < i) return;
+                    rows.each(i, i + 1, [&](std::size_t j, std::int64_t value) {
                         pairs[2 * k] = static_cast<std::uint32_t>(i);
                         pairs[2 * k + 1] = static_cast<std::uint32_t>(j);
                         couplings[k++] = value;
