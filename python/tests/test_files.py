@@ -6,10 +6,12 @@ import re
 import warnings
 from pathlib import Path
 
+import dimod
 import numpy as np
 import pytest
 import scipy.io
 import scipy.sparse
+from dimod.serialization import coo
 
 import orvex
 from conftest import optimum, random_matrix
@@ -89,6 +91,12 @@ def test_costs_have_their_offset(write):
     assert result.x.tolist() == [True, False, False, True]
     assert result.energy == 43 - problem.source.offset
     assert problem.objective(result.energy) == 43
+
+
+def test_a_model_files_objective_is_its_energy(write):
+    result = orvex.solve(write("1 1 -3 -3\n0 0 -3\n"), target=-3, time_limit=10)
+    assert (result.objective, result.source.equation) == (-3, "objective = energy")
+    assert "objective" not in str(result)
 
 
 def test_a_problem_that_is_no_file_has_its_energy_for_objective():
@@ -194,6 +202,18 @@ def test_matrixmarket_of_scipy_is_the_quadratic_form(tmp_path):
         problem = orvex.read(path)
         x = np.random.default_rng(1).integers(0, 2, 9)
         assert problem.energy(x) == x @ symmetric @ x
+
+
+@pytest.mark.parametrize("vartype", ["SPIN", "BINARY"])
+def test_coo_of_dimod_has_its_energies(write, vartype):
+    random = np.random.default_rng(4)
+    linear = {k: int(random.integers(-9, 10)) for k in range(6)}
+    quadratic = {(i, j): int(random.integers(-9, 10)) for i in range(6) for j in range(i)}
+    bqm = dimod.BQM(linear, quadratic, 0, vartype)
+    problem = orvex.read(write(coo.dumps(bqm, vartype_header=True)))
+    for x in random.integers(0, 2, (20, 6)):
+        sample = dict(enumerate(x if vartype == "BINARY" else 2 * x - 1))
+        assert problem.objective(problem.energy(x)) == bqm.energy(sample)
 
 
 @pytest.mark.skipif(not (DATA / "formats").is_dir(), reason="the instances are not there")

@@ -47,6 +47,8 @@ TEST(Decimal, WholeNumbersInAllTheirForms) {
              {".", 1, Decimal::NO_NUMBER, 0},
              {"1.2.3", 1, Decimal::NO_NUMBER, 0},
              {"1e", 1, Decimal::NO_NUMBER, 0},
+             {"1e+", 1, Decimal::NO_NUMBER, 0},
+             {"1e+-2", 1, Decimal::NO_NUMBER, 0},
              {"1e5x", 1, Decimal::NO_NUMBER, 0},
              {"nan", 1, Decimal::NO_NUMBER, 0},
              {"inf", 1, Decimal::NO_NUMBER, 0},

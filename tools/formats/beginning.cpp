@@ -15,7 +15,11 @@ long number_of(std::string_view word) {
 }
 
 Beginning::Beginning(std::string_view text, bool is_whole) : whole(is_whole) {
-    if (!whole) text = text.substr(0, text.rfind('\n') + 1);
+    if (!whole) {
+        const std::size_t end = text.rfind('\n');
+        text =
+            text.substr(0, end != std::string_view::npos ? end + 1 : text.find_last_of(" \t") + 1);
+    }
     first_line = text.substr(0, text.find('\n'));
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());

@@ -12,7 +12,7 @@ struct Beginning {
     std::vector<std::vector<std::string_view>> lines;  ///< words of the others, but for blank ones
     bool whole = false;                                ///< whether that is the whole file
 
-    /** @param whole whether nothing follows the text; else its last line is left out */
+    /** @param whole whether nothing follows the text; else its last line, or word, is left out */
     Beginning(std::string_view text, bool whole);
 
     /** Whether the first line has so many words, all of which are whole numbers. */

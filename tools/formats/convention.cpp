@@ -9,13 +9,12 @@ std::string Convention::text() const {
 }
 
 std::string Convention::equation() const {
-    const std::string size = to_string(offset < 0 ? -offset : offset);
-    const std::string name = objective == "energy" ? "objective" : objective;
-    if (maximised)
-        return name + " = " + (offset == 0 ? "" : to_string(offset) + " ") +
-               (offset == 0 ? "-energy" : "- energy");
-    if (offset == 0) return name + " = energy";
-    return name + " = energy " + (offset < 0 ? "- " : "+ ") + size;
+    std::string text = (objective == "energy" ? "objective" : objective) + " = ";
+    if (maximised) return text + (offset == 0 ? "-energy" : to_string(offset) + " - energy");
+    text += "energy";
+    if (offset > 0) text += " + " + to_string(offset);
+    if (offset < 0) text += " - " + to_string(-offset);
+    return text;
 }
 
 }  // namespace orvex::cli

@@ -39,7 +39,8 @@ bool split(std::string_view word, Digits& number) {
     if (!any) return false;
     if (at == word.size()) return true;
     if (word[at] != 'e' && word[at] != 'E') return false;
-    if (++at < word.size() && word[at] == '+') ++at;
+    if (++at < word.size() && word[at] == '+' && ++at < word.size() && !is_digit(word[at]))
+        return false;
     int exponent = 0;
     const char* const end = word.data() + word.size();
     const auto [stop, error] = std::from_chars(word.data() + at, end, exponent);

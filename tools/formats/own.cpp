@@ -1,16 +1,18 @@
 // The system's own format: "n m smallest largest", then "i j weight" from index 0. It is read by
 // ModelFile, which puts its entries straight into a model.
 #include <algorithm>
+#include <cstdint>
 
 #include "formats/entries.hpp"
 
 namespace orvex::cli {
 namespace {
 
-/** Lines mean nothing, so a small file may also be known by how many numbers it has. */
+/** Lines mean nothing, so entries may follow in the first one, or a small file be known by its
+ * count. */
 bool may_be(const Beginning& beginning) {
     if (beginning.starts_with_numbers(4)) return true;
-    if (!beginning.whole) return false;
+    if (!beginning.whole) return beginning.has_words(0, 5, SIZE_MAX);
     long words = 0, second = -1;
     for (const auto& line : beginning.lines)
         for (const std::string_view word : line)

@@ -63,9 +63,10 @@ class Result:
     def __str__(self) -> str:
         bits = "".join(map(str, self.x[:64].astype(int).tolist()))
         more = f"... ({len(self.x)} bits)" if len(self.x) > 64 else ""
+        foreign = self.source is not None and self.source.format != "orvex"
         lines = {
             "energy": self.energy,
-            **({} if self.source is None else {"objective": self.objective}),
+            **({"objective": self.objective} if foreign else {}),
             "status": self.status,
             "found after": f"{self.history[-1][0]:.3f} s",
             "search": f"{self.timings['search']:.3f} s",
