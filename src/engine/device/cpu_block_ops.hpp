@@ -106,7 +106,7 @@ struct BLOCK_OPS {
      * Adds a listed row where `flipped` has its new delta already, and returns the lowest delta.
      * The lows of spans are kept, and taken anew where they are not known.
      */
-    D (*flipList)
+    D(*flipList)
     (const BLOCK_ARRAYS<D>&, const LIST_ENTRY<E>* begin, const LIST_ENTRY<E>* end, int flipped,
      std::int8_t sign, bool spans_known);
     D (*lowest)(const BLOCK_ARRAYS<D>&);
