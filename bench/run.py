@@ -28,7 +28,7 @@ PEERS = {
     "bifurcation": "simulated-bifurcation, discrete, 32 agents, 2000 steps a read",
 }
 INSTANCES = ["bqp1000-1", "bqp2500-1", "p3000.1", "G43", "K2000", "G22"]
-GROWTH_INSTANCES = ["bqp1000-1", "K2000", "G22", "G70"]
+GROWTH_INSTANCES = ["bqp1000-1", "bqp2500-1", "p3000.1", "G43"]
 
 
 def arguments():
@@ -71,31 +71,36 @@ def startup_table(args):
             f"{row['beside_ms']} |")
 
 
-def growth_table(args):
-    """Flips per second of whole runs on the first 1, 2, 4, ... processors."""
+def growth_table(args, best):
+    """Whole runs on the first 1, 2, 4, ... processors: flips per second, times to the best known."""
     processors = sorted(os.sched_getaffinity(0))
     counts = [2**i for i in range(len(processors).bit_length()) if 2**i < len(processors)]
     counts.append(len(processors))
-    lines = ["| instance | processors | Mflips/s | to one processor |", "| --- | --- | --- | --- |"]
+    lines = ["| instance | processors | Mflips/s | to one processor | median, s |",
+             "| --- | --- | --- | --- | --- |"]
     for instance in GROWTH_INSTANCES:
         speeds = []
         for count in counts:
-            result = json.loads(subprocess.run(
-                ["taskset", "-c", ",".join(map(str, processors[:count])),
-                 args.build / "tools/orvex", "solve", "--quiet", "--json", "--time-limit", "5",
-                 args.models / f"{instance}.qubo.gz"],
-                check=True, stdout=subprocess.PIPE, text=True).stdout)
+            first = ["taskset", "-c", ",".join(map(str, processors[:count]))]
+            result = solve(args, instance, 5, first)
             speeds.append(result["total_flips"] / result["kernel_time"] / 1e6)
+            times = summary([our_run(args, instance, best[instance], first)
+                             for _ in range(args.runs)])
             lines.append(f"| {instance} | {count} | {speeds[-1]:.2f} | "
-                         f"{speeds[-1] / speeds[0]:.2f} |")
+                         f"{speeds[-1] / speeds[0]:.2f} | "
+                         f"{seconds_text(times['median'], args.limit)} |")
     return "\n".join(lines)
 
 
-def our_run(args, instance, target):
-    result = json.loads(subprocess.run(
-        [args.build / "tools/orvex", "solve", "--quiet", "--json", "--target", str(target),
-         "--time-limit", str(args.limit), args.models / f"{instance}.qubo.gz"],
+def solve(args, instance, limit, command=(), options=()):
+    return json.loads(subprocess.run(
+        [*command, args.build / "tools/orvex", "solve", "--quiet", "--json", "--time-limit",
+         str(limit), *options, args.models / f"{instance}.qubo.gz"],
         check=True, stdout=subprocess.PIPE, text=True).stdout)
+
+
+def our_run(args, instance, target, command=()):
+    result = solve(args, instance, args.limit, command, ["--target", str(target)])
     return {"reached": result["target_reached"], "seconds": result["tts"],
             "energy": result["energy"]}
 
@@ -153,12 +158,13 @@ def flips_table(rows):
     return "\n".join(lines)
 
 
-PLOT = """
+PLOTS = """
 import json, sys
 import matplotlib
 matplotlib.use("svg")
 import matplotlib.pyplot as plot
 data = json.load(sys.stdin)
+
 figure, axes = plot.subplots(figsize=(8, 4))
 solvers = list(dict.fromkeys(entry["solver"] for entry in data["times"]))
 instances = list(dict.fromkeys(entry["instance"] for entry in data["times"]))
@@ -173,16 +179,32 @@ axes.set_xticks([x + 0.3 for x in range(len(instances))], instances)
 axes.set_ylabel("median seconds to the best known energy")
 axes.legend()
 figure.tight_layout()
-figure.savefig(data["file"], metadata={"Date": None})
+figure.savefig(data["folder"] + "/times.svg", metadata={"Date": None})
+
+figure, sides = plot.subplots(1, 2, figsize=(8, 4), sharey=True)
+for axes, rows in zip(sides, ("8-bit", "sparse")):
+    of_form = [row for row in data["flips"] if row["rows"] == rows]
+    for rule in dict.fromkeys(row["rule"] for row in of_form):
+        points = [row for row in of_form if row["rule"] == rule]
+        axes.plot([int(row["n"]) for row in points], [float(row["ns_per_flip"]) for row in points],
+                  marker="o", label=rule)
+    points = [row for row in of_form if row["rule"] == of_form[0]["rule"]]
+    axes.plot([int(row["n"]) for row in points], [float(row["limit_ns"]) for row in points],
+              color="grey", linestyle="--", label="limit")
+    axes.set(xscale="log", yscale="log", xlabel="variables", title=rows + " rows")
+sides[0].set_ylabel("nanoseconds a flip")
+sides[0].legend()
+figure.tight_layout()
+figure.savefig(data["folder"] + "/flips.svg", metadata={"Date": None})
 """
 
 
-def plot_times(args, python, times):
+def write_plots(args, python, times, flip_rows):
     entries = [{"instance": instance, "solver": solver, "median": min(s["median"], 1e9)}
                for (instance, solver), s in times.items()]
-    file = args.write.with_name("times.svg")
-    subprocess.run([python, "-c", PLOT], check=True, text=True,
-                   input=json.dumps({"times": entries, "limit": args.limit, "file": str(file)}))
+    subprocess.run([python, "-c", PLOTS], check=True, text=True,
+                   input=json.dumps({"times": entries, "limit": args.limit, "flips": flip_rows,
+                                     "folder": str(args.write.parent)}))
 
 
 def write_section(path, name, text):
@@ -209,11 +231,12 @@ def main():
             print(round_number, instance, solver, run, file=sys.stderr, flush=True)
     times = {key: summary(results) for key, results in runs.items()}
     write_section(args.write, "times", times_table(args, times))
-    plot_times(args, python, times)
-    write_section(args.write, "flips", flips_table(flips(args, args.sizes)))
+    flip_rows = flips(args, args.sizes)
+    write_section(args.write, "flips", flips_table(flip_rows))
+    write_plots(args, python, times, flip_rows)
     write_section(args.write, "sets",
                   flips_table(flips(args, "1024", "0,1,2,3,4", "8-bit,sparse", "all")))
-    write_section(args.write, "growth", growth_table(args))
+    write_section(args.write, "growth", growth_table(args, best))
     write_section(args.write, "startup", startup_table(args))
 
 
