@@ -1,0 +1,168 @@
+// How a CPU block meets its island: it enters the launch, takes instances from the send ring and
+// hands results in at the receive ring. The words that blocks share are touched here alone.
+#include <algorithm>
+#include <thread>
+
+#include "engine/device/cpu_block.hpp"
+#include "engine/device/formulas.hpp"
+#include "platform/cpu/signal.hpp"
+
+namespace orvex::device {
+
+namespace {
+
+// Words of DeviceState that blocks share. They lie in device memory as plain words, since the host
+// copies the record as a whole.
+template <class X>
+X load_relaxed(const X& word) {
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+class SPIN_GUARD {
+  public:
+    explicit SPIN_GUARD(int& word) : word_(word) {
+        while (__atomic_exchange_n(&word_, 1, __ATOMIC_ACQUIRE) != 0)
+            std::this_thread::yield();
+    }
+    ~SPIN_GUARD() { __atomic_store_n(&word_, 0, __ATOMIC_RELEASE); }
+    SPIN_GUARD(const SPIN_GUARD&) = delete;
+    SPIN_GUARD& operator=(const SPIN_GUARD&) = delete;
+
+  private:
+    int& word_;
+};
+
+/**
+ * The back-off exponent at which a wait of that many nanoseconds ends, if the i-th pause from 0
+ * lasts 2^(i + 4) nanoseconds and the exponent stops rising at 26.
+ */
+std::int16_t wait_exponent_of(std::uint64_t waited) {
+    std::int16_t exponent = 0;
+    for (std::uint64_t pauses = 0; pauses < waited && exponent < 26; ++exponent)
+        pauses += std::uint64_t{1} << (exponent + 4);
+    return exponent;
+}
+
+}  // namespace
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::enter() {
+    // Blocks are made one after the other by the launching thread, before any of them runs.
+    DeviceState& state = *launch_.device_state;
+    record.best_time = global_timer();
+    record.block_sequence = state.block_count;
+    record.island =
+        launch_.islands_per_gpu == 0
+            ? 0
+            : static_cast<std::uint8_t>(record.block_sequence % launch_.islands_per_gpu);
+    record.model_size = launch_.model_size;
+    if (record.block_sequence == 0) state.start_time = global_timer();
+    state.block_count = record.block_sequence + 1;
+}
+
+template <class E, class D>
+unsigned char* CPU_BLOCK<E, D>::slot(unsigned ring, std::uint32_t ticket) const {
+    const std::size_t first =
+        static_cast<std::size_t>(2 * record.island + ring) * launch_.ring_size;
+    return launch_.rings + (first + ticket % launch_.ring_size) * instance_bytes(launch_.size);
+}
+
+template <class E, class D>
+INST_TAIL& CPU_BLOCK<E, D>::tail(unsigned char* slot) const {
+    return *reinterpret_cast<INST_TAIL*>(slot + launch_.size / 8 + 8);
+}
+
+template <class E, class D>
+typename CPU_BLOCK<E, D>::TAKEN CPU_BLOCK<E, D>::takeInstance() {
+    DeviceState& state = *launch_.device_state;
+    int& counter = state.state_c[2 * record.island];
+    const auto sequence_at = [&](int ticket) {
+        return __atomic_load_n(&tail(slot(0, static_cast<std::uint32_t>(ticket))).ticket,
+                               __ATOMIC_ACQUIRE);
+    };
+    const auto ready = [&](int ticket) {
+        const std::int64_t sequence = sequence_at(ticket);
+        return sequence == STOP_TICKET ||
+               sequence == static_cast<std::int64_t>(static_cast<std::uint32_t>(ticket) + 1);
+    };
+    const auto nothing = [&] {
+        if (waits_since_ == 0) waits_since_ = global_timer();
+        return TAKEN::NOTHING;
+    };
+
+    if (!ready(load_relaxed(counter))) return nothing();
+    const SPIN_GUARD guard(state.state_a[record.island]);
+    const int ticket = load_relaxed(counter);
+    if (!ready(ticket)) return nothing();
+    __atomic_store_n(&counter, wrapping_add(ticket, 1), __ATOMIC_RELAXED);
+    if (sequence_at(ticket) == STOP_TICKET) return TAKEN::STOP_MARK;
+    record.wait_exponent =
+        waits_since_ == 0 ? std::int16_t{0} : wait_exponent_of(global_timer() - waits_since_);
+    waits_since_ = 0;
+    readInstance(slot(0, static_cast<std::uint32_t>(ticket)));
+    return TAKEN::INSTANCE;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::readInstance(unsigned char* slot) {
+    const SHAPE& shape = arrays_.shape;
+    const std::uint64_t* words = reinterpret_cast<const std::uint64_t*>(slot + 8);
+    for (int t = 0, j = 0; t < shape.threads; ++t)
+        for (int c = 0; c < shape.own; ++c, ++j)
+            target_[c * shape.threads + t] =
+                static_cast<std::int8_t>(-static_cast<int>(words[j / 64] >> (j % 64) & 1));
+    for (int p = 0; p < shape.size; ++p)
+        arrays_.differs[p] = static_cast<std::int8_t>(target_[p] ^ arrays_.ones[p]);
+
+    const INST_TAIL& sent = tail(slot);
+    record.type = {sent.inst, sent.algorithm, sent.param, sent.flag};
+    record.generation = sent.generation;
+    record.flip_budget = sent.cycles;
+    record.steps = sent.annealing;
+    record.step = 0;
+    record.flips = 0;
+}
+
+template <class E, class D>
+void CPU_BLOCK<E, D>::handIn() {
+    DeviceState& state = *launch_.device_state;
+    std::uint32_t ticket;
+    {
+        const SPIN_GUARD guard(state.state_b[record.island]);
+        int& counter = state.state_c[2 * record.island + 1];
+        ticket = static_cast<std::uint32_t>(counter);
+        counter = wrapping_add(counter, 1);
+    }
+    unsigned char* result = slot(1, ticket);
+    *reinterpret_cast<std::int64_t*>(result) = record.best_energy;
+    const SHAPE& shape = arrays_.shape;
+    std::uint64_t* words = reinterpret_cast<std::uint64_t*>(result + 8);
+    std::fill_n(words, shape.size / 64, std::uint64_t{0});
+    for (int t = 0, j = 0; t < shape.threads; ++t)
+        for (int c = 0; c < shape.own; ++c, ++j)
+            words[j / 64] |= static_cast<std::uint64_t>(best_[c * shape.threads + t] & 1)
+                             << (j % 64);
+
+    INST_TAIL& out = tail(result);
+    const std::uint64_t start = state.start_time;
+    out.found_time =
+        record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);
+    out.cycles = record.flips;
+    out.inst = record.type.inst;
+    out.algorithm = record.type.A;
+    out.param = record.type.param;
+    out.flag = record.type.flag;
+    out.generation = record.generation;
+    out.wait_exponent = record.wait_exponent;
+    out.block = static_cast<std::int16_t>(record.block_sequence);
+    out.overflow = record.overflow;
+    record.done_generation = record.generation;
+    __atomic_store_n(&out.ticket, static_cast<std::int64_t>(ticket + 1), __ATOMIC_RELEASE);
+    platform::block_wrote(&out.ticket).notify();
+}
+
+template class CPU_BLOCK<std::int32_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t>;
+template class CPU_BLOCK<std::int64_t, std::int64_t>;
+
+}  // namespace orvex::device
