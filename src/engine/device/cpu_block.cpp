@@ -210,10 +210,7 @@ void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_down) {
                 surveyed_ = SURVEY_FOR::NOTHING;
                 return;
             }
-            for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry) {
-                const E flags = arrays_.ones[entry->place] ^ sign;
-                delta[entry->place] += (entry->value ^ flags) - flags;
-            }
+            addList(arrays_, begin, end, sign);
             spans_known_ = false;
             break;
         }

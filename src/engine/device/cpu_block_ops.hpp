@@ -47,6 +47,16 @@ constexpr bool touches_few_spans(std::ptrdiff_t elements, int size) {
     return (elements + 1) * 2 * SPAN * 16 <= size;  // vectors have up to 16 deltas
 }
 
+/** Adds a listed row to the deltas; `sign` is as in BLOCK_OPS::addRow. */
+template <class E, class D>
+void addList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin, const LIST_ENTRY<E>* end,
+             std::int8_t sign) {
+    for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry) {
+        const E flags = block.ones[entry->place] ^ sign;
+        block.delta[entry->place] += (entry->value ^ flags) - flags;
+    }
+}
+
 /** Lowest and highest of the free deltas that are not the maximum of D. */
 template <class D>
 struct DELTA_RANGE {

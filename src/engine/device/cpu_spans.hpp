@@ -37,10 +37,7 @@ D flipList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin, const LIST_
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     const int spans = (block.shape.size + SPAN * step - 1) / (SPAN * step);
-    for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry) {
-        const E flags = block.ones[entry->place] ^ sign;
-        block.delta[entry->place] += (entry->value ^ flags) - flags;
-    }
+    addList(block, begin, end, sign);
     if (spans_known) {
         takeSpan(lanes, block, flipped / (SPAN * step));
         for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry)
