@@ -84,6 +84,7 @@ struct MODEL {
 };
 
 /** A block with one island's rings, to which instances are sent one at a time. */
+template <class N>
 class LAUNCH {
   public:
     static constexpr unsigned RING = 4;
@@ -100,7 +101,7 @@ class LAUNCH {
         state_.state_b = locks_ + 1;
         state_.state_c = counters_;
         block_ =
-            std::make_unique<CPU_BLOCK<E, D>>(0, CPU_LAUNCH<E>{.size = size_,
+            std::make_unique<CPU_BLOCK<E, D, N>>(0, CPU_LAUNCH<E>{.size = size_,
                                                                .seeds = seeds_.data(),
                                                                .weights = model.weights.data(),
                                                                .diagonal = model.diagonal.data(),
@@ -125,12 +126,12 @@ class LAUNCH {
         tail.algorithm = static_cast<std::int8_t>(rule);
         tail.generation = 1;
         tail.ticket = ++sent_;
-        if (block_->takeInstance() != CPU_BLOCK<E, D>::TAKEN::INSTANCE || !runInstance(*block_))
+        if (block_->takeInstance() != CPU_BLOCK<E, D, N>::TAKEN::INSTANCE || !runInstance(*block_))
             std::abort();
         return block_->record.flips;
     }
 
-    const CPU_BLOCK<E, D>& block() const { return *block_; }
+    const CPU_BLOCK<E, D, N>& block() const { return *block_; }
 
   private:
     int size_;
@@ -143,24 +144,25 @@ class LAUNCH {
     int counters_[2] = {};
     std::mt19937_64 draw_{3};
     std::int64_t sent_ = 0;
-    std::unique_ptr<CPU_BLOCK<E, D>> block_;
+    std::unique_ptr<CPU_BLOCK<E, D, N>> block_;
 };
 
 /** Nanoseconds of a flip that does nothing but add a random row and look up the lowest delta. */
-double limit_round(const CPU_BLOCK<E, D>& block, const MODEL& model, const CPU_ROWS<E>& rows) {
-    BLOCK_ARRAYS<D> arrays = block.arrays();
-    std::vector<D> delta(arrays.delta, arrays.delta + arrays.shape.size);
-    D* const aligned = static_cast<D*>(std::aligned_alloc(64, delta.size() * sizeof(D)));
+template <class N>
+double limit_round(const CPU_BLOCK<E, D, N>& block, const MODEL& model, const CPU_ROWS<E>& rows) {
+    BLOCK_ARRAYS<N> arrays = block.arrays();
+    std::vector<N> delta(arrays.delta, arrays.delta + arrays.shape.size);
+    N* const aligned = static_cast<N*>(std::aligned_alloc(64, delta.size() * sizeof(N)));
     std::copy(delta.begin(), delta.end(), aligned);
     arrays.delta = aligned;
-    const BLOCK_OPS<E, D> ops = block_ops<E, D>();
+    const BLOCK_OPS<E, N> ops = block_ops<E, N>();
     const auto sweep = rows.form() == ROW_FORM::BYTES   ? ops.byte_rows.nothing
                        : rows.form() == ROW_FORM::WORDS ? ops.word_rows.nothing
                        : rows.form() == ROW_FORM::LISTS ? ops.summed.nothing
                                                         : ops.record_rows.nothing;
     std::mt19937 draw(5);
     long flips = 0;
-    volatile D sink = 0;
+    volatile N sink = 0;
     const auto start = CLOCK::now();
     double seconds = 0;
     do {
@@ -169,7 +171,7 @@ double limit_round(const CPU_BLOCK<E, D>& block, const MODEL& model, const CPU_R
             const std::int8_t sign = i & 1 ? -1 : 0;
             if (rows.form() == ROW_FORM::LISTS)
                 for (auto entry = rows.begin(bit); entry != rows.end(bit); ++entry)
-                    aligned[entry->place] += (entry->value ^ sign) - sign;
+                    aligned[entry->place] += static_cast<N>((entry->value ^ sign) - sign);
             sink =
                 sweep(arrays, rows.form() == ROW_FORM::LISTS ? nullptr : rows.row(bit), sign).low;
         }
@@ -179,7 +181,8 @@ double limit_round(const CPU_BLOCK<E, D>& block, const MODEL& model, const CPU_R
     return seconds * 1e9 / static_cast<double>(flips);
 }
 
-double search_round(LAUNCH& launch, int n, int rule) {
+template <class N>
+double search_round(LAUNCH<N>& launch, int n, int rule) {
     const std::uint32_t steps = static_cast<std::uint32_t>(std::max(n / 5, 1));
     double flips = 0;
     const auto start = CLOCK::now();
@@ -213,21 +216,32 @@ std::vector<std::int64_t> instruction_sets(bool all) {
     return sets;
 }
 
-void measure(MODEL& model, const char* kind, ROW_FORM form, const std::vector<int>& rules) {
-    const CPU_ROWS<E> rows(model.weights.data(), model.shape.size, form);
-    LAUNCH launch(model, rows);
+template <class N>
+void measure(const MODEL& model, const char* kind, const CPU_ROWS<E>& rows,
+             const std::vector<int>& rules) {
+    LAUNCH<N> launch(model, rows);
     for (int rule : rules) {
         std::vector<double> search, limit;
         for (int round = 0; round < ROUNDS; ++round) {
             limit.push_back(limit_round(launch.block(), model, rows));
             search.push_back(search_round(launch, model.n, rule));
         }
-        std::printf("%d,%s,%s,%s,%s,%.1f,%.1f,%.2f\n", model.n, kind, form_name(form, 32),
+        std::printf("%d,%s,%s,%d,%s,%s,%.1f,%.1f,%.2f\n", model.n, kind,
+                    form_name(rows.form(), 32), static_cast<int>(8 * sizeof(N)),
                     hwy::TargetName(hwy::SupportedTargets() & -hwy::SupportedTargets()),
                     RULE_NAMES[rule], median(search), median(limit),
                     median(search) / median(limit));
         std::fflush(stdout);
     }
+}
+
+/** With the deltas that a launch would take. */
+void measure(const MODEL& model, const char* kind, ROW_FORM form, const std::vector<int>& rules) {
+    const CPU_ROWS<E> rows(model.weights.data(), model.shape.size, form);
+    if (rows.survey().delta_bits(form, model.shape.size, 32) == 16)
+        measure<std::int16_t>(model, kind, rows, rules);
+    else
+        measure<std::int32_t>(model, kind, rows, rules);
 }
 
 }  // namespace
@@ -240,15 +254,17 @@ int main(int argc, char** argv) {
         return std::count(forms.begin(), forms.end(), form_name(form, 32)) != 0;
     };
     const bool all_sets = argc > 4 && std::strcmp(argv[4], "all") == 0;
-    std::puts("n,model,rows,instructions,rule,ns_per_flip,limit_ns,ratio");
+    std::puts("n,model,rows,deltas,instructions,rule,ns_per_flip,limit_ns,ratio");
     for (int n : sizes) {
         MODEL dense(n, 1.0, 100);
+        MODEL unit(n, 1.0, 1);
         MODEL sparse(n, n <= 2000 ? 0.01 : 4.0 / n, 1);
         for (std::int64_t set : instruction_sets(all_sets)) {
             hwy::SetSupportedTargetsForTest(set);
             hwy::GetChosenTarget().Update(hwy::SupportedTargets());
             for (ROW_FORM form : {ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::RECORD})
                 if (wanted(form)) measure(dense, "dense", form, rules);
+            if (wanted(ROW_FORM::BYTES)) measure(unit, "unit", ROW_FORM::BYTES, rules);
             if (wanted(ROW_FORM::LISTS)) measure(sparse, "sparse", ROW_FORM::LISTS, rules);
         }
     }

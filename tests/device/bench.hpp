@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -19,13 +20,15 @@
 
 namespace orvex::device::test {
 
-/** The two widths of a block's type. */
+/** The widths of a block's type. */
 template <class BLOCK>
 struct WIDTHS_OF;
-template <template <class, class> class BLOCK, class E, class D>
-struct WIDTHS_OF<BLOCK<E, D>> {
+template <template <class...> class BLOCK, class E, class D, class... N>
+struct WIDTHS_OF<BLOCK<E, D, N...>> {
     using ELEMENT_TYPE = E;
     using ARITHMETIC = D;
+    /** What the deltas are kept in; not every block has a choice of it. */
+    using DELTA = std::tuple_element_t<0, std::tuple<N..., D>>;
 };
 
 /** Seeds of a block; thread 0's is 0, which the block has to replace. */
@@ -169,15 +172,22 @@ struct NAMES {
     static std::string GetName(int) {
         using E = typename WIDTHS_OF<BLOCK>::ELEMENT_TYPE;
         using D = typename WIDTHS_OF<BLOCK>::ARITHMETIC;
+        using N = typename WIDTHS_OF<BLOCK>::DELTA;
         const bool plain = std::is_same_v<BLOCK, REFERENCE_BLOCK<E, D>>;
         return (plain ? "Plain_" : "Cpu_") + std::to_string(8 * sizeof(E)) + "_" +
-               std::to_string(8 * sizeof(D));
+               std::to_string(8 * sizeof(D)) +
+               (sizeof(N) == sizeof(D) ? "" : "_in_" + std::to_string(8 * sizeof(N)));
     }
 };
 
 using CPU_BLOCKS =
     ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>,
                      CPU_BLOCK<std::int64_t, std::int64_t>>;
+
+/** Blocks that keep 16-bit deltas, for models whose rows add up to little. */
+using BLOCKS_OF_16_BIT_DELTAS =
+    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>,
+                     CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>>;
 
 /** The examples of a block's behaviour run over all of these. */
 using ALL_BLOCKS = ::testing::Types<

@@ -54,6 +54,41 @@ TEST(RowForms, TheReachOfWideElementsIsNeverTooSmall) {
               std::numeric_limits<std::uint64_t>::max());
 }
 
+TEST(RowForms, DeltasAreAsNarrowAsTheLargestRowAllows) {
+    ROW_SURVEY survey;
+    survey.reach = CALM_REACH<std::int16_t> - 1;
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::BYTES, 128, 64), 16);
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::LISTS, 192, 64), 32) << "not whole groups of vectors";
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::RECORD, 128, 64), 32) << "rows of 32-bit elements";
+    survey.reach = CALM_REACH<std::int16_t>;
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::BYTES, 128, 64), 32);
+    survey.reach = CALM_REACH<std::int32_t> - 1;
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::WORDS, 128, 64), 32);
+    survey.reach = CALM_REACH<std::int32_t>;
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::WORDS, 128, 64), 64);
+    EXPECT_EQ(survey.delta_bits(ROW_FORM::WORDS, 128, 32), 32);
+}
+
+template <class D, class N>
+bool blockKeepsDeltasIn(ELEMENT element) {
+    TEST_MODEL<std::int32_t> model(128, std::move(element));
+    model.needAllRows();
+    const CPU_ROWS<std::int32_t> rows(model.weights(), 128);
+    TEST_RINGS rings(128, 1, 4);
+    const std::vector<unsigned long> seeds = seedsFor(1, model.shape.threads);
+    const auto block = make_block<std::int32_t, D>(0, rings.launch(model, seeds, &rows));
+    return dynamic_cast<CPU_BLOCK<std::int32_t, D, N>*>(block.get()) != nullptr;
+}
+
+TEST(RowForms, ALaunchMakesTheBlockOfTheNarrowestDeltas) {
+    using std::int16_t, std::int32_t, std::int64_t;
+    EXPECT_TRUE((blockKeepsDeltasIn<int32_t, int16_t>(ties(1))));
+    EXPECT_TRUE((blockKeepsDeltasIn<int32_t, int32_t>(dense(1, 100, 120))));
+    EXPECT_TRUE((blockKeepsDeltasIn<int64_t, int16_t>(ties(1))));
+    EXPECT_TRUE((blockKeepsDeltasIn<int64_t, int32_t>(dense(1, 100, 120))));
+    EXPECT_TRUE((blockKeepsDeltasIn<int64_t, int64_t>(dense(1, 1 << 28, 1 << 29))));
+}
+
 // ---- the contents --------------------------------------------------------------------------
 
 TEST(RowForms, ARowHoldsTheElementsInRowOrderButItsOwn) {
@@ -99,7 +134,12 @@ class ROW_FORMS_TEST : public BLOCK_TEST<BLOCK> {
             play(model, form, instances, max_steps);
     }
 };
-TYPED_TEST_SUITE(ROW_FORMS_TEST, CPU_BLOCKS, NAMES);
+
+using BLOCKS_OF_WIDE_DELTAS =
+    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>,
+                     CPU_BLOCK<std::int64_t, std::int64_t>,
+                     CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>>;
+TYPED_TEST_SUITE(ROW_FORMS_TEST, BLOCKS_OF_WIDE_DELTAS, NAMES);
 
 TYPED_TEST(ROW_FORMS_TEST, DenseModels) {
     for (int size : {64, 192, 384}) {
@@ -120,20 +160,26 @@ TYPED_TEST(ROW_FORMS_TEST, SparseModelsSmallerThanTheirBand) {
     this->playAllForms(model, 4, 100);
 }
 
+/** A twentieth of the rows at least touch few spans, and as many do not. */
+template <class DELTA>
+void expectFewAndSomeNeighbours(int size, const ELEMENT& couplings) {
+    int few = 0;
+    for (int i = 0; i < size; ++i) {
+        int neighbours = 0;
+        for (int j = 0; j < size; ++j)
+            neighbours += i != j && couplings(std::min(i, j), std::max(i, j)) != 0;
+        few += touches_few_spans<DELTA>(neighbours, size);
+    }
+    ASSERT_GT(few, size / 20);
+    ASSERT_LT(few, size * 19 / 20);
+}
+
 /** Flips of rows with few elements keep the lows of spans, others and other rules lose them. */
 TYPED_TEST(ROW_FORMS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
     constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
     const ELEMENT couplings = sparse(7, 1000, 100);
     typename TestFixture::MODEL model(SIZE, couplings);
-    int few = 0;
-    for (int i = 0; i < SIZE; ++i) {
-        int neighbours = 0;
-        for (int j = 0; j < SIZE; ++j)
-            neighbours += i != j && couplings(std::min(i, j), std::max(i, j)) != 0;
-        few += touches_few_spans(neighbours, SIZE);
-    }
-    ASSERT_GT(few, SIZE / 4);
-    ASSERT_LT(few, SIZE * 19 / 20);
+    expectFewAndSomeNeighbours<typename WIDTHS_OF<TypeParam>::DELTA>(SIZE, couplings);
     this->play(model, ROW_FORM::LISTS, 2, 60, 300);
 }
 
@@ -149,17 +195,82 @@ TYPED_TEST(ROW_FORMS_TEST, WideElementsFromTheRecord) {
     this->play(words, ROW_FORM::WORDS, 8, 200);
 }
 
+template <class BLOCK>
+class TESTED_SUMS_TEST : public ROW_FORMS_TEST<BLOCK> {};
+TYPED_TEST_SUITE(TESTED_SUMS_TEST, CPU_BLOCKS, NAMES);
+
 /** Rows whose sums might leave the range are read from the record and tested, whatever the form. */
-TYPED_TEST(ROW_FORMS_TEST, SumsThatMightLeaveTheRangeAreTested) {
+TYPED_TEST(TESTED_SUMS_TEST, SumsThatMightLeaveTheRangeAreTested) {
     using WIDTHS = WIDTHS_OF<TypeParam>;
     using ELEMENT_OF = typename WIDTHS::ELEMENT_TYPE;
-    using DELTA = typename WIDTHS::ARITHMETIC;
+    using DELTA = typename WIDTHS::DELTA;
     const std::int64_t limit = sizeof(ELEMENT_OF) == 8 ? std::int64_t{1} << 58 : 1 << 26;
     typename TestFixture::MODEL model(128, dense(7, -limit, limit));
     model.needAllRows();
     const CPU_ROWS<ELEMENT_OF> rows(model.weights(), 128);
     EXPECT_EQ(rows.survey().reach<CALM_REACH<DELTA>, sizeof(DELTA)> sizeof(ELEMENT_OF));
     this->play(model, ROW_FORM::RECORD, 8, 200);
+}
+
+// ---- searches with deltas of 16 bits -------------------------------------------------------
+
+template <class BLOCK>
+class NARROW_DELTAS_TEST : public ROW_FORMS_TEST<BLOCK> {
+  public:
+    using MODEL = typename BLOCK_TEST<BLOCK>::MODEL;
+
+    static void playAllForms(MODEL& model, int instances, std::uint32_t max_steps) {
+        for (ROW_FORM form : {ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::LISTS})
+            ROW_FORMS_TEST<BLOCK>::play(model, form, instances, max_steps);
+    }
+};
+TYPED_TEST_SUITE(NARROW_DELTAS_TEST, BLOCKS_OF_16_BIT_DELTAS, NAMES);
+
+TYPED_TEST(NARROW_DELTAS_TEST, DenseModels) {
+    for (int size : {128, 256, 384}) {
+        typename TestFixture::MODEL model(size, dense(1, -20, 20));
+        this->playAllForms(model, 3, 100);
+    }
+}
+
+TYPED_TEST(NARROW_DELTAS_TEST, ModelsInWhichNearlyEverythingTies) {
+    for (int size : {128, 640}) {
+        typename TestFixture::MODEL model(size, ties(3));
+        this->playAllForms(model, 4, 100);
+    }
+}
+
+TYPED_TEST(NARROW_DELTAS_TEST, SparseModelsSmallerThanTheirBand) {
+    typename TestFixture::MODEL model(384, 300, sparse(2, 30, 100));
+    this->playAllForms(model, 4, 100);
+}
+
+TYPED_TEST(NARROW_DELTAS_TEST, DeltasNearTheEndOfTheirRange) {
+    typename TestFixture::MODEL model(128, [](int i, int j) {
+        return i == j ? -64 : i - j - 1 < -64 ? 63 : -63;
+    });
+    model.needAllRows();
+    const std::uint64_t reach = CPU_ROWS<std::int32_t>(model.weights(), 128).survey().reach;
+    ASSERT_LT(reach, CALM_REACH<std::int16_t>);
+    ASSERT_GT(reach, CALM_REACH<std::int16_t> * 9 / 10);
+    this->playAllForms(model, 4, 100);
+}
+
+TYPED_TEST(NARROW_DELTAS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
+    constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
+    const ELEMENT couplings = sparse(7, 2000, 100);
+    typename TestFixture::MODEL model(SIZE, couplings);
+    expectFewAndSomeNeighbours<std::int16_t>(SIZE, couplings);
+    this->play(model, ROW_FORM::LISTS, 2, 60, 300);
+}
+
+TYPED_TEST(NARROW_DELTAS_TEST, BandsWithManyBitsPerThread) {
+    // As shallow(), with rows that add up to less.
+    typename TestFixture::MODEL model(5120, [](int i, int j) {
+        if (i != j) return within(mixed(4, i, j), -1, 2);
+        return mixed(4, i, i) % 512 == 0 ? std::int64_t{-7} : within(mixed(4, i, i), 4, 15);
+    });
+    this->play(model, ROW_FORM::BYTES, 1, 20, 5);
 }
 
 }  // namespace

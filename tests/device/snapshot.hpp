@@ -15,24 +15,24 @@ namespace orvex::device::test {
 
 // ---- a block by bits -----------------------------------------------------------------------
 
-template <class E, class D>
-D& deltaOf(CPU_BLOCK<E, D>& block, int bit) {
+template <class E, class D, class N>
+N& deltaOf(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.arrays().delta[block.arrays().shape.place(bit)];
 }
-template <class E, class D>
-std::uint8_t& tabuOf(CPU_BLOCK<E, D>& block, int bit) {
+template <class E, class D, class N>
+std::uint8_t& tabuOf(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.arrays().tabu[block.arrays().shape.place(bit)];
 }
-template <class E, class D>
-bool isOne(CPU_BLOCK<E, D>& block, int bit) {
+template <class E, class D, class N>
+bool isOne(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.arrays().ones[block.arrays().shape.place(bit)] != 0;
 }
-template <class E, class D>
-bool isOneInBest(CPU_BLOCK<E, D>& block, int bit) {
+template <class E, class D, class N>
+bool isOneInBest(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.best()[block.arrays().shape.place(bit)] != 0;
 }
-template <class E, class D>
-unsigned long& generatorOf(CPU_BLOCK<E, D>& block, int thread) {
+template <class E, class D, class N>
+unsigned long& generatorOf(CPU_BLOCK<E, D, N>& block, int thread) {
     return block.arrays().generators[thread];
 }
 

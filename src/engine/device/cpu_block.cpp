@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "engine/device/cycle.hpp"
@@ -35,14 +36,14 @@ class ARENA {
     unsigned char* next_;
 };
 
-template <class D>
+template <class N>
 std::size_t arena_bytes(const SHAPE& shape) {
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t threads = static_cast<std::size_t>(shape.threads);
-    return lines(size * sizeof(D)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
+    return lines(size * sizeof(N)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
            3 * lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
-           lines((size + 1) * sizeof(std::uint16_t)) + lines(size / GROUP * sizeof(D)) +
-           lines(size / SPAN * sizeof(D) + LINE);
+           lines((size + 1) * sizeof(std::uint16_t)) + lines(size / GROUP * sizeof(N)) +
+           lines(size / SPAN * sizeof(N) + LINE);
 }
 
 unsigned char* allocate_block(std::size_t bytes) {
@@ -68,16 +69,16 @@ std::uint64_t global_timer() {
 
 // ---- its making, its life ------------------------------------------------------------------
 
-template <class E, class D>
-CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
+template <class E, class D, class N>
+CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     : launch_(launch),
-      ops_(block_ops<E, D>()),
-      memory_(allocate_block(arena_bytes<D>(SHAPE(launch.size))), &std::free),
+      ops_(block_ops<E, N>()),
+      memory_(allocate_block(arena_bytes<N>(SHAPE(launch.size))), &std::free),
       arrays_{.shape = SHAPE(launch.size)} {
     const std::size_t size = static_cast<std::size_t>(launch.size);
     const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
     ARENA arena(memory_.get());
-    arrays_.delta = arena.take<D>(size);
+    arrays_.delta = arena.take<N>(size);
     arrays_.ones = arena.take<std::int8_t>(size);
     arrays_.differs = arena.take<std::int8_t>(size);
     arrays_.tabu = arena.take<std::uint8_t>(size);
@@ -89,9 +90,9 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_.estimates = arena.take<float>(threads);
     arrays_.drawing = arena.take<std::uint16_t>(threads + 1);
     arrays_.vectors = arena.take<std::uint16_t>(size + 1);
-    arrays_.group_low = arena.take<D>(size / GROUP);
-    arrays_.span_low = arena.take<D>(size / SPAN + LINE / sizeof(D));
-    calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<D>;
+    arrays_.group_low = arena.take<N>(size / GROUP);
+    arrays_.span_low = arena.take<N>(size / SPAN + LINE / sizeof(N));
+    calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<N>;
 
     const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
     for (std::size_t t = 0; t < threads; ++t)
@@ -100,8 +101,8 @@ CPU_BLOCK<E, D>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     reset();
 }
 
-template <class E, class D>
-platform::BLOCK_TASK::OUTCOME CPU_BLOCK<E, D>::advance() {
+template <class E, class D, class N>
+platform::BLOCK_TASK::OUTCOME CPU_BLOCK<E, D, N>::advance() {
     if (killed()) return OUTCOME::LEFT;
     switch (takeInstance()) {
         case TAKEN::NOTHING:
@@ -114,38 +115,38 @@ platform::BLOCK_TASK::OUTCOME CPU_BLOCK<E, D>::advance() {
     return !killed() && runInstance(*this) ? OUTCOME::WORKED : OUTCOME::LEFT;
 }
 
-template <class E, class D>
-bool CPU_BLOCK<E, D>::killed() const {
+template <class E, class D, class N>
+bool CPU_BLOCK<E, D, N>::killed() const {
     return __atomic_load_n(&launch_.device_state->kill, __ATOMIC_RELAXED) != 0;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::reportWrongType() const {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::reportWrongType() const {
     for (int t = 0; t < arrays_.shape.threads; ++t)
         std::printf("Type.A=%d\n", record.type.A);
 }
 
 // ---- solutions and their bests -------------------------------------------------------------
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::forgetBest() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::forgetBest() {
     std::fill_n(best_, arrays_.shape.size, std::int8_t{0});
     record.best_energy = 0;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::keepCurrent() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::keepCurrent() {
     std::copy_n(arrays_.ones, arrays_.shape.size, best_);
     record.best_energy = 0;
     record.best_time = global_timer();
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::reset() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::reset() {
     record.energy = 0;
     wide_ = false;
     for (int p = 0; p < arrays_.shape.size; ++p) {
-        arrays_.delta[p] = launch_.diagonal[p];
+        arrays_.delta[p] = static_cast<N>(launch_.diagonal[p]);
         arrays_.ones[p] = 0;
         arrays_.differs[p] = target_[p];
         arrays_.tabu[p] = 0;
@@ -156,19 +157,19 @@ void CPU_BLOCK<E, D>::reset() {
 }
 
 /** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
-template <class E, class D>
-void CPU_BLOCK<E, D>::addRow(int p, bool one) {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::addRow(int p, bool one) {
     const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
                                          static_cast<std::size_t>(launch_.size);
     // The row's own element must not count: the pass is made to leave `rest` in the bit's place,
     // which neither overflows nor is the lowest nor, for common elements, makes the sum wide.
-    constexpr D MAX = BLOCK_RECORD<D>::MAX;
-    const D delta = arrays_.delta[p];
-    const D own = row[p];
-    D rest = own < 0 ? MAX + own : MAX;
-    if (sizeof(E) == 8 && !is_wide(own)) rest = WIDE<D> - 1;
+    constexpr N MAX = std::numeric_limits<N>::max();
+    const N delta = arrays_.delta[p];
+    const N own = row[p];
+    N rest = own < 0 ? MAX + own : MAX;
+    if (sizeof(E) == 8 && !is_wide(own)) rest = WIDE<N> - 1;
     arrays_.delta[p] = rest - own;
-    const ROW_SUM<D> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
+    const ROW_SUM<N> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
     arrays_.delta[p] = wrapping_negate(delta);
     lowest_ =
         sum.low == rest && rest != MAX ? ops_.lowest(arrays_) : std::min(sum.low, arrays_.delta[p]);
@@ -177,20 +178,21 @@ void CPU_BLOCK<E, D>::addRow(int p, bool one) {
 }
 
 /** The same and all else that a step does to every bit, in one sweep. */
-template <class E, class D>
-void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_down) {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, bool counts_down) {
     const CPU_ROWS<E>& rows = *launch_.rows;
     const std::int8_t sign = one ? -1 : 0;
-    D* const delta = arrays_.delta;
-    delta[p] = -delta[p];
-    const SWEEPS<D>* sweeps = &ops_.summed;
+    N* const delta = arrays_.delta;
+    delta[p] = static_cast<N>(-delta[p]);
+    const SWEEPS<N>* sweeps = &ops_.summed;
     const void* row = nullptr;
     switch (rows.form()) {
         case ROW_FORM::RECORD: {
             row = rows.row(record.selected);
             sweeps = &ops_.record_rows;
-            const D own = static_cast<const E*>(row)[p];
-            delta[p] -= (arrays_.ones[p] ^ sign) != 0 ? -own : own;  // which the sweep will add
+            const N own = static_cast<N>(static_cast<const E*>(row)[p]);
+            // The sweep will add the row's own element, which must not count.
+            delta[p] = static_cast<N>(delta[p] - ((arrays_.ones[p] ^ sign) != 0 ? -own : own));
             break;
         }
         case ROW_FORM::BYTES:
@@ -204,7 +206,7 @@ void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_down) {
         case ROW_FORM::LISTS: {
             const LIST_ENTRY<E>* const begin = rows.begin(record.selected);
             const LIST_ENTRY<E>* const end = rows.end(record.selected);
-            if (!counts_down && touches_few_spans(end - begin, launch_.size)) {
+            if (!counts_down && touches_few_spans<N>(end - begin, launch_.size)) {
                 lowest_ = ops_.flipList(arrays_, begin, end, p, sign, spans_known_);
                 spans_known_ = true;
                 surveyed_ = SURVEY_FOR::NOTHING;
@@ -225,8 +227,8 @@ void CPU_BLOCK<E, D>::sweepRow(int p, bool one, bool counts_down) {
     lowest_ = sweep_.low;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::flipBit(bool searching) {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
     const bool counts_down = searching && counts_tabu_down(record.type.A);
     const int p = place(record.selected);
     const bool one = arrays_.ones[p] != 0;
@@ -235,7 +237,7 @@ void CPU_BLOCK<E, D>::flipBit(bool searching) {
     arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
     if (calm_) {
         sweepRow(p, one, counts_down);
-    } else {
+    } else if constexpr (sizeof(N) == sizeof(D)) {
         addRow(p, one);
         if (counts_down) ops_.countTabuDown(arrays_);
     }
@@ -252,14 +254,14 @@ void CPU_BLOCK<E, D>::flipBit(bool searching) {
 }
 
 /** Whether energy + delta may leave 64 bits for some bit; only models near that range get here. */
-template <class E, class D>
-bool CPU_BLOCK<E, D>::mayWrap() const {
+template <class E, class D, class N>
+bool CPU_BLOCK<E, D, N>::mayWrap() const {
     return wide_ || record.energy >= WIDE<std::int64_t> || record.energy <= -WIDE<std::int64_t>;
 }
 
 /** Lowest of energy + m over the threads, m being a thread's lowest delta, with wrapping sums. */
-template <class E, class D>
-NEIGHBOUR CPU_BLOCK<E, D>::lowestWrappedNeighbour() const {
+template <class E, class D, class N>
+NEIGHBOUR CPU_BLOCK<E, D, N>::lowestWrappedNeighbour() const {
     const SHAPE& shape = arrays_.shape;
     NEIGHBOUR best{NO_ENERGY, 0};
     for (int t = 0; t < shape.threads; ++t) {
@@ -274,23 +276,49 @@ NEIGHBOUR CPU_BLOCK<E, D>::lowestWrappedNeighbour() const {
     return best;
 }
 
-template <class E, class D>
-bool CPU_BLOCK<E, D>::trackBest() {
+template <class E, class D, class N>
+bool CPU_BLOCK<E, D, N>::trackBest() {
     const bool wraps = mayWrap();
     const NEIGHBOUR neighbour =
         wraps ? lowestWrappedNeighbour() : NEIGHBOUR{record.energy + lowest_, 0};
     record.best_candidate = std::min(neighbour.energy, record.best_energy);
     if (record.best_candidate == record.best_energy) return false;
     std::copy_n(arrays_.ones, arrays_.shape.size, best_);
-    record.selected = wraps ? neighbour.bit : ops_.find(arrays_, lowest_);
+    record.selected = wraps ? neighbour.bit : ops_.find(arrays_, stored(lowest_));
     best_[place(record.selected)] = static_cast<std::int8_t>(~best_[place(record.selected)]);
     record.best_energy = record.best_candidate;
     record.best_time = global_timer();
     return true;
 }
 
+// ---- the choice of a block -----------------------------------------------------------------
+
+template <class E, class D>
+std::unique_ptr<platform::BLOCK_TASK> make_block(int block_index, const CPU_LAUNCH<E>& launch) {
+    if constexpr (sizeof(E) == sizeof(std::int32_t)) {  // wider elements need wide deltas
+        const CPU_ROWS<E>& rows = *launch.rows;
+        switch (rows.survey().delta_bits(rows.form(), launch.size, 8 * sizeof(D))) {
+            case 16:
+                return std::make_unique<CPU_BLOCK<E, D, std::int16_t>>(block_index, launch);
+            case 32:
+                return std::make_unique<CPU_BLOCK<E, D, std::int32_t>>(block_index, launch);
+        }
+    }
+    return std::make_unique<CPU_BLOCK<E, D>>(block_index, launch);
+}
+
+template std::unique_ptr<platform::BLOCK_TASK> make_block<std::int32_t, std::int32_t>(
+    int block_index, const CPU_LAUNCH<std::int32_t>& launch);
+template std::unique_ptr<platform::BLOCK_TASK> make_block<std::int32_t, std::int64_t>(
+    int block_index, const CPU_LAUNCH<std::int32_t>& launch);
+template std::unique_ptr<platform::BLOCK_TASK> make_block<std::int64_t, std::int64_t>(
+    int block_index, const CPU_LAUNCH<std::int64_t>& launch);
+
 template class CPU_BLOCK<std::int32_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>;
 template class CPU_BLOCK<std::int32_t, std::int64_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>;
 template class CPU_BLOCK<std::int64_t, std::int64_t>;
 
 }  // namespace orvex::device

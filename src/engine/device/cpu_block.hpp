@@ -6,7 +6,9 @@
 // The class knows S as a number, not as a band: it is compiled once per pair of widths.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -44,7 +46,12 @@ struct NEIGHBOUR {
     int bit;
 };
 
-template <class E, class D>
+/**
+ * E is the element type of the matrix record, D the arithmetic type of the band. N is the type in
+ * which the deltas are kept: D, or a narrower one that holds all of them (narrowest_deltas), where
+ * a step is a pass over less memory in vectors of more deltas.
+ */
+template <class E, class D, class N = D>
 class CPU_BLOCK : public platform::BLOCK_TASK {
   public:
     /** Enters: blocks of a launch deal themselves to its islands in the order of their making. */
@@ -85,13 +92,25 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     BLOCK_RECORD<D> record{};
 
     /** State in row order, for tests and checks. */
-    const BLOCK_ARRAYS<D>& arrays() const { return arrays_; }
+    const BLOCK_ARRAYS<N>& arrays() const { return arrays_; }
     const std::int8_t* best() const { return best_; }
     /** The lowest delta of all bits. */
     D lowestDelta() const { return lowest_; }
 
   private:
     int place(int bit) const { return arrays_.shape.place(bit); }
+
+    /** The ends of N's range stand for nothing found, as those of D's do in the record. */
+    static D arithmetic(N value) {
+        if (value == std::numeric_limits<N>::max()) return BLOCK_RECORD<D>::MAX;
+        if (value == std::numeric_limits<N>::min()) return BLOCK_RECORD<D>::LOWEST;
+        return value;
+    }
+    static N stored(D value) {
+        return static_cast<N>(
+            std::clamp<D>(value, std::numeric_limits<N>::min(), std::numeric_limits<N>::max()));
+    }
+
     unsigned char* slot(unsigned ring, std::uint32_t ticket) const;
     INST_TAIL& tail(unsigned char* slot) const;
     void readInstance(unsigned char* slot);
@@ -102,18 +121,22 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     NEIGHBOUR lowestWrappedNeighbour() const;
 
     const CPU_LAUNCH<E> launch_;
-    const BLOCK_OPS<E, D> ops_;
+    const BLOCK_OPS<E, N> ops_;
     const std::unique_ptr<unsigned char, void (*)(void*)> memory_;
-    BLOCK_ARRAYS<D> arrays_;
+    BLOCK_ARRAYS<N> arrays_;
     std::int8_t* target_;
     std::int8_t* best_;
     bool calm_ = false;                          // no sum can leave D: flips are sweeps
     SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
-    SWEEP<D> sweep_{};
+    SWEEP<N> sweep_{};
     bool spans_known_ = false;       // `span_low` is that of the present deltas
     D lowest_ = 0;                   // kept by every flip and reset
     bool wide_ = false;              // see ROW_SUM
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none
 };
+
+/** A block that keeps its deltas in the narrowest type that holds them. */
+template <class E, class D>
+std::unique_ptr<platform::BLOCK_TASK> make_block(int block_index, const CPU_LAUNCH<E>& launch);
 
 }  // namespace orvex::device

@@ -126,16 +126,10 @@ std::int32_t countEqual(const BLOCK_ARRAYS<D>& block, D value) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     const auto wanted = hn::Set(lanes, value);
-    const auto one = hn::Set(lanes, 1);
-    auto even = hn::Zero(lanes);
-    auto odd = hn::Zero(lanes);
-    for (int p = 0; p < block.shape.size; p += 2 * step) {
-        const auto first = hn::Eq(hn::Load(lanes, block.delta + p), wanted);
-        const auto second = hn::Eq(hn::Load(lanes, block.delta + p + step), wanted);
-        even = hn::Add(even, hn::IfThenElseZero(first, one));
-        odd = hn::Add(odd, hn::IfThenElseZero(second, one));
-    }
-    return static_cast<std::int32_t>(hn::GetLane(hn::SumOfLanes(lanes, hn::Add(even, odd))));
+    std::size_t count = 0;
+    for (int p = 0; p < block.shape.size; p += step)
+        count += hn::CountTrue(lanes, hn::Eq(hn::Load(lanes, block.delta + p), wanted));
+    return static_cast<std::int32_t>(count);
 }
 
 template <class D>

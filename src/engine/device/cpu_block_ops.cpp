@@ -16,10 +16,19 @@
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
 
+/** Deltas narrower than the record's elements are never summed from these. */
+template <class E, class D>
+constexpr bool READS_RECORD = sizeof(D) >= sizeof(E);
+
 template <class E, class D>
 BLOCK_OPS<E, D> make_ops() {
-    return {addRow<E, D>,
-            sweeps<E, D>(),
+    BLOCK_OPS<E, D> ops{};
+    if constexpr (READS_RECORD<E, D>) {
+        ops.addRow = addRow<E, D>;
+        ops.record_rows = sweeps<E, D>();
+    }
+    return {ops.addRow,
+            ops.record_rows,
             sweeps<std::int8_t, D>(),
             sweeps<std::int16_t, D>(),
             sweeps<void, D>(),
@@ -39,6 +48,9 @@ BLOCK_OPS<E, D> make_ops() {
             race<D>};
 }
 
+BLOCK_OPS<std::int32_t, std::int16_t> ops_32_16() {
+    return make_ops<std::int32_t, std::int16_t>();
+}
 BLOCK_OPS<std::int32_t, std::int32_t> ops_32_32() {
     return make_ops<std::int32_t, std::int32_t>();
 }
@@ -55,9 +67,15 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace orvex::device {
 
+HWY_EXPORT(ops_32_16);
 HWY_EXPORT(ops_32_32);
 HWY_EXPORT(ops_32_64);
 HWY_EXPORT(ops_64_64);
+
+template <>
+BLOCK_OPS<std::int32_t, std::int16_t> block_ops() {
+    return HWY_DYNAMIC_DISPATCH(ops_32_16)();
+}
 
 template <>
 BLOCK_OPS<std::int32_t, std::int32_t> block_ops() {

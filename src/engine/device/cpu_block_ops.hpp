@@ -15,7 +15,10 @@
 
 namespace orvex::device {
 
-/** The state of a block that the loops work on; S elements each but for `generators`. */
+/**
+ * The state of a block that the loops work on; S elements each but for `generators`. D is the type
+ * in which deltas are kept.
+ */
 template <class D>
 struct BLOCK_ARRAYS {
     SHAPE shape;
@@ -43,8 +46,10 @@ inline constexpr int GROUP = 4;
 inline constexpr int SPAN = 16;
 
 /** Whether a row with so many elements changes the lows of few spans. */
+template <class D>
 constexpr bool touches_few_spans(std::ptrdiff_t elements, int size) {
-    return (elements + 1) * 2 * SPAN * 16 <= size;  // vectors have up to 16 deltas
+    constexpr int LANES = 64 / sizeof(D);  // of the widest vectors
+    return (elements + 1) * 2 * SPAN * LANES <= size;
 }
 
 /** Adds a listed row to the deltas; `sign` is as in BLOCK_OPS::addRow. */
@@ -53,7 +58,8 @@ void addList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin, const LIS
              std::int8_t sign) {
     for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry) {
         const E flags = block.ones[entry->place] ^ sign;
-        block.delta[entry->place] += (entry->value ^ flags) - flags;
+        D& delta = block.delta[entry->place];
+        delta = static_cast<D>(delta + ((entry->value ^ flags) - flags));
     }
 }
 
@@ -98,7 +104,7 @@ template <class D>
 inline constexpr D WIDE = D{1} << (sizeof(D) * 8 - 3);
 
 /**
- * E is the element type of a matrix row, D the arithmetic type. A minimum over nothing is the
+ * E is the element type of a matrix row, D that of the deltas. A minimum over nothing is the
  * maximum of D; a selection over nothing is -1. Deltas equal to the maximum of D are out of play.
  */
 template <class E, class D>

@@ -45,8 +45,8 @@ std::int16_t wait_exponent_of(std::uint64_t waited) {
 
 }  // namespace
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::enter() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::enter() {
     // Blocks are made one after the other by the launching thread, before any of them runs.
     DeviceState& state = *launch_.device_state;
     record.best_time = global_timer();
@@ -60,20 +60,20 @@ void CPU_BLOCK<E, D>::enter() {
     state.block_count = record.block_sequence + 1;
 }
 
-template <class E, class D>
-unsigned char* CPU_BLOCK<E, D>::slot(unsigned ring, std::uint32_t ticket) const {
+template <class E, class D, class N>
+unsigned char* CPU_BLOCK<E, D, N>::slot(unsigned ring, std::uint32_t ticket) const {
     const std::size_t first =
         static_cast<std::size_t>(2 * record.island + ring) * launch_.ring_size;
     return launch_.rings + (first + ticket % launch_.ring_size) * instance_bytes(launch_.size);
 }
 
-template <class E, class D>
-INST_TAIL& CPU_BLOCK<E, D>::tail(unsigned char* slot) const {
+template <class E, class D, class N>
+INST_TAIL& CPU_BLOCK<E, D, N>::tail(unsigned char* slot) const {
     return *reinterpret_cast<INST_TAIL*>(slot + launch_.size / 8 + 8);
 }
 
-template <class E, class D>
-typename CPU_BLOCK<E, D>::TAKEN CPU_BLOCK<E, D>::takeInstance() {
+template <class E, class D, class N>
+typename CPU_BLOCK<E, D, N>::TAKEN CPU_BLOCK<E, D, N>::takeInstance() {
     DeviceState& state = *launch_.device_state;
     int& counter = state.state_c[2 * record.island];
     const auto sequence_at = [&](int ticket) {
@@ -103,8 +103,8 @@ typename CPU_BLOCK<E, D>::TAKEN CPU_BLOCK<E, D>::takeInstance() {
     return TAKEN::INSTANCE;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::readInstance(unsigned char* slot) {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::readInstance(unsigned char* slot) {
     const SHAPE& shape = arrays_.shape;
     const std::uint64_t* words = reinterpret_cast<const std::uint64_t*>(slot + 8);
     for (int t = 0, j = 0; t < shape.threads; ++t)
@@ -123,8 +123,8 @@ void CPU_BLOCK<E, D>::readInstance(unsigned char* slot) {
     record.flips = 0;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::handIn() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::handIn() {
     DeviceState& state = *launch_.device_state;
     std::uint32_t ticket;
     {
@@ -162,7 +162,10 @@ void CPU_BLOCK<E, D>::handIn() {
 }
 
 template class CPU_BLOCK<std::int32_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>;
 template class CPU_BLOCK<std::int32_t, std::int64_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>;
 template class CPU_BLOCK<std::int64_t, std::int64_t>;
 
 }  // namespace orvex::device

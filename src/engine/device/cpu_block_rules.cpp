@@ -6,40 +6,40 @@
 
 namespace orvex::device {
 
-template <class E, class D>
-bool CPU_BLOCK<E, D>::walkToTarget() {
-    record.walk_min = ops_.lowestDiffering(arrays_);
+template <class E, class D, class N>
+bool CPU_BLOCK<E, D, N>::walkToTarget() {
+    record.walk_min = arithmetic(ops_.lowestDiffering(arrays_));
     if (record.walk_min == BLOCK_RECORD<D>::MAX) return false;
-    record.selected = ops_.findDiffering(arrays_, record.walk_min);
+    record.selected = ops_.findDiffering(arrays_, stored(record.walk_min));
     return true;
 }
 
-template <class E, class D>
-bool CPU_BLOCK<E, D>::descend() {
+template <class E, class D, class N>
+bool CPU_BLOCK<E, D, N>::descend() {
     record.descent_min = lowest_ < 0 ? lowest_ : BLOCK_RECORD<D>::MAX;
     if (lowest_ >= 0) return false;
-    record.selected = ops_.find(arrays_, lowest_);
+    record.selected = ops_.find(arrays_, stored(lowest_));
     return true;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::startSearch() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::startSearch() {
     record.step = 0;
     surveyed_ = SURVEY_FOR::NOTHING;
     if (record.type.A != CYCLIC_MIN) std::fill_n(arrays_.tabu, arrays_.shape.size, std::uint8_t{0});
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::selectMaxMin() {
-    const DELTA_RANGE<D> range =
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::selectMaxMin() {
+    const DELTA_RANGE<N> range =
         surveyed_ == SURVEY_FOR::MAX_MIN ? sweep_.free : ops_.freeRange(arrays_);
-    record.maxmin_low = range.low;
-    record.maxmin_high = range.high;
+    record.maxmin_low = arithmetic(range.low);
+    record.maxmin_high = arithmetic(range.high);
     unsigned long& first = arrays_.generators[0];
     first = xor_shift(first);
-    record.maxmin_threshold =
-        maxmin_threshold(range.low, range.high, unit_draw(first), record.step, record.steps);
-    record.maxmin_bid = ops_.drawBelow(arrays_, record.maxmin_threshold);
+    record.maxmin_threshold = maxmin_threshold(record.maxmin_low, record.maxmin_high,
+                                               unit_draw(first), record.step, record.steps);
+    record.maxmin_bid = ops_.drawBelow(arrays_, stored(record.maxmin_threshold));
 
     const int winner = record.maxmin_bid & BID_THREAD;
     const int threads = arrays_.shape.threads;
@@ -63,14 +63,14 @@ void CPU_BLOCK<E, D>::selectMaxMin() {
     record.selected = winner * arrays_.shape.own + own;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::selectPositiveMin() {
-    record.positive_low =
-        surveyed_ == SURVEY_FOR::POSITIVE_MIN ? sweep_.positive : ops_.lowestPositive(arrays_);
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::selectPositiveMin() {
+    record.positive_low = arithmetic(
+        surveyed_ == SURVEY_FOR::POSITIVE_MIN ? sweep_.positive : ops_.lowestPositive(arrays_));
     const D m = record.positive_low == BLOCK_RECORD<D>::MAX ? 0 : record.positive_low;
     record.positive_threshold = m;
-    record.positive_count = ops_.countEqual(arrays_, m);
-    record.positive_bid = ops_.drawWeighted(arrays_, m, tied_weight(record.positive_count));
+    record.positive_count = ops_.countEqual(arrays_, stored(m));
+    record.positive_bid = ops_.drawWeighted(arrays_, stored(m), tied_weight(record.positive_count));
 
     const int winner = record.positive_bid & BID_THREAD;
     const int threads = arrays_.shape.threads;
@@ -97,34 +97,36 @@ void CPU_BLOCK<E, D>::selectPositiveMin() {
     record.selected = winner * arrays_.shape.own + own;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::selectCyclicMin() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::selectCyclicMin() {
     const int threads = arrays_.shape.threads;
     const int width = cyclic_span_width(record.step, record.steps, threads);
     const int end = record.cycle_start + width;
     const int first_end = std::min(end, threads);
     const int wrapped_end = end - first_end;  // the span goes on at thread 0
-    record.cyclic_low = std::min(ops_.lowestInSpan(arrays_, record.cycle_start, first_end),
-                                 ops_.lowestInSpan(arrays_, 0, wrapped_end));
+    const N low = std::min(ops_.lowestInSpan(arrays_, record.cycle_start, first_end),
+                           ops_.lowestInSpan(arrays_, 0, wrapped_end));
+    record.cyclic_low = arithmetic(low);
     if (record.cyclic_low == BLOCK_RECORD<D>::MAX) {
         record.selected = record.cycle_start * arrays_.shape.own;
     } else {
-        record.selected =
-            ops_.findInSpan(arrays_, record.cycle_start, first_end, record.cyclic_low);
-        if (record.selected < 0)
-            record.selected = ops_.findInSpan(arrays_, 0, wrapped_end, record.cyclic_low);
+        record.selected = ops_.findInSpan(arrays_, record.cycle_start, first_end, low);
+        if (record.selected < 0) record.selected = ops_.findInSpan(arrays_, 0, wrapped_end, low);
     }
     record.cycle_start = end % threads;
 }
 
-template <class E, class D>
-void CPU_BLOCK<E, D>::selectRandomMin() {
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::selectRandomMin() {
     record.random_threshold = random_threshold(record.step, record.steps);
     record.selected = ops_.race(arrays_, record.random_threshold);
 }
 
 template class CPU_BLOCK<std::int32_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>;
 template class CPU_BLOCK<std::int32_t, std::int64_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>;
+template class CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>;
 template class CPU_BLOCK<std::int64_t, std::int64_t>;
 
 }  // namespace orvex::device

@@ -24,15 +24,6 @@ namespace orvex::device::HWY_NAMESPACE {
 /** States of generators, fewer to a vector than deltas where these have 32 bits. */
 using STATES = hn::ScalableTag<std::uint64_t>;
 
-/** Moves the generators from `states` on where `draws`; returns what all of them would draw. */
-inline hn::Vec<STATES> moveOn(std::uint64_t* states, hn::Mask<STATES> draws) {
-    const STATES lanes;
-    const auto state = hn::Load(lanes, states);
-    const auto moved = xorShiftLanes(state);
-    hn::Store(hn::IfThenElse(draws, moved, state), lanes, states);
-    return moved;
-}
-
 #if HWY_TARGET != HWY_SCALAR
 /** The lower (HALF 0) or upper half of a mask of 32-bit lanes as a mask of states. */
 template <int HALF, class TAG>
@@ -50,36 +41,70 @@ hn::Mask<STATES> halfMask(TAG lanes, hn::Mask<TAG> mask) {
 }
 #endif
 
-/**
- * Moves the generators of the threads beside a vector of deltas on where `draws`; returns the low
- * words of what all of them would draw, as lanes of D's width.
- */
-template <class D>
-hn::Vec<hn::ScalableTag<std::make_unsigned_t<D>>> drawWords(std::uint64_t* states,
-                                                            hn::Mask<hn::ScalableTag<D>> draws) {
-    const hn::ScalableTag<std::make_unsigned_t<D>> words;
-    if constexpr (sizeof(D) == 8) {
-        const auto drawn = moveOn(states, hn::RebindMask(STATES(), draws));
-        return hn::And(drawn, hn::Set(words, 0xFFFFFFFFu));
-    } else {
-#if HWY_TARGET == HWY_SCALAR
-        const auto wide = hn::Mask<STATES>::FromBool(draws.bits != 0);
-        return hn::TruncateTo(words, moveOn(states, wide));
-#else
-        const auto low = moveOn(states, halfMask<0>(hn::ScalableTag<D>(), draws));
-        const auto high =
-            moveOn(states + hn::Lanes(STATES()), halfMask<1>(hn::ScalableTag<D>(), draws));
-        return hn::ConcatEven(words, hn::BitCast(words, high), hn::BitCast(words, low));
-#endif
+/** The generators of the threads of a vector of bidders, taken from memory once for some draws. */
+template <class B>
+class GENERATORS {
+  public:
+    using WORDS = hn::ScalableTag<std::make_unsigned_t<B>>;
+    using BIDDERS = hn::Mask<hn::ScalableTag<B>>;
+
+    explicit GENERATORS(std::uint64_t* states) : memory_(states), low_(hn::Load(STATES(), states)) {
+        if constexpr (TWO) high_ = hn::Load(STATES(), states + hn::Lanes(STATES()));
     }
+
+    /** Moves them on where `draws`; returns the low words of what all of them would draw. */
+    hn::Vec<WORDS> draw(BIDDERS draws) {
+        if constexpr (sizeof(B) == 8) {
+            const auto drawn = moveOn(low_, hn::RebindMask(STATES(), draws));
+            return hn::And(drawn, hn::Set(WORDS(), 0xFFFFFFFFu));
+        } else {
+#if HWY_TARGET == HWY_SCALAR
+            const auto wide = hn::Mask<STATES>::FromBool(draws.bits != 0);
+            return hn::TruncateTo(WORDS(), moveOn(low_, wide));
+#else
+            const auto low = moveOn(low_, halfMask<0>(hn::ScalableTag<B>(), draws));
+            const auto high = moveOn(high_, halfMask<1>(hn::ScalableTag<B>(), draws));
+            return hn::ConcatEven(WORDS(), hn::BitCast(WORDS(), high), hn::BitCast(WORDS(), low));
+#endif
+        }
+    }
+
+    void store() const {
+        hn::Store(low_, STATES(), memory_);
+        if constexpr (TWO) hn::Store(high_, STATES(), memory_ + hn::Lanes(STATES()));
+    }
+
+  private:
+    /** Bidders of 32 bits, more than one to a vector, have their states in two vectors. */
+    static constexpr bool TWO = sizeof(B) == 4 && HWY_TARGET != HWY_SCALAR;
+
+    static hn::Vec<STATES> moveOn(hn::Vec<STATES>& state, hn::Mask<STATES> draws) {
+        const auto moved = xorShiftLanes(state);
+        state = hn::IfThenElse(draws, moved, state);
+        return moved;
+    }
+
+    std::uint64_t* const memory_;
+    hn::Vec<STATES> low_;
+    hn::Vec<STATES> high_;  // only if TWO
+};
+
+/** One draw of each thread of a vector of bidders that `draws`; as GENERATORS::draw(). */
+template <class B>
+auto drawWords(std::uint64_t* states, hn::Mask<hn::ScalableTag<B>> draws) {
+    GENERATORS<B> generators(states);
+    const auto words = generators.draw(draws);
+    generators.store();
+    return words;
 }
 
 template <class D>
 std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    const hn::ScalableTag<D> lanes;
-    const hn::ScalableTag<std::make_unsigned_t<D>> words;
+    using B = BIDDER<D>;
+    const hn::ScalableTag<B> lanes;
+    const hn::ScalableTag<std::make_unsigned_t<B>> words;
     const int threads = block.shape.threads;
-    const auto limit = hn::Set(lanes, threshold);
+    const auto limit = hn::Set(lanes, B{threshold});
     const auto rank = hn::Set(words, BID_RANK);
     const auto ascending = hn::Iota(lanes, 0);
     const auto none = hn::Set(lanes, -1);
@@ -93,10 +118,10 @@ std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
         while (place >= chunk + threads)
             chunk += threads;
         const int thread = place - chunk;
-        const auto above = hn::Gt(hn::Load(lanes, delta + place), limit);
+        const auto above = hn::Gt(loadDeltas(lanes, delta + place), limit);
         const auto draws = hn::AndNot(above, freeLanes(lanes, tabu + place));
-        const auto ranks = hn::And(drawWords<D>(block.generators + thread, draws), rank);
-        const auto owners = hn::Add(ascending, hn::Set(lanes, static_cast<D>(thread)));
+        const auto ranks = hn::And(drawWords<B>(block.generators + thread, draws), rank);
+        const auto owners = hn::Add(ascending, hn::Set(lanes, static_cast<B>(thread)));
         const auto bids = hn::Or(hn::BitCast(lanes, ranks), owners);
         highest = hn::Max(highest, hn::IfThenElse(draws, bids, none));
     }
@@ -131,13 +156,13 @@ inline float lowestNear(float best) {
     return best > -12.0f ? best - 0.01f * (1.0f - best) : -std::numeric_limits<float>::max();
 }
 
-/** A mask of deltas as one of as many floats. */
-template <class D, class TAG>
-hn::Mask<TAG> floatMask(TAG lanes, hn::Mask<hn::ScalableTag<D>> mask) {
-    if constexpr (sizeof(D) == sizeof(float)) {
+/** A mask of bidders as one of as many floats. */
+template <class B, class TAG>
+hn::Mask<TAG> floatMask(TAG lanes, hn::Mask<hn::ScalableTag<B>> mask) {
+    if constexpr (sizeof(B) == sizeof(float)) {
         return hn::RebindMask(lanes, mask);
     } else {
-        const hn::ScalableTag<D> wide;
+        const hn::ScalableTag<B> wide;
         const hn::RebindToUnsigned<decltype(wide)> flags;
         const hn::RebindToUnsigned<TAG> words;
         const auto narrow = hn::TruncateTo(words, hn::BitCast(flags, hn::VecFromMask(wide, mask)));
@@ -151,8 +176,11 @@ hn::Mask<TAG> floatMask(TAG lanes, hn::Mask<hn::ScalableTag<D>> mask) {
  */
 template <class D>
 int weighThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
-    const hn::ScalableTag<D> lanes;
+    using B = BIDDER<D>;
+    const hn::ScalableTag<D> group_lanes;
+    const hn::ScalableTag<B> lanes;
     const hn::Rebind<float, decltype(lanes)> floats;
+    const int group_step = static_cast<int>(hn::Lanes(group_lanes));
     const int step = static_cast<int>(hn::Lanes(lanes));
     const int threads = block.shape.threads;
     const D* HWY_RESTRICT delta = block.delta;
@@ -160,23 +188,24 @@ int weighThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
     const std::uint8_t* HWY_RESTRICT tabu = block.tabu;
     float* HWY_RESTRICT weights = block.weights;
     std::uint16_t* HWY_RESTRICT drawing = block.drawing;
-    const auto limit = hn::Set(lanes, threshold);
+    const auto group_limit = hn::Set(group_lanes, threshold);
+    const auto limit = hn::Set(lanes, B{threshold});
     const auto zero = hn::Zero(floats);
     const auto tied = hn::Set(floats, tied_weight);
     const auto one = hn::Set(floats, 1.0f);
     int listed = 0;
-    for (int p = 0, t = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
-        if (hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit))) {
-            t = (t + GROUP * step) % threads;
+    for (int p = 0, t = 0; p < block.shape.size; p += GROUP * group_step, group_low += group_step) {
+        if (hn::AllTrue(group_lanes, hn::Gt(hn::Load(group_lanes, group_low), group_limit))) {
+            t = (t + GROUP * group_step) % threads;
             continue;
         }
-        for (int q = p; q < p + GROUP * step; q += step) {
-            const auto values = hn::Load(lanes, delta + q);
+        for (int q = p; q < p + GROUP * group_step; q += step) {
+            const auto values = loadDeltas(lanes, delta + q);
             const auto eligible = hn::AndNot(hn::Gt(values, limit), freeLanes(lanes, tabu + q));
             const auto below = hn::Lt(values, limit);
-            const auto weight = hn::IfThenElse(floatMask<D>(floats, below), one, tied);
+            const auto weight = hn::IfThenElse(floatMask<B>(floats, below), one, tied);
             const auto before = hn::Load(floats, weights + t);
-            const auto added = hn::IfThenElseZero(floatMask<D>(floats, eligible), weight);
+            const auto added = hn::IfThenElseZero(floatMask<B>(floats, eligible), weight);
             hn::Store(hn::Add(before, added), floats, weights + t);
             drawing[listed] = static_cast<std::uint16_t>(t);
             listed += !hn::AllFalse(lanes, eligible) && hn::AllFalse(floats, hn::Gt(before, zero));
@@ -190,20 +219,21 @@ int weighThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
 /** The threads that have weights, among those of the vector from `first` on, draw. */
 template <class D>
 void drawUnits(const BLOCK_ARRAYS<D>& block, int first) {
-    const hn::ScalableTag<D> lanes;
+    using B = BIDDER<D>;
+    const hn::ScalableTag<B> lanes;
     const hn::Rebind<float, decltype(lanes)> floats;
     const hn::RebindToUnsigned<decltype(floats)> narrow;
     const hn::RebindToSigned<decltype(floats)> integers;
     const auto weights = hn::Load(floats, block.weights + first);
     const auto drawn = [&] {
         std::uint64_t* const states = block.generators + first;
-        if constexpr (sizeof(D) == sizeof(float)) {
+        if constexpr (sizeof(B) == sizeof(float)) {
             const auto draws = hn::Gt(weights, hn::Zero(floats));
-            return drawWords<D>(states, hn::RebindMask(lanes, draws));
+            return drawWords<B>(states, hn::RebindMask(lanes, draws));
         } else {
             const hn::Rebind<double, decltype(lanes)> doubles;
             const auto draws = hn::Gt(hn::PromoteTo(doubles, weights), hn::Zero(doubles));
-            return hn::TruncateTo(narrow, drawWords<D>(states, hn::RebindMask(lanes, draws)));
+            return hn::TruncateTo(narrow, drawWords<B>(states, hn::RebindMask(lanes, draws)));
         }
     }();
     const auto low = hn::And(drawn, hn::Set(narrow, 0xFFFF));
@@ -213,7 +243,7 @@ void drawUnits(const BLOCK_ARRAYS<D>& block, int first) {
 
 template <class D>
 std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
-    const hn::Rebind<float, hn::ScalableTag<D>> lanes;
+    const hn::Rebind<float, hn::ScalableTag<BIDDER<D>>> lanes;
     const auto none = hn::Set(lanes, -std::numeric_limits<float>::infinity());
     const int count = weighThreads(block, threshold, tied_weight);
     for (int i = 0; i < count; ++i)
@@ -249,35 +279,38 @@ std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_
 
 template <class D>
 int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
-    const hn::ScalableTag<D> lanes;
-    const hn::ScalableTag<std::make_unsigned_t<D>> words;
+    using B = BIDDER<D>;
+    const hn::ScalableTag<B> lanes;
+    const hn::ScalableTag<std::make_unsigned_t<B>> words;
     const int step = static_cast<int>(hn::Lanes(lanes));
     const int threads = block.shape.threads;
     const int own = block.shape.own;
     const D* HWY_RESTRICT delta = block.delta;
     const std::uint8_t* HWY_RESTRICT tabu = block.tabu;
     const auto limit = hn::Set(words, threshold);
-    const auto none = hn::Set(lanes, MAX<D>);
+    const auto none = hn::Set(lanes, MAX<B>);
     const auto ascending = hn::Iota(lanes, 0);
     auto lowest_yet = none;
     auto winners = hn::Zero(lanes);  // thread * own + own bit, per lane
     for (int t = 0; t < threads; t += step) {
         auto running = none;
         auto kept = hn::Zero(lanes);
+        GENERATORS<B> generators(block.generators + t);
         for (int c = 0; c < own; ++c) {
             const int p = c * threads + t;
-            const auto values = hn::Load(lanes, delta + p);
+            const auto values = loadDeltas(lanes, delta + p);
             // A bit that could not win spends no draw.
             const auto draws = hn::And(hn::Lt(values, running), freeLanes(lanes, tabu + p));
-            const auto drawn = drawWords<D>(block.generators + t, draws);
+            const auto drawn = generators.draw(draws);
             const auto stays = hn::AndNot(hn::RebindMask(lanes, hn::Gt(drawn, limit)), draws);
             running = hn::IfThenElse(stays, values, running);
-            kept = hn::IfThenElse(stays, hn::Set(lanes, static_cast<D>(c)), kept);
+            kept = hn::IfThenElse(stays, hn::Set(lanes, static_cast<B>(c)), kept);
         }
+        generators.store();
         // Threads come in ascending order, so that of equal values the later one takes over. If no
         // bit stayed in anywhere, that is the first bit of the last thread.
-        const auto thread = hn::Add(ascending, hn::Set(lanes, static_cast<D>(t)));
-        const auto bits = hn::Add(hn::Mul(thread, hn::Set(lanes, static_cast<D>(own))), kept);
+        const auto thread = hn::Add(ascending, hn::Set(lanes, static_cast<B>(t)));
+        const auto bits = hn::Add(hn::Mul(thread, hn::Set(lanes, static_cast<B>(own))), kept);
         const auto keeps = hn::Gt(running, lowest_yet);
         winners = hn::IfThenElse(keeps, winners, bits);
         lowest_yet = hn::Min(running, lowest_yet);

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include <hwy/highway.h>
 
@@ -90,10 +91,24 @@ void surveyGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
     }
 }
 
+/** Draws are made for lanes of this type: a bid has 32 bits. */
+template <class D>
+using BIDDER = std::conditional_t<(sizeof(D) < sizeof(std::int32_t)), std::int32_t, D>;
+
+/** As many deltas as there are lanes, in the lanes' type, from a place that is aligned to them. */
+template <class TAG, class D>
+hn::Vec<TAG> loadDeltas(TAG lanes, const D* delta) {
+    if constexpr (sizeof(D) == sizeof(hn::TFromD<TAG>)) {
+        return hn::Load(lanes, delta);
+    } else {
+        return hn::PromoteTo(lanes, hn::Load(hn::Rebind<D, TAG>(), delta));
+    }
+}
+
 /**
- * Writes the places of the vectors in which a free bit has a delta up to `threshold` to `vectors`,
- * in ascending order, and returns how many there are. Reads `group_low`. Written without a branch
- * per vector: which bits are below is the least predictable thing in a search.
+ * Writes the places of the vectors of bidders in which a free bit has a delta up to `threshold` to
+ * `vectors`, in ascending order, and returns how many there are. Reads `group_low`. Written without
+ * a branch per vector: which bits are below is the least predictable thing in a search.
  */
 template <class D>
 int vectorsBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
@@ -107,8 +122,17 @@ int vectorsBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
         for (int q = p; q < p + GROUP * step; q += step) {
             const auto above = hn::Gt(hn::Load(lanes, block.delta + q), limit);
             const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + q));
-            block.vectors[count] = static_cast<std::uint16_t>(q);
-            count += !hn::AllFalse(lanes, eligible);
+            if constexpr (sizeof(BIDDER<D>) == sizeof(D)) {
+                block.vectors[count] = static_cast<std::uint16_t>(q);
+                count += !hn::AllFalse(lanes, eligible);
+            } else {
+                const int bidders = static_cast<int>(hn::Lanes(hn::ScalableTag<BIDDER<D>>()));
+                std::uint64_t bits = maskBits(lanes, eligible);
+                for (int r = q; r < q + step; r += bidders, bits >>= bidders) {
+                    block.vectors[count] = static_cast<std::uint16_t>(r);
+                    count += (bits & ((std::uint64_t{1} << bidders) - 1)) != 0;
+                }
+            }
         }
     }
     return count;

@@ -11,13 +11,6 @@
 
 namespace orvex::device {
 
-/**
- * A sum of this many elements of a row and less cannot leave the range of D, whatever the solution:
- * a delta is the diagonal element and some of the row, added or subtracted.
- */
-template <class D>
-inline constexpr std::uint64_t CALM_REACH = std::uint64_t{1} << (sizeof(D) * 8 - 3);
-
 template <class E>
 class CPU_ROWS {
   public:

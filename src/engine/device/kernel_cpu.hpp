@@ -39,5 +39,5 @@ inline std::unique_ptr<BLOCK_TASK> ORVEX(int block_index, unsigned int /*id*/, u
                                   .rings = reinterpret_cast<unsigned char*>(rings),
                                   .device_state = device_state,
                                   .params = &device_gp};
-    return std::make_unique<CPU_BLOCK<E, D>>(block_index, launch);
+    return make_block<E, D>(block_index, launch);
 }

@@ -38,7 +38,15 @@ constexpr const char* form_name(ROW_FORM form, int record_bits) {
     return record_bits == 64 ? "64-bit" : "32-bit";
 }
 
-/** What decides on the form of the rows; one look at the whole matrix tells it. */
+/**
+ * Where the magnitudes of every row add up to less than this, no delta can leave the range of D,
+ * whatever the solution: it is the diagonal element and some of the row, added or subtracted.
+ */
+template <class D>
+inline constexpr std::uint64_t CALM_REACH = std::uint64_t{1} << (sizeof(D) * 8 - 3);
+
+/** What decides on the form of the rows and the width of the deltas; one look at the whole matrix
+ * tells it. */
 struct ROW_SURVEY {
     std::uint64_t widest = 0;   ///< largest magnitude off the diagonal
     std::uint64_t entries = 0;  ///< elements off the diagonal that are not 0
@@ -53,6 +61,16 @@ struct ROW_SURVEY {
         if (entries < rows * rows / SPARSE_BELOW) return ROW_FORM::LISTS;
         if (widest <= 127) return ROW_FORM::BYTES;
         return widest <= 32767 ? ROW_FORM::WORDS : ROW_FORM::RECORD;
+    }
+
+    /**
+     * Bits of the narrowest deltas that hold all that a search can come to. Sums of 16 bits take
+     * rows that are no wider, and whole groups of their vectors, which have up to 128 bits.
+     */
+    constexpr int delta_bits(ROW_FORM form, int size, int arithmetic_bits) const {
+        if (form != ROW_FORM::RECORD && size % 128 == 0 && reach < CALM_REACH<std::int16_t>)
+            return 16;
+        return reach < CALM_REACH<std::int32_t> ? 32 : arithmetic_bits;
     }
 
     /** Memory that the form takes beside a record with elements of `element_bytes`. */
