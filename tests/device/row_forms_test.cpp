@@ -133,6 +133,24 @@ class ROW_FORMS_TEST : public BLOCK_TEST<BLOCK> {
         for (ROW_FORM form : {ROW_FORM::RECORD, ROW_FORM::BYTES, ROW_FORM::WORDS, ROW_FORM::LISTS})
             play(model, form, instances, max_steps);
     }
+
+    /** Of the rows some touch few spans, which narrow deltas make longer, and some do not. */
+    static void playFewAndSomeNeighbours() {
+        using DELTA = typename WIDTHS_OF<BLOCK>::DELTA;
+        constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
+        const ELEMENT couplings = sparse(7, 4000 / static_cast<int>(sizeof(DELTA)), 100);
+        int few = 0;
+        for (int i = 0; i < SIZE; ++i) {
+            int neighbours = 0;
+            for (int j = 0; j < SIZE; ++j)
+                neighbours += i != j && couplings(std::min(i, j), std::max(i, j)) != 0;
+            few += touches_few_spans<DELTA>(neighbours, SIZE);
+        }
+        ASSERT_GT(few, SIZE / 4);
+        ASSERT_LT(few, SIZE * 19 / 20);
+        MODEL model(SIZE, couplings);
+        play(model, ROW_FORM::LISTS, 2, 60, 300);
+    }
 };
 
 using BLOCKS_OF_WIDE_DELTAS =
@@ -160,27 +178,9 @@ TYPED_TEST(ROW_FORMS_TEST, SparseModelsSmallerThanTheirBand) {
     this->playAllForms(model, 4, 100);
 }
 
-/** A twentieth of the rows at least touch few spans, and as many do not. */
-template <class DELTA>
-void expectFewAndSomeNeighbours(int size, const ELEMENT& couplings) {
-    int few = 0;
-    for (int i = 0; i < size; ++i) {
-        int neighbours = 0;
-        for (int j = 0; j < size; ++j)
-            neighbours += i != j && couplings(std::min(i, j), std::max(i, j)) != 0;
-        few += touches_few_spans<DELTA>(neighbours, size);
-    }
-    ASSERT_GT(few, size / 20);
-    ASSERT_LT(few, size * 19 / 20);
-}
-
 /** Flips of rows with few elements keep the lows of spans, others and other rules lose them. */
 TYPED_TEST(ROW_FORMS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
-    constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
-    const ELEMENT couplings = sparse(7, 1000, 100);
-    typename TestFixture::MODEL model(SIZE, couplings);
-    expectFewAndSomeNeighbours<typename WIDTHS_OF<TypeParam>::DELTA>(SIZE, couplings);
-    this->play(model, ROW_FORM::LISTS, 2, 60, 300);
+    this->playFewAndSomeNeighbours();
 }
 
 TYPED_TEST(ROW_FORMS_TEST, BandsWithManyBitsPerThread) {
@@ -257,11 +257,7 @@ TYPED_TEST(NARROW_DELTAS_TEST, DeltasNearTheEndOfTheirRange) {
 }
 
 TYPED_TEST(NARROW_DELTAS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
-    constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
-    const ELEMENT couplings = sparse(7, 2000, 100);
-    typename TestFixture::MODEL model(SIZE, couplings);
-    expectFewAndSomeNeighbours<std::int16_t>(SIZE, couplings);
-    this->play(model, ROW_FORM::LISTS, 2, 60, 300);
+    this->playFewAndSomeNeighbours();
 }
 
 TYPED_TEST(NARROW_DELTAS_TEST, BandsWithManyBitsPerThread) {
