@@ -36,6 +36,16 @@ bool has_stop_condition(const SolveOptions& options) {
     return false;
 }
 
+/** Whether the user says how long an instance is searched. Factors count only where no cycles are.
+ */
+bool gives_cycles(const SolveOptions& options) {
+    for (const auto& [key, value] : options.params)
+        for (const char* name :
+             {"search_cycles", "search_cycles_factor", "batch_factor", "annealing_factor"})
+            if (key == name) return true;
+    return false;
+}
+
 void override_by(RunSettings& settings, const std::string& key, const std::string& value) {
     settings.params[key] = value;
     if (key == "time_limit") {
@@ -70,8 +80,10 @@ RunSettings settings_for(const SolveOptions& options, const Problem& problem, in
     }
     settings.arithmetic_bits = std::min(proven_bits, 64);
     settings.params["arithmetic_bits"] = std::to_string(settings.arithmetic_bits);
-    const std::string cycles = choose_search_cycles(problem.size, problem.couplings);
-    if (!cycles.empty()) settings.params["search_cycles"] = cycles;
+    if (!gives_cycles(options)) {
+        const std::string cycles = choose_search_cycles(problem.size, problem.couplings);
+        if (!cycles.empty()) settings.params["search_cycles"] = cycles;
+    }
 
     for (const auto& [key, value] : options.params)
         override_by(settings, key, value);

@@ -126,6 +126,14 @@ TEST(RunSettings, ParametersGoBeforeOptions) {
     EXPECT_EQ(run.arithmetic_bits, 64);
 }
 
+TEST(RunSettings, FactorsReplaceTheChoiceOfCycles) {
+    for (const char* name : {"search_cycles_factor", "batch_factor", "annealing_factor"}) {
+        const RunSettings run = settings(with_params({{name, "2 0.5"}}));
+        EXPECT_EQ(run.params.count("search_cycles"), 0u) << name << " would be without effect";
+        EXPECT_EQ(run.params.count(name), 1u);
+    }
+}
+
 TEST(RunSettings, TheLibrarysDisplayReplacesTheProgramsOwn) {
     EXPECT_TRUE(settings({}).own_display);
     EXPECT_TRUE(settings(with_params({{"verbose", "0"}})).own_display);
