@@ -3,8 +3,9 @@
 // the lowest delta is looked up. Writes one line of comma-separated values per case.
 //
 //   flips [SIZES [RULES [FORMS [all]]]]   separated by commas: sizes, rules by their numbers, forms
-//                                        of rows by their names ("sparse" stands for a sparse
-//                                        model); all: with each instruction set of the processor
+//                                        of rows by their names ("8-bit" has a second model of
+//                                        weights 1 and -1, "sparse" stands for a sparse model of
+//                                        these); all: with each instruction set of the processor
 //                                        that there are loops for, not only with the best
 //
 // `ns_per_flip` is a whole step of the search with walks and descents, `limit_ns` that of the
@@ -226,7 +227,7 @@ void measure(const MODEL& model, const char* kind, const CPU_ROWS<E>& rows,
             limit.push_back(limit_round(launch.block(), model, rows));
             search.push_back(search_round(launch, model.n, rule));
         }
-        std::printf("%d,%s,%s,%d,%s,%s,%.1f,%.1f,%.2f\n", model.n, kind,
+        std::printf("%d,%s,%s,%d-bit,%s,%s,%.1f,%.1f,%.2f\n", model.n, kind,
                     form_name(rows.form(), 32), static_cast<int>(8 * sizeof(N)),
                     hwy::TargetName(hwy::SupportedTargets() & -hwy::SupportedTargets()),
                     RULE_NAMES[rule], median(search), median(limit),

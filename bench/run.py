@@ -150,11 +150,12 @@ def times_table(args, times):
 
 
 def flips_table(rows):
-    lines = ["| n | model | rows | instructions | rule | ns per flip | limit, ns | ratio |",
-             "| --- | --- | --- | --- | --- | --- | --- | --- |"]
+    lines = ["| n | model | rows | deltas | instructions | rule | ns per flip | limit, ns | ratio |",
+             "| --- | --- | --- | --- | --- | --- | --- | --- | --- |"]
     for row in rows:
         lines.append("| " + " | ".join(row[key] for key in (
-            "n", "model", "rows", "instructions", "rule", "ns_per_flip", "limit_ns", "ratio")) + " |")
+            "n", "model", "rows", "deltas", "instructions", "rule", "ns_per_flip", "limit_ns",
+            "ratio")) + " |")
     return "\n".join(lines)
 
 
@@ -182,8 +183,8 @@ figure.tight_layout()
 figure.savefig(data["folder"] + "/times.svg", metadata={"Date": None})
 
 figure, sides = plot.subplots(1, 2, figsize=(8, 4), sharey=True)
-for axes, rows in zip(sides, ("8-bit", "sparse")):
-    of_form = [row for row in data["flips"] if row["rows"] == rows]
+for axes, model, rows in zip(sides, ("dense", "sparse"), ("8-bit", "sparse")):
+    of_form = [row for row in data["flips"] if row["model"] == model and row["rows"] == rows]
     for rule in dict.fromkeys(row["rule"] for row in of_form):
         points = [row for row in of_form if row["rule"] == rule]
         axes.plot([int(row["n"]) for row in points], [float(row["ns_per_flip"]) for row in points],

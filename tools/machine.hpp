@@ -9,7 +9,7 @@
 #include <orvex/orvex.hpp>
 
 #include "bounds.hpp"
-#include "search_cycles.hpp"
+#include "search_settings.hpp"
 
 namespace orvex::cli {
 

@@ -14,7 +14,7 @@
 #include "bounds.hpp"
 #include "formats/convention.hpp"
 #include "number_reader.hpp"
-#include "search_cycles.hpp"
+#include "search_settings.hpp"
 
 namespace orvex::cli {
 

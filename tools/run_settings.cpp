@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "exit_status.hpp"
-#include "search_cycles.hpp"
+#include "search_settings.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -33,16 +33,6 @@ bool has_stop_condition(const SolveOptions& options) {
     if (options.time_limit || options.target || options.trials) return true;
     for (const auto& [key, value] : options.params)
         if (key == "time_limit" || key == "target_energy" || key == "trial_limit") return true;
-    return false;
-}
-
-/** Whether the user says how long an instance is searched. Factors count only where no cycles are.
- */
-bool gives_cycles(const SolveOptions& options) {
-    for (const auto& [key, value] : options.params)
-        for (const char* name :
-             {"search_cycles", "search_cycles_factor", "batch_factor", "annealing_factor"})
-            if (key == name) return true;
     return false;
 }
 
@@ -80,10 +70,11 @@ RunSettings settings_for(const SolveOptions& options, const Problem& problem, in
     }
     settings.arithmetic_bits = std::min(proven_bits, 64);
     settings.params["arithmetic_bits"] = std::to_string(settings.arithmetic_bits);
-    if (!gives_cycles(options)) {
-        const std::string cycles = choose_search_cycles(problem.size, problem.couplings);
-        if (!cycles.empty()) settings.params["search_cycles"] = cycles;
-    }
+    const auto given = [&](const std::string& key) {
+        return std::any_of(options.params.begin(), options.params.end(),
+                           [&](const auto& param) { return param.first == key; });
+    };
+    settings.params.merge(choose_settings(problem.size, problem.couplings, given));
 
     for (const auto& [key, value] : options.params)
         override_by(settings, key, value);

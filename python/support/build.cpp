@@ -11,7 +11,7 @@
 #include "orvex/registry.hpp"
 
 #include "machine.hpp"
-#include "search_cycles.hpp"
+#include "search_settings.hpp"
 #include "support.hpp"
 
 namespace orvex::python {
@@ -144,9 +144,19 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
     facts->memory_block = orvex::cli::blocks_of_run(*band).memory;
 }
 
-/** The command-line caller's search cycles for a problem; empty to leave them to the engine. */
-ORVEX_PYTHON_API const char* orvex_python_search_cycles(const PROBLEM* problem) {
+/**
+ * What the command-line caller would choose for a problem, a line "key=value" each, beside the
+ * parameters whose keys stand in `given`, a line each.
+ */
+ORVEX_PYTHON_API const char* orvex_python_settings(const PROBLEM* problem, const char* given) {
     thread_local std::string text;
-    text = orvex::cli::choose_search_cycles(problem->size, problem->facts.couplings);
+    text.clear();
+    const std::string keys = std::string("\n") + given + "\n";
+    const auto is_given = [&](const std::string& key) {
+        return keys.find("\n" + key + "\n") != std::string::npos;
+    };
+    for (const auto& [key, value] :
+         orvex::cli::choose_settings(problem->size, problem->facts.couplings, is_given))
+        text += key + "=" + value + "\n";
     return text.c_str();
 }

@@ -6,6 +6,7 @@ import pytest
 import orvex
 from conftest import random_matrix
 from orvex._settings import _CHECKS, check_settings
+from orvex._solve import _complete
 
 GOOD = {
     "arithmetic_bits": 64,
@@ -130,3 +131,14 @@ def test_search_cycles_are_the_command_line_callers_choice():
     general = random_matrix(200)
     assert orvex.solve(general, trial_limit=9).info["search_cycles"] == "2000 20"
     assert orvex.solve(abs(general), trial_limit=9).info["search_cycles"] == "200 40"
+
+
+def test_settings_of_large_sparse_problems_are_the_command_line_callers_choice():
+    path = orvex.Problem({(i, i + 1): 1 for i in range(6000 - 1)})
+    chosen = {"fix_algorithm": "CyclicMin", "pool_size": "10", "restart_t0": "0", "tabu_cycles": "0"}
+    params: dict[str, str] = {}
+    _complete(params, path, automatic=True)
+    assert params == {"arithmetic_bits": "32", "search_cycles": "18000 6000", **chosen}
+    params = {"pool_size": "30", "restart_b": "3"}
+    _complete(params, path, automatic=False)
+    assert params == {"arithmetic_bits": "32", "pool_size": "30", "restart_b": "3"}

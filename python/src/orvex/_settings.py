@@ -29,7 +29,8 @@ class Settings(TypedDict, total=False):
     """Width of energies in the search; by default the least that is proven to be enough."""
     search_cycles: Union[tuple[int, int], Literal["default"]]
     """Flips for one start instance, and steps of one search; 0 in either place leaves that one to the
-    engine. By default the choice of the command-line caller for this problem; "default" is the
+    engine. By default the choice of the command-line caller for this problem, as for "pool_size",
+    "restart_t0", "fix_algorithm" and "tabu_cycles" where it is large and sparse; "default" is the
     engine's own."""
     search_cycles_factor: tuple[float, float]
     """Both, as multiples of the number of variables."""

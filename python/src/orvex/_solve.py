@@ -138,7 +138,7 @@ _ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
 
 
 def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None:
-    """Settles what the caller left open: width of energies, search cycles."""
+    """Settles what the caller left open: width of energies, how the problem is searched."""
     proven = problem._facts().proven_bits
     bits = int(params.setdefault("arithmetic_bits", str(proven)))
     if bits < proven:
@@ -148,6 +148,11 @@ def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None
     facts = problem._facts(bits)
     if facts.band_size == 0:
         raise ValueError(f"this build has no energies of {bits} bits for {problem.size} variables")
+    given = [*params, *([] if automatic else ["search_cycles"])]
+    chosen: bytes = support.orvex_python_settings(problem._pointer, "\n".join(given).encode())
+    for line in chosen.decode().splitlines():
+        key, _, value = line.partition("=")
+        params[key] = value
     islands = int(params.get("islands_per_gpu", 8))
     pools = islands * int(params.get("pool_size", 100)) * (facts.band_size // 8 + 64)
     blocks = islands * int(params.get("blocks_per_island", 0)) * facts.memory_block
@@ -155,11 +160,6 @@ def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None
         facts.memory_model + facts.memory_bands + facts.memory_rest + pools + blocks,
         "a search with these settings takes",
     )
-    factors = {"search_cycles", "search_cycles_factor", "batch_factor", "annealing_factor"}
-    if automatic and not factors & params.keys():
-        chosen: bytes = support.orvex_python_search_cycles(problem._pointer)
-        if chosen:
-            params["search_cycles"] = chosen.decode()
 
 
 class _Limits:
