@@ -103,16 +103,16 @@ class LAUNCH {
         state_.state_c = counters_;
         block_ =
             std::make_unique<CPU_BLOCK<E, D, N>>(0, CPU_LAUNCH<E>{.size = size_,
-                                                               .seeds = seeds_.data(),
-                                                               .weights = model.weights.data(),
-                                                               .diagonal = model.diagonal.data(),
-                                                               .rows = &rows,
-                                                               .model_size = model.n,
-                                                               .ring_size = RING,
-                                                               .islands_per_gpu = 1,
-                                                               .rings = rings_.data(),
-                                                               .device_state = &state_,
-                                                               .params = &params_});
+                                                                  .seeds = seeds_.data(),
+                                                                  .weights = model.weights.data(),
+                                                                  .diagonal = model.diagonal.data(),
+                                                                  .rows = &rows,
+                                                                  .model_size = model.n,
+                                                                  .ring_size = RING,
+                                                                  .islands_per_gpu = 1,
+                                                                  .rings = rings_.data(),
+                                                                  .device_state = &state_,
+                                                                  .params = &params_});
     }
 
     /** Sends a random instance, lets the block search it and returns its flips. */

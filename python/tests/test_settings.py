@@ -6,7 +6,7 @@ import pytest
 import orvex
 from conftest import random_matrix
 from orvex._settings import _CHECKS, check_settings
-from orvex._solve import _complete
+from orvex._solve import _choose
 
 GOOD = {
     "arithmetic_bits": 64,
@@ -135,10 +135,13 @@ def test_search_cycles_are_the_command_line_callers_choice():
 
 def test_settings_of_large_sparse_problems_are_the_command_line_callers_choice():
     path = orvex.Problem({(i, i + 1): 1 for i in range(6000 - 1)})
-    chosen = {"fix_algorithm": "CyclicMin", "pool_size": "10", "restart_t0": "0", "tabu_cycles": "0"}
     params: dict[str, str] = {}
-    _complete(params, path, automatic=True)
-    assert params == {"arithmetic_bits": "32", "search_cycles": "18000 6000", **chosen}
-    params = {"pool_size": "30", "restart_b": "3"}
-    _complete(params, path, automatic=False)
-    assert params == {"arithmetic_bits": "32", "pool_size": "30", "restart_b": "3"}
+    _choose(params, path, automatic=True)
+    assert params == {
+        "fix_algorithm": "CyclicMin", "pool_size": "10", "restart_t0": "0", "tabu_cycles": "0",
+        "search_cycles": "18000 6000",
+    }  # fmt: skip
+    given = {"pool_size": "30", "restart_b": "3"}
+    params = dict(given)
+    _choose(params, path, automatic=False)
+    assert params == given

@@ -148,11 +148,7 @@ def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None
     facts = problem._facts(bits)
     if facts.band_size == 0:
         raise ValueError(f"this build has no energies of {bits} bits for {problem.size} variables")
-    given = [*params, *([] if automatic else ["search_cycles"])]
-    chosen: bytes = support.orvex_python_settings(problem._pointer, "\n".join(given).encode())
-    for line in chosen.decode().splitlines():
-        key, _, value = line.partition("=")
-        params[key] = value
+    _choose(params, problem, automatic)
     islands = int(params.get("islands_per_gpu", 8))
     pools = islands * int(params.get("pool_size", 100)) * (facts.band_size // 8 + 64)
     blocks = islands * int(params.get("blocks_per_island", 0)) * facts.memory_block
@@ -160,6 +156,15 @@ def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None
         facts.memory_model + facts.memory_bands + facts.memory_rest + pools + blocks,
         "a search with these settings takes",
     )
+
+
+def _choose(params: dict[str, str], problem: Problem, automatic: bool) -> None:
+    """Adds what the command-line caller would choose, search cycles only if they are `automatic`."""
+    given = [*params, *([] if automatic else ["search_cycles"])]
+    chosen: bytes = support.orvex_python_settings(problem._pointer, "\n".join(given).encode())
+    for line in chosen.decode().splitlines():
+        key, _, value = line.partition("=")
+        params[key] = value
 
 
 class _Limits:
