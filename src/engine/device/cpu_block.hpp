@@ -48,8 +48,9 @@ struct NEIGHBOUR {
 
 /**
  * E is the element type of the matrix record, D the arithmetic type of the band. N is the type in
- * which the deltas are kept: D, or a narrower one that holds all of them (narrowest_deltas), where
- * a step is a pass over less memory in vectors of more deltas.
+ * which the deltas are kept: D, or a narrower one, so that a step is a pass over less memory in
+ * vectors of more deltas. The latter needs a launch whose rows say that it holds all deltas, which
+ * make_block() sees to: no sum is tested then.
  */
 template <class E, class D, class N = D>
 class CPU_BLOCK : public platform::BLOCK_TASK {

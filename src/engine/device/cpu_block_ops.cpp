@@ -16,19 +16,22 @@
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
 
-/** Deltas narrower than the record's elements are never summed from these. */
+/** The loops over the record's own rows; none for deltas that are narrower than its elements. */
 template <class E, class D>
-constexpr bool READS_RECORD = sizeof(D) >= sizeof(E);
+auto addsRecordRow() -> decltype(BLOCK_OPS<E, D>::addRow) {
+    if constexpr (sizeof(D) >= sizeof(E)) return addRow<E, D>;
+    return nullptr;
+}
+template <class E, class D>
+SWEEPS<D> recordSweeps() {
+    if constexpr (sizeof(D) >= sizeof(E)) return sweeps<E, D>();
+    return {};
+}
 
 template <class E, class D>
 BLOCK_OPS<E, D> make_ops() {
-    BLOCK_OPS<E, D> ops{};
-    if constexpr (READS_RECORD<E, D>) {
-        ops.addRow = addRow<E, D>;
-        ops.record_rows = sweeps<E, D>();
-    }
-    return {ops.addRow,
-            ops.record_rows,
+    return {addsRecordRow<E, D>(),
+            recordSweeps<E, D>(),
             sweeps<std::int8_t, D>(),
             sweeps<std::int16_t, D>(),
             sweeps<void, D>(),
