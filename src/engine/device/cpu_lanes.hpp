@@ -44,8 +44,15 @@ hn::Vec<TAG> widenBytes(TAG lanes, const std::int8_t* bytes) {
 /** Lanes of the bits that are free, by their tabu bytes. */
 template <class TAG>
 hn::Mask<TAG> freeLanes(TAG lanes, const std::uint8_t* tabu) {
+#if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
+    // A mask is a bit for each lane, whatever their width.
+    const hn::Rebind<std::uint8_t, TAG> bytes;
+    const auto free = hn::Eq(hn::LoadU(bytes, tabu), hn::Zero(bytes));
+    return {static_cast<decltype(hn::Mask<TAG>::raw)>(free.raw)};
+#else
     const auto counters = widenBytes(lanes, reinterpret_cast<const std::int8_t*>(tabu));
     return hn::Eq(counters, hn::Zero(lanes));
+#endif
 }
 
 /** The lowest delta of the lanes from `first` to before `last` for which plays(place, deltas). */
