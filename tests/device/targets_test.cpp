@@ -79,5 +79,34 @@ TYPED_TEST(TARGETS_TEST, AFullBlockOfFiveBitsPerThread) {
     this->playOn(model, {.instances = 2, .max_steps = 30, .most_ones = 10});
 }
 
+// ---- sweeps over the forms of rows, by the width of the deltas -----------------------------
+
+template <class BLOCK>
+class TARGETS_ROW_FORMS_TEST : public TARGETS_TEST<BLOCK> {
+  public:
+    void playForms(typename BLOCK_TEST<BLOCK>::MODEL& model) {
+        for (ROW_FORM form : {ROW_FORM::BYTES, ROW_FORM::LISTS}) {
+            SCOPED_TRACE(form_name(form, 32));
+            this->playOn(model, {.instances = 3, .max_steps = 100, .setup = {.form = form}});
+        }
+    }
+};
+using BLOCKS_BY_DELTAS =
+    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>,
+                     CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>>;
+TYPED_TEST_SUITE(TARGETS_ROW_FORMS_TEST, BLOCKS_BY_DELTAS, NAMES);
+
+TYPED_TEST(TARGETS_ROW_FORMS_TEST, DenseModels) {
+    for (int size : {128, 384}) {
+        typename TestFixture::MODEL model(size, dense(95, -20, 20));
+        this->playForms(model);
+    }
+}
+
+TYPED_TEST(TARGETS_ROW_FORMS_TEST, Ties) {
+    typename TestFixture::MODEL model(256, ties(96));
+    this->playForms(model);
+}
+
 }  // namespace
 }  // namespace orvex::device::test
