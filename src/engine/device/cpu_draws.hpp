@@ -216,6 +216,38 @@ int weighThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
     return listed;
 }
 
+/** The same thread by thread, without looking for vectors that add nothing. */
+template <class D>
+int weighAllThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
+    using B = BIDDER<D>;
+    const hn::ScalableTag<B> lanes;
+    const hn::Rebind<float, decltype(lanes)> floats;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    const int threads = block.shape.threads;
+    const int own = block.shape.own;
+    const auto limit = hn::Set(lanes, B{threshold});
+    const auto tied = hn::Set(floats, tied_weight);
+    const auto one = hn::Set(floats, 1.0f);
+    int listed = 0;
+    for (int t = 0; t < threads; t += step) {
+        auto weights = hn::Zero(floats);
+        for (int c = 0; c < own; ++c) {
+            const int p = c * threads + t;
+            const auto values = loadDeltas(lanes, block.delta + p);
+            const auto free = freeLanes(lanes, block.tabu + p);
+            const auto eligible = hn::AndNot(hn::Gt(values, limit), free);
+            const auto below = hn::Lt(values, limit);
+            const auto weight = hn::IfThenElse(floatMask<B>(floats, below), one, tied);
+            const auto added = hn::IfThenElseZero(floatMask<B>(floats, eligible), weight);
+            weights = hn::Add(weights, added);
+        }
+        hn::Store(weights, floats, block.weights + t);
+        block.drawing[listed] = static_cast<std::uint16_t>(t);
+        listed += !hn::AllFalse(floats, hn::Gt(weights, hn::Zero(floats)));
+    }
+    return listed;
+}
+
 /** The threads that have weights, among those of the vector from `first` on, draw. */
 template <class D>
 void drawUnits(const BLOCK_ARRAYS<D>& block, int first) {
@@ -245,7 +277,10 @@ template <class D>
 std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight) {
     const hn::Rebind<float, hn::ScalableTag<BIDDER<D>>> lanes;
     const auto none = hn::Set(lanes, -std::numeric_limits<float>::infinity());
-    const int count = weighThreads(block, threshold, tied_weight);
+    // Where so many bits tie, nearly all threads have some.
+    const bool most_draw = tied_weight * static_cast<float>(block.shape.threads) <= 4.0f;
+    const int count = most_draw ? weighAllThreads(block, threshold, tied_weight)
+                                : weighThreads(block, threshold, tied_weight);
     for (int i = 0; i < count; ++i)
         drawUnits(block, block.drawing[i]);
     // The rank rises with u and w. Only threads that come near the best by an estimate of it have
