@@ -5,6 +5,7 @@ import pytest
 
 import orvex
 from conftest import random_matrix
+from orvex import _library
 from orvex._settings import _CHECKS, check_settings
 from orvex._solve import _choose
 
@@ -133,15 +134,15 @@ def test_search_cycles_are_the_command_line_callers_choice():
     assert orvex.solve(abs(general), trial_limit=9).info["search_cycles"] == "200 40"
 
 
-def test_settings_of_large_sparse_problems_are_the_command_line_callers_choice():
-    path = orvex.Problem({(i, i + 1): 1 for i in range(6000 - 1)})
-    params: dict[str, str] = {}
-    _choose(params, path, automatic=True)
-    assert params == {
-        "fix_algorithm": "CyclicMin", "pool_size": "10", "restart_t0": "0", "tabu_cycles": "0",
-        "search_cycles": "18000 6000",
-    }  # fmt: skip
-    given = {"pool_size": "30", "restart_b": "3"}
-    params = dict(given)
-    _choose(params, path, automatic=False)
-    assert params == given
+def test_what_is_set_is_told_to_the_choice_of_the_rest(matrix, monkeypatch):
+    told = []
+
+    def choose(problem, given):
+        told.append(given)
+        return b"pool_size=10\nrestart_t0=0\n"
+
+    monkeypatch.setattr(_library.support, "orvex_python_settings", choose)
+    params = {"tabu_cycles": "3"}
+    _choose(params, orvex.Problem(matrix), automatic=False)
+    assert told == [b"tabu_cycles\nsearch_cycles"]
+    assert params == {"tabu_cycles": "3", "pool_size": "10", "restart_t0": "0"}
