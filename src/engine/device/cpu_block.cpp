@@ -314,11 +314,6 @@ template std::unique_ptr<platform::BLOCK_TASK> make_block<std::int32_t, std::int
 template std::unique_ptr<platform::BLOCK_TASK> make_block<std::int64_t, std::int64_t>(
     int block_index, const CPU_LAUNCH<std::int64_t>& launch);
 
-template class CPU_BLOCK<std::int32_t, std::int32_t>;
-template class CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>;
-template class CPU_BLOCK<std::int32_t, std::int64_t>;
-template class CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>;
-template class CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>;
-template class CPU_BLOCK<std::int64_t, std::int64_t>;
+ORVEX_INSTANTIATE_CPU_BLOCKS
 
 }  // namespace orvex::device

@@ -136,6 +136,15 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none
 };
 
+/** All widths of blocks that there are; each file that defines members ends with this. */
+#define ORVEX_INSTANTIATE_CPU_BLOCKS                                    \
+    template class CPU_BLOCK<std::int32_t, std::int32_t>;               \
+    template class CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>; \
+    template class CPU_BLOCK<std::int32_t, std::int64_t>;               \
+    template class CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>; \
+    template class CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>; \
+    template class CPU_BLOCK<std::int64_t, std::int64_t>;
+
 /** A block that keeps its deltas in the narrowest type that holds them. */
 template <class E, class D>
 std::unique_ptr<platform::BLOCK_TASK> make_block(int block_index, const CPU_LAUNCH<E>& launch);

@@ -161,11 +161,6 @@ void CPU_BLOCK<E, D, N>::handIn() {
     platform::block_wrote(&out.ticket).notify();
 }
 
-template class CPU_BLOCK<std::int32_t, std::int32_t>;
-template class CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>;
-template class CPU_BLOCK<std::int32_t, std::int64_t>;
-template class CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>;
-template class CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>;
-template class CPU_BLOCK<std::int64_t, std::int64_t>;
+ORVEX_INSTANTIATE_CPU_BLOCKS
 
 }  // namespace orvex::device
