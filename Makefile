@@ -7,7 +7,7 @@
 #
 # CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS is the folder of the benchmark instances.
 BUILD := build
-PROGRAM := $(BUILD)/tools/orvex
+PROGRAM := $(BUILD)/app/orvex
 CMAKE_FLAGS ?=
 BENCH_FLAGS ?=
 MODELS ?= ../shared/data/models
@@ -22,15 +22,15 @@ help:
 
 program:
 	@tools/install-dependencies.sh demo
-	cmake --preset release -DORVEX_BUILD_TOOLS=ON $(FIRST_BUILD) $(CMAKE_FLAGS)
-	cmake --build $(BUILD) --target orvex_cli
+	cmake --preset release -DORVEX_BUILD_APP=ON $(FIRST_BUILD) $(CMAKE_FLAGS)
+	cmake --build $(BUILD) --target orvex_app
 
 demo: program
-	@tools/demo.sh $(PROGRAM)
+	@app/demo.sh $(PROGRAM)
 
 test:
 	@tools/install-dependencies.sh test
-	cmake --preset release -DORVEX_BUILD_TOOLS=ON -DORVEX_BUILD_TESTS=ON $(CMAKE_FLAGS)
+	cmake --preset release -DORVEX_BUILD_APP=ON -DORVEX_BUILD_TESTS=ON $(CMAKE_FLAGS)
 	cmake --build $(BUILD)
 	ctest --test-dir $(BUILD) --output-on-failure -j $$(nproc)
 
@@ -40,5 +40,5 @@ instances: program
 bench:
 	@tools/install-dependencies.sh demo
 	cmake --preset release -B build-bench -DORVEX_BUILD_BENCH=ON -DORVEX_BUILD_TESTS=OFF $(CMAKE_FLAGS)
-	cmake --build build-bench --target orvex_cli orvex_bench_flips orvex_bench_startup
+	cmake --build build-bench --target orvex_app orvex_bench_flips orvex_bench_startup
 	bench/run.py --models $(MODELS) $(BENCH_FLAGS)

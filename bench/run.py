@@ -94,7 +94,7 @@ def growth_table(args, best):
 
 def solve(args, instance, limit, command=(), options=()):
     return json.loads(subprocess.run(
-        [*command, args.build / "tools/orvex", "solve", "--quiet", "--json", "--time-limit",
+        [*command, args.build / "app/orvex", "solve", "--quiet", "--json", "--time-limit",
          str(limit), *options, args.models / f"{instance}.qubo.gz"],
         check=True, stdout=subprocess.PIPE, text=True).stdout)
 

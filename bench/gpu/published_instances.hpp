@@ -5,7 +5,7 @@
 
 #include <orvex/orvex.hpp>
 
-#include "generate/matrices.hpp"
+#include "toolkit/generate/matrices.hpp"
 
 namespace orvex::bench {
 
@@ -25,9 +25,9 @@ inline constexpr PUBLISHED_INSTANCE PUBLISHED_INSTANCES[] = {
 
 inline Model model_of(const PUBLISHED_INSTANCE& instance) {
     Model model(instance.variables, 16);
-    generate::palubeckis(instance.variables, instance.density, instance.seed)
-        .each_row([&](int i, const generate::Row& row) {
-            for (const generate::Entry& entry : row)
+    toolkit::generate::palubeckis(instance.variables, instance.density, instance.seed)
+        .each_row([&](int i, const toolkit::generate::Row& row) {
+            for (const toolkit::generate::Entry& entry : row)
                 model.set(i, entry.column, entry.weight);
         });
     return model;

@@ -10,9 +10,9 @@
 
 #include "orvex/registry.hpp"
 
-#include "machine.hpp"
-#include "search_settings.hpp"
 #include "support.hpp"
+#include "toolkit/model/machine.hpp"
+#include "toolkit/settings/search_settings.hpp"
 
 namespace orvex::python {
 
@@ -24,14 +24,14 @@ std::string& last_error() {
 namespace {
 
 /** The band that the library takes: least size, then narrowest weights, then narrowest energies. */
-std::optional<cli::Band> band_for(int size, int width, int arithmetic_bits) {
-    std::optional<cli::Band> best;
+std::optional<toolkit::Band> band_for(int size, int width, int arithmetic_bits) {
+    std::optional<toolkit::Band> best;
     for (int k = 0; k < qubo_multi::band_count(); ++k) {
-        cli::Band band{};
+        toolkit::Band band{};
         qubo_multi::band_at(k, band.size, band.matrix_bits, band.arithmetic_bits);
         if (band.size < size || band.matrix_bits < width || band.arithmetic_bits < arithmetic_bits)
             continue;
-        const auto rank = [](const cli::Band& b) {
+        const auto rank = [](const toolkit::Band& b) {
             return std::array{b.size, b.matrix_bits, b.arithmetic_bits};
         };
         if (!best || rank(band) < rank(*best)) best = band;
@@ -43,9 +43,10 @@ std::optional<cli::Band> band_for(int size, int width, int arithmetic_bits) {
 constexpr std::int64_t TERM_BYTES = 16;
 
 /** A band's matrix, and the narrower rows beside it. */
-std::int64_t memory_of_matrices(const cli::Problem& problem, const cli::Band& band) {
-    const auto rows = cli::rows_of_run(band, problem.couplings);
-    return cli::memory_of_run(problem.size, problem.width, band).record + (rows ? rows->memory : 0);
+std::int64_t memory_of_matrices(const toolkit::Problem& problem, const toolkit::Band& band) {
+    const auto rows = toolkit::rows_of_run(band, problem.couplings);
+    return toolkit::memory_of_run(problem.size, problem.width, band).record +
+           (rows ? rows->memory : 0);
 }
 
 }  // namespace
@@ -101,11 +102,11 @@ ORVEX_PYTHON_API std::int64_t orvex_python_device_memory([[maybe_unused]] int de
 }
 
 ORVEX_PYTHON_API std::int64_t orvex_python_machine_memory() {
-    return orvex::cli::machine_memory();
+    return orvex::toolkit::machine_memory();
 }
 
 ORVEX_PYTHON_API std::int64_t orvex_python_free_memory() {
-    return orvex::cli::free_memory();
+    return orvex::toolkit::free_memory();
 }
 
 /**
@@ -115,7 +116,7 @@ ORVEX_PYTHON_API std::int64_t orvex_python_free_memory() {
  */
 ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_bits,
                                          ORVEX_PYTHON_FACTS* facts) {
-    const orvex::cli::Problem& known = problem->facts;
+    const orvex::toolkit::Problem& known = problem->facts;
     // Loading goes to the band of default energies, the search to that of the width it needs.
     const auto loading = band_for(known.size, known.width, known.width == 64 ? 64 : 32);
     const int fillers = loading ? loading->size - known.size : 0;
@@ -136,12 +137,13 @@ ORVEX_PYTHON_API void orvex_python_facts(const PROBLEM* problem, int arithmetic_
     facts->memory_rows = static_cast<std::int64_t>(
         std::visit([](const auto& all) { return all.bytes(); }, problem->rows));
     facts->memory_terms = (known.couplings.count + known.size) * TERM_BYTES;
-    const orvex::cli::Memory memory = orvex::cli::memory_of_run(known.size, known.width, *band);
+    const orvex::toolkit::Memory memory =
+        orvex::toolkit::memory_of_run(known.size, known.width, *band);
     facts->memory_model = memory.model;
     facts->memory_bands = memory_of_matrices(known, *band);
     if (loading->name() != band->name()) facts->memory_bands += memory_of_matrices(known, *loading);
     facts->memory_rest = memory.rest;
-    facts->memory_block = orvex::cli::blocks_of_run(*band).memory;
+    facts->memory_block = orvex::toolkit::blocks_of_run(*band).memory;
 }
 
 /**
@@ -156,7 +158,7 @@ ORVEX_PYTHON_API const char* orvex_python_settings(const PROBLEM* problem, const
         return keys.find("\n" + key + "\n") != std::string::npos;
     };
     for (const auto& [key, value] :
-         orvex::cli::choose_settings(problem->size, problem->facts.couplings, is_given))
+         orvex::toolkit::choose_settings(problem->size, problem->facts.couplings, is_given))
         text += key + "=" + value + "\n";
     return text.c_str();
 }

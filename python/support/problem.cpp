@@ -7,9 +7,9 @@
 #include <string_view>
 #include <utility>
 
-#include "formats/input_file.hpp"
-#include "machine.hpp"
 #include "support.hpp"
+#include "toolkit/io/formats/input_file.hpp"
+#include "toolkit/model/machine.hpp"
 
 namespace orvex::python {
 namespace {
@@ -21,7 +21,7 @@ bool is_set(const std::uint64_t* words, std::size_t i) {
 std::int64_t narrowed(Wide number) {
     if (number < std::numeric_limits<std::int64_t>::min() + 1 ||
         number > std::numeric_limits<std::int64_t>::max())
-        throw std::range_error("a coefficient of " + cli::to_string(number) +
+        throw std::range_error("a coefficient of " + toolkit::to_string(number) +
                                " does not fit into 64 bits");
     return static_cast<std::int64_t>(number);
 }
@@ -86,13 +86,13 @@ std::int64_t PROBLEM::energy_change(const std::uint64_t* from, const std::uint64
 }
 
 void PROBLEM::settle() {
-    cli::RowSums sums(size);
+    toolkit::RowSums sums(size);
     facts.size = size;
     const auto take_range = [&](std::int64_t smallest, std::int64_t largest) {
         facts.smallest = std::min<long>(facts.smallest, smallest);
         facts.largest = std::max<long>(facts.largest, largest);
     };
-    cli::Couplings& couplings = facts.couplings;
+    toolkit::Couplings& couplings = facts.couplings;
     std::visit(
         [&](const auto& all) {
             for (std::size_t i = 0; i < linear.size(); ++i) {
@@ -121,10 +121,10 @@ void PROBLEM::settle() {
     const int width = find_wbit(facts.smallest, facts.largest);
     facts.width =
         width == 32 && facts.smallest == std::numeric_limits<std::int32_t>::min() ? 64 : width;
-    if (facts.bound.bits(cli::MAX_SIZE) > 64)
+    if (facts.bound.bits(toolkit::MAX_SIZE) > 64)
         throw std::range_error(
-            "energies may lie between " + cli::to_string(facts.bound.lowest_energy) + " and " +
-            cli::to_string(facts.bound.highest_energy) + ", which does not fit into 64 bits");
+            "energies may lie between " + toolkit::to_string(facts.bound.lowest_energy) + " and " +
+            toolkit::to_string(facts.bound.highest_energy) + ", which does not fit into 64 bits");
 }
 
 }  // namespace orvex::python
@@ -177,15 +177,15 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path, const char* f
                                                  const std::int64_t* instance,
                                                  const std::int64_t* penalty, const char* sense) {
     return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
-        orvex::cli::ReadOptions options{.format = format};
+        orvex::toolkit::ReadOptions options{.format = format};
         if (instance != nullptr) options.instance = *instance;
         if (penalty != nullptr) options.penalty = *penalty;
         if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
-        orvex::cli::InputFile file(path, options);
+        orvex::toolkit::InputFile file(path, options);
         const long matrix = long{file.size()} * file.size() * (file.width() / 8);
-        if (matrix > std::min(orvex::cli::machine_memory(), orvex::cli::free_memory()))
+        if (matrix > std::min(orvex::toolkit::machine_memory(), orvex::toolkit::free_memory()))
             throw std::bad_alloc();
-        orvex::cli::Problem read = file.read();
+        orvex::toolkit::Problem read = file.read();
         auto problem = of_size(read.size);
         for (int i = 0; i < read.size; ++i)
             problem->linear[static_cast<std::size_t>(i)] = read.model->get(i, i);
@@ -210,11 +210,11 @@ ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path, const char* f
 /** What the numbers of a problem's file mean, and what is odd about it: lines "name=value". */
 ORVEX_PYTHON_API const char* orvex_python_source(const PROBLEM* problem) {
     thread_local std::string text;
-    const orvex::cli::Convention& known = problem->facts.convention;
+    const orvex::toolkit::Convention& known = problem->facts.convention;
     text = "format=" + known.format + "\nindex_base=" + std::to_string(known.index_base) +
            "\nfactor=" + std::to_string(known.factor) + "\nsense=" + known.sense() +
-           "\noffset=" + orvex::cli::to_string(known.offset) + "\nequation=" + known.equation() +
-           "\nnote=" + known.note;
+           "\noffset=" + orvex::toolkit::to_string(known.offset) +
+           "\nequation=" + known.equation() + "\nnote=" + known.note;
     for (const std::string& warning : problem->facts.warnings)
         text += "\nwarning=" + warning;
     return text.c_str();
@@ -222,7 +222,7 @@ ORVEX_PYTHON_API const char* orvex_python_source(const PROBLEM* problem) {
 
 /** The names of the formats that are read, with commas between them. */
 ORVEX_PYTHON_API const char* orvex_python_formats() {
-    static const std::string names = orvex::cli::format_names();
+    static const std::string names = orvex::toolkit::format_names();
     return names.c_str();
 }
 

@@ -12,11 +12,11 @@
 
 #include <orvex/mat.hpp>
 
-#include "bounds.hpp"
+#include "toolkit/model/bounds.hpp"
 
 namespace orvex::python {
 
-using Wide = cli::Wide;
+using Wide = toolkit::Wide;
 
 /** What each variable's couplings count for in a sum: 0, 1 or 2. */
 using FACTORS = std::vector<std::int8_t>;

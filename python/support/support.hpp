@@ -14,9 +14,9 @@
 
 #include "orvex/tarvik_orvex.h"
 
-#include "bounds.hpp"
-#include "model_file.hpp"
 #include "rows.hpp"
+#include "toolkit/io/model_file.hpp"
+#include "toolkit/model/bounds.hpp"
 
 #define ORVEX_PYTHON_API extern "C" __attribute__((visibility("default")))
 
@@ -27,7 +27,7 @@ struct PROBLEM {
     int size = 0;
     std::vector<std::int64_t> linear;
     ROWS rows;
-    cli::Problem facts;  ///< all but its model
+    toolkit::Problem facts;  ///< all but its model
 
     std::int64_t energy(const std::uint64_t* words) const;
     std::int64_t energy_change(const std::uint64_t* from, const std::uint64_t* to) const;

@@ -20,7 +20,7 @@ fi
 configure() {  # configure NAME DEVICES BANDS
     cmake -G Ninja -S "$source_folder" -B "$folder/$1" -DORVEX_PLATFORM=cuda \
         -DORVEX_CUDA_ARCHITECTURES="$2" -DORVEX_BANDS="$3" -DORVEX_WERROR=ON \
-        -DORVEX_BUILD_TOOLS=OFF -DORVEX_GPU_TESTS=ON
+        -DORVEX_BUILD_TOOLKIT=OFF -DORVEX_BUILD_APP=OFF -DORVEX_GPU_TESTS=ON
 }
 
 configure all-bands 90 .

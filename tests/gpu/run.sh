@@ -33,7 +33,7 @@ end() {
 limited() { timeout --kill-after=10 "${LIMIT:-300}" "$@"; }
 
 cmake -G Ninja -S "$source_folder" -B "$folder" -DORVEX_PLATFORM=cuda -DORVEX_GPU_TESTS=ON \
-    -DORVEX_BANDS="$bands" -DORVEX_BUILD_TOOLS=OFF \
+    -DORVEX_BANDS="$bands" -DORVEX_BUILD_TOOLKIT=OFF -DORVEX_BUILD_APP=OFF \
     -DORVEX_CUDA_ARCHITECTURES="${ORVEX_CUDA_ARCHITECTURES:-native}" && cmake --build "$folder"
 verdict build $?
 [ "$failed" -eq 0 ] || end

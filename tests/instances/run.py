@@ -137,7 +137,7 @@ MODELS=FOLDER` names their folder, with `best_known.tsv` in the one above it).
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("names", nargs="*", help="instances; all by default")
-    parser.add_argument("--program", default=str(ROOT / "build/tools/orvex"))
+    parser.add_argument("--program", default=str(ROOT / "build/app/orvex"))
     parser.add_argument("--models", type=pathlib.Path, default=ROOT / "../shared/data/models")
     parser.add_argument("--best-known", type=pathlib.Path, help="beside the models' folder")
     parser.add_argument("--time-limit", type=int, default=20, help="seconds for each instance")

@@ -1,0 +1,115 @@
+// The command "check": validates a model file and tells what a run on it takes.
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+#include "app/commands.hpp"
+#include "app/exit_status.hpp"
+#include "app/report.hpp"
+#include "toolkit/io/formats/input_file.hpp"
+#include "toolkit/model/machine.hpp"
+
+namespace orvex::cli {
+namespace {
+
+std::string percent(double share) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.4g %%", 100 * share);
+    return text;
+}
+
+std::string range(Wide from, Wide to) {
+    return to_string(from) + " to " + to_string(to);
+}
+
+Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional<Band>& band) {
+    Report facts;
+    facts["file"] = problem.file;
+    add_convention(problem.convention, facts);
+    facts["size"] = problem.size;
+    facts["entries"] = problem.entries;
+    facts["nonzero"] = problem.nonzero;
+    facts["density"] = problem.density();
+    facts["smallest_weight"] = problem.smallest_weight;
+    facts["largest_weight"] = problem.largest_weight;
+    facts["header_smallest"] = problem.smallest;
+    facts["header_largest"] = problem.largest;
+    facts["weight_bits"] = problem.width;
+    facts["arithmetic_bits"] = arithmetic_bits;
+    facts["lowest_energy_bound"] = number(problem.bound.lowest_energy);
+    facts["highest_energy_bound"] = number(problem.bound.highest_energy);
+    facts["largest_delta_bound"] = number(problem.bound.largest_delta);
+    facts["band"] = band ? Report(band->name()) : Report();
+    if (band) {
+        const Memory memory = memory_of_run(problem.size, problem.width, *band);
+        facts["memory"] = memory.total();
+        facts["memory_model"] = memory.model;
+        facts["memory_record"] = memory.record;
+        if (const auto rows = rows_of_run(*band, problem.couplings)) {
+            facts["rows"] = rows->form;
+            facts["memory_rows"] = rows->memory;
+        }
+    }
+    facts["memory_machine"] = machine_memory();
+    facts["warnings"] = problem.warnings;
+    return facts;
+}
+
+Report summary_of(const Problem& problem, const Report& facts) {
+    const Bound& bound = problem.bound;
+    Report summary;
+    for (const char* key : {"file", "format", "index_base", "factor", "sense", "offset", "equation",
+                            "note", "size", "entries", "nonzero"})
+        if (facts.contains(key)) summary[key] = facts[key];
+    summary["density"] = percent(problem.density());
+    summary["weights"] = range(problem.smallest_weight, problem.largest_weight);
+    summary["header_range"] = range(problem.smallest, problem.largest);
+    summary["weight_bits"] = problem.width;
+    summary["arithmetic_bits"] = facts["arithmetic_bits"];
+    summary["energies_within"] = range(bound.lowest_energy, bound.highest_energy);
+    summary["deltas_within"] = range(-bound.largest_delta, bound.largest_delta);
+    summary["band"] = facts["band"];
+    if (facts.contains("memory"))
+        summary["memory_of_a_run"] = "at most " + bytes_text(facts["memory"]) + ": model " +
+                                     bytes_text(facts["memory_model"]) + ", band's matrix " +
+                                     bytes_text(facts["memory_record"]) + ", the rest";
+    if (facts.contains("rows")) {
+        const long more = facts["memory_rows"];
+        summary["rows"] = facts["rows"].get<std::string>() +
+                          (more > 0 ? ", in " + bytes_text(more) + " more if there is room" : "");
+    }
+    summary["memory_of_machine"] = bytes_text(facts["memory_machine"]);
+    return summary;
+}
+
+}  // namespace
+
+int check(const std::string& file, const ReadOptions& read, bool json) {
+    Solver solver(false);
+    const std::vector<int> sizes = band_sizes(solver);
+    InputFile input(file, read);
+    input.expect_memory();
+    Problem problem = input.read();
+
+    const std::optional<Band> smallest = band_for(sizes, problem.size, problem.width, 32);
+    const int bits = problem.bound.bits(smallest ? smallest->size - problem.size : 0);
+    const std::optional<Band> band =
+        band_for(sizes, problem.size, problem.width, std::min(bits, 64));
+    if (!band) problem.warnings.push_back("no band of this build holds the model");
+    if (bits > 64)
+        problem.warnings.push_back(
+            "not even 64-bit arithmetic is proven to be enough; a run ends if it is not");
+    if (band && memory_of_run(problem.size, problem.width, *band).total() > machine_memory())
+        problem.warnings.push_back("a run needs more memory than this machine has");
+
+    const Report facts = facts_of(problem, bits, band);
+    if (json)
+        print_json(facts, std::cout);
+    else
+        print_text(summary_of(problem, facts), std::cout);
+    for (const std::string& warning : problem.warnings)
+        std::cerr << "Warning: " << warning << "\n";
+    return EXIT_NORMAL;
+}
+
+}  // namespace orvex::cli

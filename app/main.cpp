@@ -1,0 +1,181 @@
+// The program orvex: the command line, and the exit status for whatever goes wrong.
+#include <iostream>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include <orvex/orvex.hpp>
+
+#include "app/commands.hpp"
+#include "app/exit_status.hpp"
+#include "app/generate.hpp"
+#include "app/result.hpp"
+#include "toolkit/errors.hpp"
+#include "toolkit/io/output_file.hpp"
+
+namespace orvex::cli {
+namespace {
+
+constexpr const char* EXAMPLES = R"(Examples:
+  orvex check model.qubo.gz
+  orvex solve model.qubo.gz --time-limit 60 --output best.sol
+  orvex solve model.qubo.gz --target -371438 --time-limit 20 --json
+  orvex convert G14.txt model.qubo.gz --from maxcut --to orvex
+  orvex solve model.qubo.gz --start best.sol --param search_cycles="5000 1000"
+  orvex generate dense --size 4096 model.qubo.gz
+
+Exit status:
+  0   solved, or ended by a limit or by the first Ctrl-C
+  1   refused by the library, or out of memory
+  2   wrong command line or file, or a model too large for this machine
+  3   internal error: the reported energy is not that of the solution
+  4   the result could not be written
+  130 ended by a second Ctrl-C (143 by a second SIGTERM))";
+
+constexpr const char* SOLVE_FOOTER =
+    R"(Without --time-limit, --target and --trials a run takes 10 seconds.
+Ctrl-C ends a run and still prints and writes the best solution; a second one quits at once.)";
+
+struct CommandLine {
+    CLI::App app{"Solves QUBO problems: minimises the sum over i <= j of W[i][j] x[i] x[j]."};
+    CLI::App* solve = app.add_subcommand("solve", "search for the bit vector of lowest energy");
+    CLI::App* check = app.add_subcommand("check", "validate a model file, tell what a run takes");
+    CLI::App* convert = app.add_subcommand("convert", "write a problem's file in another format");
+    CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
+    GenerateCommand generate{app};
+    SolveOptions options;
+    ConvertOptions conversion;
+    std::string sense;
+    std::vector<std::string> params;
+
+    CommandLine() {
+        app.name("orvex");
+        app.require_subcommand(1);
+        app.footer(EXAMPLES);
+        app.set_version_flag("--version", [] {
+            return "orvex " ORVEX_PROJECT_VERSION ", engine " + Solver(false).get("version");
+        });
+        for (CLI::App* command : {solve, check})
+            command
+                ->add_option("FILE", options.file, "file of a problem, plain or compressed (.gz)")
+                ->required()
+                ->type_name("");
+        describe_solve();
+        describe_convert();
+        for (CLI::App* command : {solve, check, convert})
+            describe_reading(command);
+        for (CLI::App* command : {solve, check, convert, info})
+            command->add_flag("--json", options.json,
+                              "result as one JSON object on standard output");
+    }
+
+    void describe_solve() {
+        solve->footer(SOLVE_FOOTER);
+        solve
+            ->add_option("--time-limit", options.time_limit,
+                         "end after so many seconds; 0: no limit")
+            ->type_name("SECONDS");
+        solve->add_option("--target", options.target, "end at this energy or below")
+            ->type_name("ENERGY");
+        solve->add_option("--trials", options.trials, "end after so many instances")
+            ->type_name("N");
+        solve
+            ->add_option("--param", params,
+                         "a parameter of the library, in place of what the program would set; may "
+                         "be repeated")
+            ->type_name("KEY=VALUE")
+            ->allow_extra_args(false);
+        solve->add_option("--start", options.start, "begin with the solution in this file")
+            ->type_name("FILE");
+        solve->add_option("--output", options.output, "write the solution and its results here")
+            ->type_name("FILE");
+        solve->add_flag("--quiet", options.quiet, "show no progress and no warnings");
+    }
+
+    void describe_convert() {
+        convert->footer("Formats (docs/formats.md defines them):\n" + format_list());
+        convert->add_option("IN", conversion.input, "file to read, plain or compressed (.gz)")
+            ->required()
+            ->type_name("");
+        convert
+            ->add_option("OUT", conversion.output,
+                         "file to write, compressed if its name ends in .gz; -: standard output")
+            ->required()
+            ->type_name("");
+        convert->add_option("--to", conversion.to, "format to write: " + written_format_names())
+            ->required()
+            ->type_name("FORMAT");
+    }
+
+    void describe_reading(CLI::App* command) {
+        command
+            ->add_option("--from", options.read.format,
+                         "format of the file, where its contents do not tell it: " + format_names())
+            ->type_name("FORMAT");
+        command
+            ->add_option(
+                "--instance", options.read.instance,
+                "which of the file's instances (" + format_names(&Format::has_instances) + ")")
+            ->type_name("K");
+        command
+            ->add_option("--penalty", options.read.penalty,
+                         "penalty of a broken constraint (" + format_names(&Format::has_penalty) +
+                             "); by default one that is proven to suffice")
+            ->type_name("P");
+        command
+            ->add_option("--sense", sense,
+                         "what is wanted, where the format leaves it open (" +
+                             format_names(&Format::leaves_sense_open) + "); min by default")
+            ->check(CLI::IsMember({"min", "max"}))
+            ->type_name("SENSE");
+    }
+
+    int run() {
+        options.params = parse_params(params);
+        if (!sense.empty()) options.read.maximised = sense == "max";
+        conversion.read = options.read;
+        conversion.json = options.json;
+        if (*solve) return cli::solve(options);
+        if (*check) return cli::check(options.file, options.read, options.json);
+        if (*convert) return cli::convert(conversion);
+        if (generate.chosen()) return generate.run();
+        return cli::info(options.json);
+    }
+};
+
+int fail(int status, const std::string& text) {
+    std::cerr << "Error: " << text << std::endl;
+    return status;
+}
+
+int main_of(int argc, char** argv) {
+    CommandLine line;
+    try {
+        line.app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return line.app.exit(error) == 0 ? EXIT_NORMAL : EXIT_BAD_INPUT;
+    }
+    try {
+        const int status = line.run();
+        if (status == EXIT_NORMAL && !std::cout.flush())
+            return fail(EXIT_NOT_WRITTEN, "Cannot write to standard output");
+        return status;
+    } catch (const InputError& error) {
+        return fail(EXIT_BAD_INPUT, error.what());
+    } catch (const EnergyMismatch& error) {
+        return fail(EXIT_ENERGY_MISMATCH, error.what());
+    } catch (const WriteError& error) {
+        return fail(EXIT_NOT_WRITTEN, error.what());
+    } catch (const std::bad_alloc&) {
+        return fail(EXIT_REFUSED, "not enough memory");
+    }
+}
+
+}  // namespace
+}  // namespace orvex::cli
+
+int main(int argc, char** argv) {
+    return orvex::cli::main_of(argc, argv);
+}

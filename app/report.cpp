@@ -1,0 +1,70 @@
+#include "app/report.hpp"
+
+#include <algorithm>
+#include <iomanip>
+#include <string>
+
+namespace orvex::cli {
+namespace {
+
+std::string text_of(const Report& value) {
+    if (value.is_string()) return value.get<std::string>();
+    if (value.is_null()) return "none";
+    if (!value.is_array()) return value.dump();
+    std::string text;
+    for (const Report& element : value) {
+        if (!text.empty()) text += ' ';
+        text += text_of(element);
+    }
+    return text;
+}
+
+std::string label_of(std::string key) {
+    std::replace(key.begin(), key.end(), '_', ' ');
+    return key;
+}
+
+}  // namespace
+
+Report number(Wide wide) {
+    const auto narrow = static_cast<long>(wide);
+    return narrow == wide ? Report(narrow) : Report(to_string(wide));
+}
+
+void add_convention(const Convention& convention, Report& report) {
+    report["format"] = convention.format;
+    report["index_base"] = convention.index_base;
+    report["factor"] = convention.factor;
+    report["sense"] = convention.sense();
+    report["offset"] = number(convention.offset);
+    report["equation"] = convention.equation();
+    if (!convention.note.empty()) report["note"] = convention.note;
+}
+
+void print_text(const Report& report, std::ostream& out) {
+    std::size_t width = 0;
+    for (const auto& [key, value] : report.items())
+        width = std::max(width, key.size());
+    for (const auto& [key, value] : report.items())
+        out << std::left << std::setw(static_cast<int>(width) + 2) << label_of(key)
+            << text_of(value) << "\n";
+    out << std::flush;
+}
+
+void print_json(const Report& report, std::ostream& out) {
+    // A file's name need not be UTF-8; what is not is replaced.
+    out << report.dump(-1, ' ', false, Report::error_handler_t::replace) << std::endl;
+}
+
+void print_key_values(const Report& report, std::ostream& out) {
+    for (const auto& [key, value] : report.items()) {
+        if (!value.is_array()) {
+            out << key << "=" << text_of(value) << "\n";
+            continue;
+        }
+        for (const Report& element : value)
+            out << key << "=" << text_of(element) << "\n";
+    }
+}
+
+}  // namespace orvex::cli

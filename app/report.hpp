@@ -1,0 +1,32 @@
+// What a command has found out, as named values in the order in which they are shown: as aligned
+// text, as one JSON object, or as key=value lines. The names are the same in all three.
+#pragma once
+
+#include <ostream>
+
+#include <nlohmann/json.hpp>
+
+#include "app/cli.hpp"
+#include "toolkit/io/formats/convention.hpp"
+#include "toolkit/model/bounds.hpp"
+
+namespace orvex::cli {
+
+using Report = nlohmann::ordered_json;
+
+/** A number where it is one for JSON too, else its digits: a sum may be wider than 64 bits. */
+Report number(Wide wide);
+
+/** What the numbers of a file mean, as "format", "index_base", "factor" and so on. */
+void add_convention(const Convention& convention, Report& report);
+
+/** One line for each value that is text, number or truth; lists of plain values on one line. */
+void print_text(const Report& report, std::ostream& out);
+
+/** One object on one line. */
+void print_json(const Report& report, std::ostream& out);
+
+/** key=value lines; a list gives a line for each of its elements. */
+void print_key_values(const Report& report, std::ostream& out);
+
+}  // namespace orvex::cli

@@ -1,0 +1,155 @@
+// Results: their energy is checked before anything of them is shown.
+#include "app/result.hpp"
+
+#include <limits>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "app/exit_status.hpp"
+#include "toolkit/errors.hpp"
+#include "toolkit/io/solution.hpp"
+#include "unit/toolkit/temporary_file.hpp"
+
+namespace orvex::cli::test {
+namespace {
+
+using testing::HasSubstr;
+
+Model random_model(int size, long range) {
+    std::mt19937 random(1);
+    std::uniform_int_distribution<long> weight(-range, range);
+    Model model(size, -range, range);
+    for (int i = 0; i < size; ++i)
+        for (int j = i; j < size; ++j)
+            model.set(i, j, weight(random));
+    return model;
+}
+
+Sol random_solution(int size) {
+    std::mt19937 random(2);
+    Sol solution(size);
+    for (int i = 0; i < size; ++i)
+        solution.set(i, random() % 2 != 0);
+    return solution;
+}
+
+TEST(ExactEnergy, CountsEachPairOnce) {
+    for (const int size : {1, 2, 65, 130}) {
+        const Model model = random_model(size, 1000);
+        const Sol solution = random_solution(size);
+        long expected = 0;
+        for (int i = 0; i < size; ++i)
+            for (int j = i; j < size; ++j)
+                expected += model.get(i, j) * solution.get(i) * solution.get(j);
+        EXPECT_EQ(exact_energy(model, solution, size), expected);
+    }
+}
+
+TEST(ExactEnergy, DoesNotOverflow) {
+    const long largest = std::numeric_limits<long>::max();
+    Model model(3, 64);
+    Sol solution(3);
+    for (int i = 0; i < 3; ++i) {
+        model.set(i, i, largest);
+        solution.set(i, true);
+    }
+    EXPECT_EQ(exact_energy(model, solution, 3), Wide{largest} * 3);
+}
+
+TEST(VerifiedEnergy, IsTheEnergyOfTheBits) {
+    const Model model = random_model(20, 100);
+    Sol solution = random_solution(20);
+    const long energy = static_cast<long>(exact_energy(model, solution, 20));
+    solution.set("tts", "0.1");
+    solution.set("energy", std::to_string(energy));
+    EXPECT_EQ(verified_energy(model, solution, 20), energy);
+    solution.set("energy", std::to_string(energy - 1));
+    EXPECT_THROW(verified_energy(model, solution, 20), EnergyMismatch);
+}
+
+TEST(VerifiedEnergy, OfARunWithoutAnyResultIsThatOfItsBits) {
+    const Model model = random_model(20, 100);
+    Sol solution = random_solution(20);
+    solution.set("tts", "");
+    solution.set("energy", std::to_string(std::numeric_limits<long>::max()));
+    EXPECT_EQ(verified_energy(model, solution, 20), exact_energy(model, solution, 20));
+    solution.set("tts", "0.1");
+    EXPECT_THROW(verified_energy(model, solution, 20), EnergyMismatch);
+}
+
+std::string refusal(const std::string& contents, int size) {
+    try {
+        read_solution(toolkit::test::TemporaryFile(contents).path(), size);
+        return "";
+    } catch (const InputError& error) {
+        return error.what();
+    }
+}
+
+TEST(Solution, IsReadFromTheFirstLine) {
+    for (const char* contents : {"0110\nenergy=5\n", "0110", "0110\r\n", "0110 \n"}) {
+        const Sol solution = read_solution(toolkit::test::TemporaryFile(contents).path(), 4);
+        EXPECT_EQ(digits_of(solution, 4), "0110");
+    }
+}
+
+TEST(Solution, ThatIsNoneIsRefused) {
+    EXPECT_THAT(refusal("011\n", 4), HasSubstr("has 4 digits; there are 3"));
+    EXPECT_THAT(refusal("01101\n", 4), HasSubstr("has 4 digits; there are 5"));
+    EXPECT_THAT(refusal("01x0\n", 4), HasSubstr("character 3 is another"));
+    EXPECT_THAT(refusal("0 110\n", 4), HasSubstr("character 2 is another"));
+    EXPECT_THAT(refusal("\n0110\n", 4), HasSubstr("there are 0"));
+    EXPECT_THAT(refusal("", 4), HasSubstr("it is empty"));
+    EXPECT_THROW(read_solution("/nowhere/start", 4), InputError);
+}
+
+TEST(Report, HasThreeForms) {
+    Report report;
+    report["energy"] = -5;
+    report["target_reached"] = true;
+    report["tts"] = nullptr;
+    report["log"] = {"0.1,-4", "0.2,-5"};
+    std::ostringstream text, json, pairs;
+    print_text(report, text);
+    print_json(report, json);
+    print_key_values(report, pairs);
+    EXPECT_EQ(text.str(),
+              "energy          -5\ntarget reached  true\ntts             none\n"
+              "log             0.1,-4 0.2,-5\n");
+    EXPECT_EQ(json.str(),
+              "{\"energy\":-5,\"target_reached\":true,\"tts\":null,"
+              "\"log\":[\"0.1,-4\",\"0.2,-5\"]}\n");
+    EXPECT_EQ(pairs.str(), "energy=-5\ntarget_reached=true\ntts=none\nlog=0.1,-4\nlog=0.2,-5\n");
+}
+
+TEST(Report, ANameThatIsNoUtf8IsStillJson) {
+    Report report;
+    report["file"] = "\xff.qubo";
+    std::ostringstream json;
+    EXPECT_NO_THROW(print_json(report, json));
+    EXPECT_TRUE(Report::accept(json.str()));
+}
+
+TEST(Output, IsReadBackAsAStart) {
+    const toolkit::test::TemporaryFile file("");
+    const Sol solution = random_solution(100);
+    Report report;
+    report["energy"] = -5;
+    EXPECT_TRUE(write_result(file.path(), digits_of(solution, 100), report));
+    EXPECT_THAT(file.contents(), HasSubstr("\nenergy=-5\n"));
+    EXPECT_EQ(digits_of(read_solution(file.path(), 100), 100), digits_of(solution, 100));
+}
+
+TEST(Output, ThatCannotBeWrittenIsKnownBeforeAndAfter) {
+    EXPECT_THROW(expect_writable("/tmp"), InputError);
+    EXPECT_THROW(expect_writable("/nowhere/result"), InputError);
+    EXPECT_NO_THROW(expect_writable("/tmp/orvex-test-that-need-not-exist"));
+    EXPECT_FALSE(write_result("/dev/full", "01", Report::object()));
+}
+
+}  // namespace
+}  // namespace orvex::cli::test

@@ -1,0 +1,14 @@
+// What the toolkit throws where something outside of it is wrong.
+#pragma once
+
+#include <stdexcept>
+
+namespace orvex::toolkit {
+
+/** Something in what the caller gave is wrong; the text is shown as it is. */
+class InputError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace orvex::toolkit

@@ -1,0 +1,16 @@
+// A generated model as a model file.
+#pragma once
+
+#include "toolkit/generate/rows.hpp"
+#include "toolkit/io/output_file.hpp"
+
+namespace orvex::toolkit::generate {
+
+/**
+ * Writes the header and a line "row column weight" for each entry. The rows are asked for twice.
+ *
+ * @throws WriteError
+ */
+void write_model(const Rows& model, OutputFile& file);
+
+}  // namespace orvex::toolkit::generate

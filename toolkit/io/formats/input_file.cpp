@@ -1,0 +1,109 @@
+#include "toolkit/io/formats/input_file.hpp"
+
+#include <utility>
+#include <vector>
+
+#include "toolkit/errors.hpp"
+#include "toolkit/model/machine.hpp"
+
+namespace orvex::toolkit {
+namespace {
+
+constexpr const char* HOW_TO_NAME = " (--from, in Python format=)";
+
+/** What is known to be something else entirely. */
+void refuse_other_kinds(const std::string& file, std::string_view ahead) {
+    using namespace std::string_view_literals;
+    if (ahead.starts_with("PK\x03\x04"sv))
+        throw InputError(file +
+                         ": is a zip archive; scipy's .npz files are read by the Python "
+                         "package");
+    if (ahead.starts_with("\xFD"
+                          "7zXZ"sv))
+        throw InputError(file + ": is compressed with xz, which is not read; gzip is");
+}
+
+const Format& recognised(const NumberReader& reader) {
+    refuse_other_kinds(reader.file(), reader.ahead());
+    const Beginning beginning(reader.ahead(), reader.ahead_is_all());
+    if (beginning.lines.empty() && beginning.whole)
+        throw InputError(reader.file() + ", line 1: the file is empty");
+    std::vector<const Format*> candidates;
+    for (const Format* format : formats())
+        if (format->may_be(beginning)) candidates.push_back(format);
+    if (candidates.size() == 1) return *candidates[0];
+    if (candidates.empty())
+        throw InputError(reader.file() +
+                         ": is in no known format; if it is one after all, it must "
+                         "be named" +
+                         HOW_TO_NAME + ": " + format_names());
+    std::string names;
+    for (std::size_t k = 0; k < candidates.size(); ++k) {
+        names += k == 0 ? "" : k + 1 < candidates.size() ? ", " : " or ";
+        names += std::string(candidates[k]->name) + " (" + candidates[k]->title + ")";
+    }
+    throw InputError(reader.file() + ": its contents do not tell whether it is " + names +
+                     ", so its format must be named" + HOW_TO_NAME);
+}
+
+void expect_options_of(const Format& format, const ReadOptions& options) {
+    const std::string name = format.name;
+    if (options.instance && !format.has_instances)
+        throw InputError("files of the format " + name + " have no instances to choose from");
+    if (options.penalty && !format.has_penalty)
+        throw InputError("files of the format " + name + " need no penalty");
+    if (options.maximised && !format.leaves_sense_open)
+        throw InputError("the format " + name + " says itself what is minimised or maximised");
+}
+
+}  // namespace
+
+/** All that reading takes; each part refers to the one before it. */
+struct InputFile::Foreign {
+    Foreign(NumberReader opened, const Format& format, const ReadOptions& options)
+        : reader(std::move(opened)), lines(reader), statement(lines) {
+        warn_about_name(reader, statement.warnings);
+        statement.convention.format = format.name;
+        format.read(lines, options, statement);
+        statement.settle();
+    }
+
+    NumberReader reader;
+    Lines lines;
+    Statement statement;
+};
+
+InputFile::InputFile(const std::string& file, const ReadOptions& options) : file_(file) {
+    NumberReader reader(file);
+    const Format& format =
+        options.format.empty() ? recognised(reader) : format_named(options.format);
+    expect_options_of(format, options);
+    if (format.read == nullptr)
+        own_ = std::make_unique<ModelFile>(std::move(reader));
+    else
+        foreign_ = std::make_unique<Foreign>(std::move(reader), format, options);
+}
+
+InputFile::~InputFile() = default;
+
+int InputFile::size() const {
+    return own_ ? own_->size() : foreign_->statement.size();
+}
+
+int InputFile::width() const {
+    return own_ ? own_->width() : foreign_->statement.width();
+}
+
+void InputFile::expect_memory() const {
+    const long n = size(), matrix = n * n * (width() / 8);
+    if (matrix <= machine_memory()) return;
+    throw InputError(file_ + ": a model of " + std::to_string(n) + " variables and " +
+                     std::to_string(width()) + "-bit weights takes " + bytes_text(matrix) +
+                     "; this machine has " + bytes_text(machine_memory()));
+}
+
+Problem InputFile::read() {
+    return own_ ? own_->read() : foreign_->statement.problem();
+}
+
+}  // namespace orvex::toolkit

@@ -1,0 +1,62 @@
+// What a file states, as it is read: weights of pairs, summed where a pair comes several times, in
+// whatever order they come. Invariant: the sums are exact; what does not fit into 64 bits is
+// refused.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "toolkit/io/formats/convention.hpp"
+#include "toolkit/io/formats/lines.hpp"
+#include "toolkit/io/model_file.hpp"
+#include "toolkit/io/pair_set.hpp"
+#include "toolkit/model/bounds.hpp"
+
+namespace orvex::toolkit {
+
+class Statement {
+  public:
+    /** @param lines where the statement comes from, for messages */
+    explicit Statement(const Lines& lines) : lines_(lines) {}
+
+    /** Makes room for so many variables; never makes it less. */
+    void resize(int size);
+
+    /** Adds to the weight of a pair of variables, or of one variable with itself. */
+    void add(int i, int j, Wide weight);
+
+    /** Notes that an entry names this pair. @throws InputError when one has named it before */
+    void expect_new(int i, int j, int index_base);
+
+    int size() const { return static_cast<int>(linear_.size()); }
+
+    long entries = 0;  ///< of the file
+    Convention convention;
+    std::vector<std::string> warnings;
+
+    /** Sums up, once everything has been added. @throws InputError when a sum is beyond 64 bits */
+    void settle();
+
+    /** The bits of a weight, once all is settled. */
+    int width() const;
+
+    /** The problem, once all is settled; to be called once. */
+    Problem problem();
+
+  private:
+    struct Term {
+        int i, j;  // i < j
+        long weight;
+    };
+
+    void sum_pairs();
+
+    const Lines& lines_;
+    std::vector<Wide> linear_;
+    std::vector<Term> terms_;
+    std::unique_ptr<PairSet> pairs_;
+    long smallest_ = 0, largest_ = 0;
+};
+
+}  // namespace orvex::toolkit
