@@ -22,29 +22,16 @@ inline void survey_devices() {
     }
 }
 
-/**
- * Islands and blocks are taken as the caller gave them. A shape that no device takes, or of which
- * the run could not count the threads, rings or results, ends as its launch would.
- */
-inline bool can_be_launched() {
-    const long islands = gv->islands_per_gpu;
-    const long blocks = gv->blocks_per_island;
-    constexpr long MOST = std::numeric_limits<int>::max();
-    return islands >= 1 && blocks >= 1 && islands * blocks <= MOST && 16 * blocks <= MOST &&
-           gv->gpus * (islands + 1) <= MOST;
-}
-
 /** Blocks, islands and rings, all devices alike, by the one surveyed last. */
 inline void size_run() {
-    const auto ceil_of = [](int a, int b) { return a / b + (a % b > 0); };
     gv->blocks_per_sm = gv->prop.maxThreadsPerMultiProcessor / T;
-    if (gv->blocks_per_gpu == 0)
-        gv->blocks_per_gpu = gv->blocks_per_sm * gv->prop.multiProcessorCount;
-    if (gv->islands_per_gpu == 0)
-        gv->islands_per_gpu = gv->gpus > 5 ? 1 : std::min(ceil_of(5, gv->gpus), gv->blocks_per_gpu);
-    if (gv->blocks_per_island == 0 && gv->islands_per_gpu > 0)
-        gv->blocks_per_island = ceil_of(gv->blocks_per_gpu, gv->islands_per_gpu);
-    if (!can_be_launched()) cuda_check(cudaErrorInvalidConfiguration);
+    const RUN_SHAPE shape =
+        sized({gv->blocks_per_gpu, gv->islands_per_gpu, gv->blocks_per_island}, gv->gpus,
+              gv->blocks_per_sm, gv->prop.multiProcessorCount);
+    if (!can_be_launched(shape, gv->gpus)) cuda_check(cudaErrorInvalidConfiguration);
+    gv->blocks_per_gpu = shape.blocks_per_gpu;
+    gv->islands_per_gpu = shape.islands_per_gpu;
+    gv->blocks_per_island = shape.blocks_per_island;
     gv->islands = gv->gpus * gv->islands_per_gpu;
     gv->all_threads = gv->gpus + gv->islands;
     gv->ring_size = 4 * gv->blocks_per_island;

@@ -29,6 +29,7 @@
 #include "engine/relaxed.hpp"
 #include "engine/restart_clock.hpp"
 #include "engine/run_state.hpp"
+#include "engine/sizing.hpp"
 #include "engine/start_thread.hpp"
 #include "engine/trans_count.hpp"
 #include "engine/values.hpp"
