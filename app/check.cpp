@@ -7,7 +7,7 @@
 #include "app/exit_status.hpp"
 #include "app/report.hpp"
 #include "toolkit/io/formats/input_file.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/memory.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -22,7 +22,7 @@ std::string range(Wide from, Wide to) {
     return to_string(from) + " to " + to_string(to);
 }
 
-Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional<Band>& band) {
+Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional<Plan>& plan) {
     Report facts;
     facts["file"] = problem.file;
     add_convention(problem.convention, facts);
@@ -39,16 +39,14 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
     facts["lowest_energy_bound"] = number(problem.bound.lowest_energy);
     facts["highest_energy_bound"] = number(problem.bound.highest_energy);
     facts["largest_delta_bound"] = number(problem.bound.largest_delta);
-    facts["band"] = band ? Report(band->name()) : Report();
-    if (band) {
-        const Memory memory = memory_of_run(problem.size, problem.width, *band);
-        facts["memory"] = memory.total();
-        facts["memory_model"] = memory.model;
-        facts["memory_record"] = memory.record;
-        if (const auto rows = rows_of_run(*band, problem.couplings)) {
-            facts["rows"] = rows->form;
-            facts["memory_rows"] = rows->memory;
-        }
+    facts["band"] = plan ? Report(plan->band()) : Report();
+    if (plan) {
+        facts["memory"] = problem.model_bytes() + plan->host_bytes();
+        facts["memory_model"] = problem.model_bytes();
+        facts["memory_record"] = plan->matrix_bytes;
+        facts["rows"] = plan->rows;
+        facts["memory_rows"] = plan->rows_bytes;
+        if (plan->device_bytes > 0) facts["memory_device"] = plan->device_bytes;
     }
     facts["memory_machine"] = machine_memory();
     facts["warnings"] = problem.warnings;
@@ -73,10 +71,12 @@ Report summary_of(const Problem& problem, const Report& facts) {
         summary["memory_of_a_run"] = "at most " + bytes_text(facts["memory"]) + ": model " +
                                      bytes_text(facts["memory_model"]) + ", band's matrix " +
                                      bytes_text(facts["memory_record"]) + ", the rest";
+    if (facts.contains("memory_device"))
+        summary["memory_of_device"] = bytes_text(facts["memory_device"]);
     if (facts.contains("rows")) {
-        const long more = facts["memory_rows"];
+        const std::uint64_t more = facts["memory_rows"];
         summary["rows"] = facts["rows"].get<std::string>() +
-                          (more > 0 ? ", in " + bytes_text(more) + " more if there is room" : "");
+                          (more > 0 ? ", in " + bytes_text(more) + " of it" : "");
     }
     summary["memory_of_machine"] = bytes_text(facts["memory_machine"]);
     return summary;
@@ -85,24 +85,18 @@ Report summary_of(const Problem& problem, const Report& facts) {
 }  // namespace
 
 int check(const std::string& file, const ReadOptions& read, bool json) {
-    Solver solver(false);
-    const std::vector<int> sizes = band_sizes(solver);
     InputFile input(file, read);
     input.expect_memory();
     Problem problem = input.read();
-
-    const std::optional<Band> smallest = band_for(sizes, problem.size, problem.width, 32);
-    const int bits = problem.bound.bits(smallest ? smallest->size - problem.size : 0);
-    const std::optional<Band> band =
-        band_for(sizes, problem.size, problem.width, std::min(bits, 64));
-    if (!band) problem.warnings.push_back("no band of this build holds the model");
-    if (bits > 64)
-        problem.warnings.push_back(
-            "not even 64-bit arithmetic is proven to be enough; a run ends if it is not");
-    if (band && memory_of_run(problem.size, problem.width, *band).total() > machine_memory())
+    const int bits = problem.proven_bits();
+    const std::optional<Plan> plan = problem.plan(std::min(bits, 64));
+    if (!plan) problem.warnings.push_back("no band of this build holds the model");
+    if (bits > 64) problem.warnings.push_back("not even 64-bit arithmetic is proven to be enough");
+    if (plan &&
+        problem.model_bytes() + plan->host_bytes() > static_cast<std::uint64_t>(machine_memory()))
         problem.warnings.push_back("a run needs more memory than this machine has");
 
-    const Report facts = facts_of(problem, bits, band);
+    const Report facts = facts_of(problem, bits, plan);
     if (json)
         print_json(facts, std::cout);
     else

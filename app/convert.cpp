@@ -4,35 +4,35 @@
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
 #include "app/report.hpp"
-#include "toolkit/errors.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/io/output_file.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::cli {
 
-int convert(const ConvertOptions& options) {
-    const Format& to = format_named(options.to);
+int convert(const ConvertCommand& command) {
+    const Format& to = format_named(command.to);
     if (to.write == nullptr)
         throw InputError(std::string("the format ") + to.name + " can only be read; " +
                          written_format_names() + " can be written");
-    InputFile file(options.input, options.read);
+    InputFile file(command.input, command.read);
     file.expect_memory();
     const Problem problem = file.read();
-    OutputFile output(options.output);
+    OutputFile output(command.output);
     to.write(problem, output);
     output.finish();
 
     Report report;
-    report["file"] = options.output;
+    report["file"] = command.output;
     report["written_as"] = to.name;
-    report["read_from"] = options.input;
+    report["read_from"] = command.input;
     add_convention(problem.convention, report);
     report["size"] = problem.size;
     report["entries"] = problem.entries;
     report["nonzero"] = problem.nonzero;
     // The file itself may have gone to standard output.
-    std::ostream& out = options.output == "-" ? std::cerr : std::cout;
-    if (options.json)
+    std::ostream& out = command.output == "-" ? std::cerr : std::cout;
+    if (command.json)
         print_json(report, out);
     else
         print_text(report, out);

@@ -4,12 +4,12 @@
 #include <limits>
 
 #include "app/exit_status.hpp"
-#include "toolkit/errors.hpp"
 #include "toolkit/generate/matrices.hpp"
 #include "toolkit/generate/model_text.hpp"
 #include "toolkit/generate/sequences.hpp"
 #include "toolkit/io/model_file.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/errors.hpp"
+#include "toolkit/model/memory.hpp"
 
 namespace orvex::cli {
 namespace {

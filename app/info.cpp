@@ -1,45 +1,60 @@
 // The command "info": what this build is and where it runs.
-#include <algorithm>
 #include <iostream>
+#include <set>
+#include <sstream>
 
 #include <orvex/orvex.hpp>
+#include <orvex/plan.hpp>
+#include <orvex/registry.hpp>
 
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
 #include "app/report.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/memory.hpp"
 
 namespace orvex::cli {
 namespace {
 
-/** Only a run tells its device, so the smallest one is made. */
-std::string device_name(const Solver& solver) {
-    Model model(1, 8);
-    model.set(0, 0, -1);
-    Param param;
-    param.set("trial_limit", "1");
-    return solver(model, param).get("gpu");
+/** Bits of a weight / bits of an energy, of all bands. */
+Report widths_of_bands() {
+    std::set<std::pair<int, int>> widths;
+    for (int index = 0; index < qubo_multi::band_count(); ++index) {
+        int size = 0, matrix = 0, arithmetic = 0;
+        qubo_multi::band_at(index, size, matrix, arithmetic);
+        widths.emplace(matrix, arithmetic);
+    }
+    Report names = Report::array();
+    for (const auto& [matrix, arithmetic] : widths)
+        names.push_back(std::to_string(matrix) + "/" + std::to_string(arithmetic));
+    return names;
+}
+
+Report sizes_of_bands(Solver& solver) {
+    Report sizes = Report::array();
+    std::istringstream list(solver.get("sizes"));
+    for (std::string size; std::getline(list, size, ',');)
+        sizes.push_back(std::stoi(size));
+    return sizes;
 }
 
 }  // namespace
 
 int info(bool json) {
     Solver solver(false);
-    const std::vector<int> sizes = band_sizes(solver);
-    const int max_bits = std::stoi(solver.get("max_bits"));
-    Report widths = Report::array();
-    for (const auto& [matrix, arithmetic] : BAND_WIDTHS)
-        if (matrix <= max_bits)
-            widths.push_back(std::to_string(matrix) + "/" + std::to_string(arithmetic));
+    const std::vector<Device> found = devices();
+    const long memory = machine_memory();
 
     Report report;
     report["solver"] = solver.get("solver");
     report["version"] = solver.get("version");
     report["license"] = solver.get("license");
-    report["device"] = device_name(solver);
-    report["memory"] = json ? Report(machine_memory()) : Report(bytes_text(machine_memory()));
+    report["device"] = found.empty() ? Report() : Report(found.front().name);
+    if (found.size() > 1) report["devices"] = found.size();
+    report["memory"] =
+        json ? Report(memory) : Report(bytes_text(static_cast<std::uint64_t>(memory)));
+    const Report sizes = sizes_of_bands(solver);
     report["largest_model"] = sizes.back();
-    report["widths"] = widths;  // bits of a weight / bits of an energy
+    report["widths"] = widths_of_bands();
     report["sizes"] = sizes;
     if (json)
         print_json(report, std::cout);

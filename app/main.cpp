@@ -12,8 +12,9 @@
 #include "app/exit_status.hpp"
 #include "app/generate.hpp"
 #include "app/result.hpp"
-#include "toolkit/errors.hpp"
 #include "toolkit/io/output_file.hpp"
+#include "toolkit/model/errors.hpp"
+#include "toolkit/solve.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -45,8 +46,8 @@ struct CommandLine {
     CLI::App* convert = app.add_subcommand("convert", "write a problem's file in another format");
     CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
     GenerateCommand generate{app};
-    SolveOptions options;
-    ConvertOptions conversion;
+    SolveCommand options;
+    ConvertCommand conversion;
     std::string sense;
     std::vector<std::string> params;
 
@@ -168,6 +169,8 @@ int main_of(int argc, char** argv) {
         return fail(EXIT_ENERGY_MISMATCH, error.what());
     } catch (const WriteError& error) {
         return fail(EXIT_NOT_WRITTEN, error.what());
+    } catch (const NoDevice& error) {
+        return fail(EXIT_REFUSED, error.what());
     } catch (const std::bad_alloc&) {
         return fail(EXIT_REFUSED, "not enough memory");
     }

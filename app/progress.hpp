@@ -7,17 +7,10 @@
 #include <ostream>
 #include <string>
 
-namespace orvex::cli {
+#include "app/cli.hpp"
+#include "toolkit/solve.hpp"
 
-/** A moment of a run. Times are in seconds. */
-struct Moment {
-    double elapsed = 0;
-    double limit = 0;       ///< of the run; 0 if there is none
-    bool has_best = false;  ///< whether a solution has been found yet
-    long best = 0;          ///< its energy
-    double best_time = 0;   ///< when it was found
-    long flips = 0;
-};
+namespace orvex::cli {
 
 /** The line of a terminal, cut to its width. */
 std::string live_line(const Moment& moment, int columns);

@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "app/cli.hpp"
-#include "toolkit/io/formats/convention.hpp"
 #include "toolkit/model/bounds.hpp"
+#include "toolkit/model/convention.hpp"
 
 namespace orvex::cli {
 

@@ -10,9 +10,7 @@
 #include <unistd.h>
 
 #include "app/exit_status.hpp"
-#include "toolkit/errors.hpp"
-#include "toolkit/io/solution.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -26,9 +24,9 @@ std::string with_unit(const Report& seconds) {
     return seconds.is_null() ? "none" : seconds.dump() + " s";
 }
 
-Report log_of(const Sol& result) {
+Report log_of(const Sol& solution) {
     Report lines = Report::array();
-    std::istringstream log(result.impl().log.str());
+    std::istringstream log(solution.impl().log.str());
     for (std::string line; std::getline(log, line);)
         lines.push_back(line);
     return lines;
@@ -36,46 +34,32 @@ Report log_of(const Sol& result) {
 
 }  // namespace
 
-long verified_energy(const Model& model, const Sol& result, int size) {
-    const Wide exact = exact_energy(model, result, size);
-    const long reported = std::stol(result.get("energy"));
-    // A run that was ended before its first result reports the start solution and no energy.
-    const bool nothing_found =
-        result.get("tts").empty() && reported == std::numeric_limits<long>::max();
-    if (exact != reported && !nothing_found)
-        throw EnergyMismatch("Internal error: the run reports the energy " +
-                             std::to_string(reported) + ", but its solution has the energy " +
-                             to_string(exact));
-    return static_cast<long>(exact);
-}
-
-Report report_of(const Problem& problem, const RunSettings& settings, const Sol& result,
-                 long energy, const std::string& status, double load_time) {
-    const Band band = {std::stoi(result.get("solver_size")), std::stoi(result.get("solver_bits")),
-                       std::stoi(result.get("arithmetic_bits"))};
+Report report_of(const Problem& problem, const Result& result, const std::optional<long>& target,
+                 double read_time) {
+    const Sol& solution = result.solution;
     Report report;
     report["file"] = problem.file;
     report["size"] = problem.size;
-    report["energy"] = energy;
-    report["objective"] = number(problem.convention.objective_at(energy));
+    report["energy"] = result.energy;
+    report["objective"] = number(problem.convention.objective_at(result.energy));
     add_convention(problem.convention, report);
-    report["status"] = status;
-    if (settings.target) {
-        report["target"] = *settings.target;
-        report["target_reached"] = energy <= *settings.target;
+    report["status"] = text_of(result.ending);
+    if (target) {
+        report["target"] = *target;
+        report["target_reached"] = result.energy <= *target;
     }
-    report["tts"] = seconds_of(result.get("tts"));
-    report["runtime"] = seconds_of(result.get("runtime"));
-    report["kernel_time"] = seconds_of(result.get("kernel_time"));
-    report["load_time"] = std::round(load_time * 1e6) / 1e6;
-    report["total_flips"] = std::stol(result.get("total_flips"));
-    report["band"] = band.name();
-    report["device"] = result.get("gpu");
-    report["search_cycles"] = result.get("search_cycles");
-    report["tabu_cycles"] = std::stol(result.get("tabu_cycles"));
-    report["solution_proximity"] = std::stol(result.get("solution_proximity"));
-    report["version"] = result.get("version");
-    const Report log = log_of(result);
+    report["tts"] = seconds_of(solution.get("tts"));
+    report["runtime"] = seconds_of(solution.get("runtime"));
+    report["kernel_time"] = seconds_of(solution.get("kernel_time"));
+    report["load_time"] = std::round((read_time + result.load_time) * 1e6) / 1e6;
+    report["total_flips"] = std::stol(solution.get("total_flips"));
+    report["band"] = result.plan.band();
+    report["device"] = solution.get("gpu");
+    report["search_cycles"] = solution.get("search_cycles");
+    report["tabu_cycles"] = std::stol(solution.get("tabu_cycles"));
+    report["solution_proximity"] = std::stol(solution.get("solution_proximity"));
+    report["version"] = solution.get("version");
+    const Report log = log_of(solution);
     if (!log.empty()) report["log"] = log;
     return report;
 }

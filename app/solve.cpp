@@ -1,4 +1,6 @@
-// The command "solve": a model file, a run, a result.
+// The command "solve": a problem's file, a search, a result.
+#include "toolkit/solve.hpp"
+
 #include <chrono>
 #include <iostream>
 
@@ -7,12 +9,9 @@
 #include "app/interrupt.hpp"
 #include "app/progress.hpp"
 #include "app/result.hpp"
-#include "app/run_settings.hpp"
-#include "app/watcher.hpp"
-#include "toolkit/errors.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/io/solution.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -23,90 +22,120 @@ double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void note(const SolveOptions& options, const std::string& text) {
-    if (!options.quiet) std::cerr << text << std::endl;
+/** The library's own display takes the place of the program's. */
+bool wants_librarys_display(const SolveCommand& command) {
+    const auto verbose = command.params.find("verbose");
+    return verbose != command.params.end() && std::atol(verbose->second.c_str()) > 0;
 }
 
-/** Before the entries are read, which may take the memory already. */
-void expect_memory(const SolveOptions& options, const InputFile& file, const Band& band) {
-    const long needed = memory_of_run(file.size(), file.width(), band).total();
-    const std::string need = options.file + ": a run needs " + bytes_text(needed);
-    if (needed > machine_memory())
-        throw InputError(need + " of memory; this machine has " + bytes_text(machine_memory()));
-    if (needed > free_memory())
-        note(options, "Warning: " + need + " of memory, of which " + bytes_text(free_memory()) +
-                          " are free");
-}
+/** Shows on standard error what happens, and ends the search at an interrupt. */
+class Screen : public Events {
+  public:
+    Screen(const Problem& problem, const SolveCommand& command)
+        : problem_(problem),
+          quiet_(command.quiet),
+          progress_(Progress::style_for_stderr(command.quiet || wants_librarys_display(command)),
+                    std::cerr) {}
 
-Sol run(const Problem& problem, const RunSettings& settings, const std::optional<Sol>& start,
-        Watcher& watcher) {
-    Param param;
-    for (const auto& [key, value] : settings.params)
-        param.set(key, value);
-    param.set(watcher);
-    const Solver solver(false);
-    return start ? solver(*problem.model, param, *start) : solver(*problem.model, param);
+    void warned(const std::string& text) override { note("Warning: " + text); }
+
+    void planned(const Plan& plan, const Settings&) override {
+        for (const std::string& warning : problem_.warnings)
+            warned(warning);
+        note(problem_.file + ": " + std::to_string(problem_.size) + " variables, " +
+             std::to_string(problem_.entries) + " entries, band " + plan.band() + ", " + plan.rows +
+             " rows");
+        if (!problem_.convention.is_own()) note(problem_.file + ": " + problem_.convention.text());
+    }
+
+    void began(const Moment& moment, Steering& steering) override {
+        obey_interrupts(steering);
+        shown([&] { progress_.begin(moment); });
+    }
+    void improved(const Moment& moment, const Sol&, Steering& steering) override {
+        obey_interrupts(steering);
+        shown([&] { progress_.update(moment, true); });
+    }
+    void pulsed(const Moment& moment, Steering& steering) override {
+        obey_interrupts(steering);
+        shown([&] { progress_.update(moment, false); });
+    }
+    void end() { progress_.end(); }
+
+  private:
+    void note(const std::string& text) const {
+        if (!quiet_) std::cerr << text << std::endl;
+    }
+
+    static void obey_interrupts(Steering& steering) {
+        if (interrupted()) steering.stop(Ending::INTERRUPTED);
+    }
+
+    /** A search can go on without its display, which may fail for want of memory. */
+    template <class ACTION>
+    static void shown(const ACTION& action) {
+        try {
+            action();
+        } catch (...) {
+        }
+    }
+
+    const Problem& problem_;
+    const bool quiet_;
+    Progress progress_;
+};
+
+SolveOptions options_of(const SolveCommand& command, const Problem& problem) {
+    SolveOptions options{.time_limit = command.time_limit,
+                         .target = command.target,
+                         .trials = command.trials,
+                         .settings = command.params};
+    if (!command.start.empty())
+        options.starts.push_back(read_solution(command.start, problem.size));
+    return options;
 }
 
 }  // namespace
 
-int solve(const SolveOptions& options) {
+int solve(const SolveCommand& command) {
     const Clock::time_point begin = Clock::now();
-    Solver solver(false);
-    const std::vector<int> sizes = band_sizes(solver);
-    if (!options.output.empty()) expect_writable(options.output);
-
-    InputFile file(options.file, options.read);
-    // A model that no band holds goes on to the library, which refuses it with what there is.
-    const std::optional<Band> smallest = band_for(sizes, file.size(), file.width(), 32);
-    if (smallest) expect_memory(options, file, *smallest);
+    if (!command.output.empty()) expect_writable(command.output);
+    InputFile file(command.file, command.read);
+    file.expect_memory_of_run();
     const Problem problem = file.read();
-    const int fillers = smallest ? smallest->size - problem.size : 0;
+    const SolveOptions options = options_of(command, problem);
+    const double read_time = seconds_since(begin);
 
-    const RunSettings settings = settings_for(options, problem, problem.bound.bits(fillers));
-    std::optional<Sol> start;
-    if (!options.start.empty()) start = read_solution(options.start, problem.size);
-    for (const auto* warnings : {&problem.warnings, &settings.warnings})
-        for (const std::string& warning : *warnings)
-            note(options, "Warning: " + warning);
-    const std::optional<Band> band =
-        band_for(sizes, problem.size, problem.width, settings.arithmetic_bits);
-    if (band) {
-        const auto rows = rows_of_run(*band, problem.couplings);
-        note(options, options.file + ": " + std::to_string(problem.size) + " variables, " +
-                          std::to_string(problem.entries) + " entries, band " + band->name() +
-                          (rows ? ", " + rows->form + " rows" : ""));
-    }
-
-    if (!problem.convention.is_own())
-        note(options, options.file + ": " + problem.convention.text());
-
-    const bool quiet = options.quiet || !settings.own_display;
-    Progress progress(Progress::style_for_stderr(quiet), std::cerr);
-    Watcher watcher(settings.limits, progress);
-    const double load_time = seconds_since(begin);
+    Screen screen(problem, command);
     catch_interrupts();
-    const Sol result = run(problem, settings, start, watcher);
-    progress.end();
+    const Result result = toolkit::solve(problem, options, screen);
+    screen.end();
 
-    const long energy = verified_energy(*problem.model, result, problem.size);
-    const std::string status =
-        status_of(settings, watcher.stop(), energy, std::stod(result.get("runtime")));
-    Report report = report_of(problem, settings, result, energy, status, load_time);
-    const std::string digits = digits_of(result, problem.size);
-
-    const bool written = options.output.empty() || write_result(options.output, digits, report);
-    if (options.json) {
+    Report report = report_of(problem, result, command.target, read_time);
+    const std::string digits = digits_of(result.solution, problem.size);
+    const bool written = command.output.empty() || write_result(command.output, digits, report);
+    if (command.json) {
         report["bits"] = digits;
         print_json(report, std::cout);
     } else {
         print_text(summary_of(report), std::cout);
     }
     if (!written) {
-        std::cerr << "Error: Cannot write " << options.output << std::endl;
+        std::cerr << "Error: Cannot write " << command.output << std::endl;
         return EXIT_NOT_WRITTEN;
     }
     return EXIT_NORMAL;
+}
+
+Settings parse_params(const std::vector<std::string>& words) {
+    Settings params;
+    for (const std::string& word : words) {
+        const std::size_t equals = word.find('=');
+        if (equals == std::string::npos || equals == 0)
+            throw InputError("--param takes key=value, not \"" + word + "\"");
+        params[word.substr(0, equals)] = word.substr(equals + 1);
+    }
+    return params;
 }
 
 }  // namespace orvex::cli

@@ -17,8 +17,8 @@ int device_count() {
     return cudaGetDeviceCount(&count) == cudaSuccess ? count : 0;
 }
 
-/** Program, libraries, threads. */
-constexpr std::uint64_t BYTES_OF_ANY_RUN = std::uint64_t{32} << 20;
+/** Program, libraries, threads: what the smallest run takes at most. */
+constexpr std::uint64_t BYTES_OF_ANY_RUN = std::uint64_t{64} << 20;
 
 /** Blocks and islands by the properties of the last device, as a run takes them. */
 engine::RUN_SHAPE shape_of_run(const PlanRequest& request, int gpus, int threads) {

@@ -19,9 +19,9 @@ class Check(ProgramTest):
                      "energies within    -4 to 2", "deltas within      -4 to 4",
                      "band               qb64_32_32"):
             self.assertIn(line + "\n", run.stdout)
-        self.assertIn("memory of a run    at most 64 MiB: model 0.00879 KiB, band's matrix "
+        self.assertIn("memory of a run    at most 64.2 MiB: model 0.00879 KiB, band's matrix "
                       "16.3 KiB, the rest\n"
-                      "rows               sparse, in 0.523 KiB more if there is room\n",
+                      "rows               sparse, in 0.523 KiB of it\n",
                       run.stdout)
 
     def test_json_has_plain_numbers(self):

@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "app/exit_status.hpp"
-#include "toolkit/errors.hpp"
 #include "toolkit/io/solution.hpp"
+#include "toolkit/model/errors.hpp"
 #include "unit/toolkit/temporary_file.hpp"
 
 namespace orvex::cli::test {
@@ -19,66 +19,12 @@ namespace {
 
 using testing::HasSubstr;
 
-Model random_model(int size, long range) {
-    std::mt19937 random(1);
-    std::uniform_int_distribution<long> weight(-range, range);
-    Model model(size, -range, range);
-    for (int i = 0; i < size; ++i)
-        for (int j = i; j < size; ++j)
-            model.set(i, j, weight(random));
-    return model;
-}
-
 Sol random_solution(int size) {
     std::mt19937 random(2);
     Sol solution(size);
     for (int i = 0; i < size; ++i)
         solution.set(i, random() % 2 != 0);
     return solution;
-}
-
-TEST(ExactEnergy, CountsEachPairOnce) {
-    for (const int size : {1, 2, 65, 130}) {
-        const Model model = random_model(size, 1000);
-        const Sol solution = random_solution(size);
-        long expected = 0;
-        for (int i = 0; i < size; ++i)
-            for (int j = i; j < size; ++j)
-                expected += model.get(i, j) * solution.get(i) * solution.get(j);
-        EXPECT_EQ(exact_energy(model, solution, size), expected);
-    }
-}
-
-TEST(ExactEnergy, DoesNotOverflow) {
-    const long largest = std::numeric_limits<long>::max();
-    Model model(3, 64);
-    Sol solution(3);
-    for (int i = 0; i < 3; ++i) {
-        model.set(i, i, largest);
-        solution.set(i, true);
-    }
-    EXPECT_EQ(exact_energy(model, solution, 3), Wide{largest} * 3);
-}
-
-TEST(VerifiedEnergy, IsTheEnergyOfTheBits) {
-    const Model model = random_model(20, 100);
-    Sol solution = random_solution(20);
-    const long energy = static_cast<long>(exact_energy(model, solution, 20));
-    solution.set("tts", "0.1");
-    solution.set("energy", std::to_string(energy));
-    EXPECT_EQ(verified_energy(model, solution, 20), energy);
-    solution.set("energy", std::to_string(energy - 1));
-    EXPECT_THROW(verified_energy(model, solution, 20), EnergyMismatch);
-}
-
-TEST(VerifiedEnergy, OfARunWithoutAnyResultIsThatOfItsBits) {
-    const Model model = random_model(20, 100);
-    Sol solution = random_solution(20);
-    solution.set("tts", "");
-    solution.set("energy", std::to_string(std::numeric_limits<long>::max()));
-    EXPECT_EQ(verified_energy(model, solution, 20), exact_energy(model, solution, 20));
-    solution.set("tts", "0.1");
-    EXPECT_THROW(verified_energy(model, solution, 20), EnergyMismatch);
 }
 
 std::string refusal(const std::string& contents, int size) {

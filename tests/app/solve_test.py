@@ -111,8 +111,8 @@ class Solve(ProgramTest):
                           'Error: Parameter key not found : "no_such_key"')
         self.assert_fails(self.solve("--param", "pool_size=1"), 1,
                           "Error: pool_size must be at least 2.")
-        self.assert_fails(self.solve("--param", "arithmetic_bits=128"), 1,
-                          "arithmetic bits >= 128")
+        self.assert_fails(self.solve("--param", "arithmetic_bits=128"), 2,
+                          "cannot solve 12 variables with weights of 8 bits and energies of 128")
 
     def test_the_run_log_is_handed_on(self):
         output = self.folder / "result"
@@ -156,12 +156,12 @@ class Arithmetic(ProgramTest):
         weights = {(0, 0): 2**31 - 1, (1, 1): 7, (0, 1): -2**31, (2, 2): -1}
         self.assertEqual(self.solve(weights), "qb64_64_64")
 
-    def test_an_overflow_ends_the_run_when_the_width_is_forced(self):
+    def test_energies_that_may_overflow_are_refused_before_the_run(self):
         model = self.write("wide.qubo", model_text(3, {(0, 0): -2_000_000_000,
                                                        (1, 1): -2_000_000_000}))
         run = orvex("solve", model, "--param", "arithmetic_bits=32", "--time-limit", 20)
-        self.assert_fails(run, 1, "Arithmetic overflow detected.")
-        self.assertIn("Warning: the arithmetic is not proven to be wide enough", run.stderr)
+        self.assert_fails(run, 2, "arithmetic_bits=32 is not enough: energies of this problem may "
+                          "need 64 bits")
 
 
 class Files(ProgramTest):

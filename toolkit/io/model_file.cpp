@@ -4,8 +4,8 @@
 #include <limits>
 #include <utility>
 
-#include "toolkit/errors.hpp"
 #include "toolkit/io/pair_set.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -23,21 +23,12 @@ bool fits(long weight, int width) {
 
 }  // namespace
 
-int weight_width(long smallest, long largest) {
-    const int width = find_wbit(smallest, largest);
-    return width == 32 && smallest == LOWEST_32 ? 64 : width;
-}
-
 void warn_about_name(const NumberReader& reader, std::vector<std::string>& warnings) {
     const bool named_gz = reader.file().ends_with(".gz");
     if (named_gz == reader.compressed()) return;
     warnings.push_back(reader.file() + (named_gz
                                             ? " is not compressed, in spite of its name"
                                             : " is compressed, but its name does not end in .gz"));
-}
-
-double Problem::density() const {
-    return static_cast<double>(nonzero) / (0.5 * size * (size + 1.0));
 }
 
 ModelFile::ModelFile(NumberReader reader) : reader_(std::move(reader)) {
@@ -69,10 +60,11 @@ void ModelFile::read_header() {
 }
 
 Problem ModelFile::read() {
-    problem_.model = std::make_unique<Model>(problem_.size, problem_.width);
+    model_ = std::make_unique<Model>(problem_.size, problem_.width);
     read_entries();
     check_end();
     warn_about_ranges();
+    problem_.model = std::move(model_);
     return std::move(problem_);
 }
 
@@ -87,7 +79,7 @@ int ModelFile::read_index(const char* what) {
 void ModelFile::read_entries() {
     PairSet pairs(problem_.size);
     RowSums sums(problem_.size);
-    Model& model = *problem_.model;
+    Model& model = *model_;
     long repeated = 0;
     std::string first_repeated;
     problem_.smallest_weight = std::numeric_limits<long>::max();

@@ -11,40 +11,10 @@
 
 #include <orvex/orvex.hpp>
 
-#include "toolkit/io/formats/convention.hpp"
 #include "toolkit/io/number_reader.hpp"
-#include "toolkit/model/bounds.hpp"
-#include "toolkit/settings/search_settings.hpp"
+#include "toolkit/model/problem.hpp"
 
 namespace orvex::toolkit {
-
-/** The largest number of variables of a model file. */
-inline constexpr int MAX_SIZE = 65536;
-
-/** A model with what its file tells about it. */
-struct Problem {
-    std::string file;
-    int size = 0;                                  ///< number of variables
-    int width = 0;                                 ///< bits of a weight in the model
-    long entries = 0;                              ///< entries in the file
-    long nonzero = 0;                              ///< pairs whose weight is not zero
-    long smallest = 0, largest = 0;                ///< of the header
-    long smallest_weight = 0, largest_weight = 0;  ///< of the entries
-    Bound bound{};                                 ///< of energies and deltas
-    Couplings couplings;                           ///< as far as they decide on "search_cycles"
-    Convention convention;                         ///< what the file's own numbers mean
-    std::vector<std::string> warnings;             ///< what is odd, but harmless
-    std::unique_ptr<orvex::Model> model;
-
-    /** Share of the pairs, each variable's with itself included, whose weight is not zero. */
-    double density() const;
-};
-
-/**
- * The width of a model's weights. The lowest weight of 32 bits has no negative there, so a flip
- * that subtracts it would add it: such a model is stored with 64 bits.
- */
-int weight_width(long smallest, long largest);
 
 /** What is odd about a file's name, if anything is. */
 void warn_about_name(const NumberReader& reader, std::vector<std::string>& warnings);
@@ -72,6 +42,7 @@ class ModelFile {
 
     NumberReader reader_;
     Problem problem_;
+    std::unique_ptr<Model> model_;
     long beyond_ = 0;           // weights beyond the header's range
     std::string first_beyond_;  // what the first of them is
 };

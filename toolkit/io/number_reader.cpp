@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 namespace {

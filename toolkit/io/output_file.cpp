@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 namespace {

@@ -3,23 +3,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <vector>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
-
-Wide exact_energy(const Model& model, const Sol& solution, int size) {
-    std::vector<int> ones;
-    Wide energy = 0;
-    for (int i = 0; i < size; ++i) {
-        if (!solution.get(i)) continue;
-        ones.push_back(i);
-        for (const int j : ones)
-            energy += model.get(i, j);  // row i, which lies together in memory
-    }
-    return energy;
-}
 
 std::string digits_of(const Sol& solution, int size) {
     std::string digits(static_cast<std::size_t>(size), '0');

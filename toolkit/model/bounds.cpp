@@ -57,13 +57,15 @@ void RowSums::change(int i, int j, long before, long after) {
 }
 
 Bound RowSums::bound() const {
-    Bound bound{0, 0, 0};
+    Bound bound{};
     Wide lowest_twice = 0, highest_twice = 0;
     for (const Row& row : rows_) {
         lowest_twice += std::min<Wide>(0, 2 * row.linear + row.negative);
         highest_twice += std::max<Wide>(0, 2 * row.linear + row.positive);
         bound.largest_delta = std::max({bound.largest_delta, magnitude(row.linear + row.positive),
                                         magnitude(row.linear + row.negative)});
+        bound.largest_row_sum =
+            std::max(bound.largest_row_sum, magnitude(row.linear) + row.positive - row.negative);
     }
     bound.lowest_energy = (lowest_twice - 1) / 2;  // halves are rounded away from zero
     bound.highest_energy = (highest_twice + 1) / 2;

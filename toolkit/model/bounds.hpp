@@ -18,6 +18,8 @@ struct Bound {
     Wide lowest_energy;   ///< no bit vector is below
     Wide highest_energy;  ///< nor above
     Wide largest_delta;   ///< no flip changes the energy by more
+    /** Largest sum of magnitudes in a row, of the linear term and of all couplings. */
+    Wide largest_row_sum{};
 
     /**
      * The arithmetic width that is enough: 32, 64, or 128 when not even 64 bits are proven to be.

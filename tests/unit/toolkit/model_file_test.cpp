@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "toolkit/errors.hpp"
 #include "toolkit/io/pair_set.hpp"
+#include "toolkit/model/errors.hpp"
 #include "unit/toolkit/temporary_file.hpp"
 
 namespace orvex::toolkit::test {

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 #include "unit/toolkit/temporary_file.hpp"
 
 namespace orvex::toolkit::test {

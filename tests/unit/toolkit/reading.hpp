@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/errors.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/io/solution.hpp"
+#include "toolkit/model/energy.hpp"
+#include "toolkit/model/errors.hpp"
 #include "unit/toolkit/temporary_file.hpp"
 
 namespace orvex::toolkit::test {

@@ -2,7 +2,7 @@
 // of a model in order, to write them.
 #pragma once
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 #include "toolkit/io/formats/readers.hpp"
 
 namespace orvex::toolkit {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 #include "toolkit/io/formats/readers.hpp"
 
 namespace orvex::toolkit {

@@ -3,8 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include "toolkit/errors.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/errors.hpp"
+#include "toolkit/model/memory.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -95,11 +95,25 @@ int InputFile::width() const {
 }
 
 void InputFile::expect_memory() const {
-    const long n = size(), matrix = n * n * (width() / 8);
-    if (matrix <= machine_memory()) return;
+    const auto machine = static_cast<std::uint64_t>(machine_memory());
+    const auto n = static_cast<std::uint64_t>(size());
+    const std::uint64_t matrix = n * n * static_cast<std::uint64_t>(width() / 8);
+    if (matrix <= machine) return;
     throw InputError(file_ + ": a model of " + std::to_string(n) + " variables and " +
                      std::to_string(width()) + "-bit weights takes " + bytes_text(matrix) +
-                     "; this machine has " + bytes_text(machine_memory()));
+                     "; this machine has " + bytes_text(machine));
+}
+
+void InputFile::expect_memory_of_run() const {
+    const std::optional<Plan> plan = plan_run({.size = size(), .matrix_bits = width()});
+    if (!plan) return expect_memory();  // refused for the size when the problem is there
+    const auto n = static_cast<std::uint64_t>(size());
+    const std::uint64_t needed =
+        n * n * static_cast<std::uint64_t>(width() / 8) + plan->matrix_bytes;
+    if (needed > static_cast<std::uint64_t>(machine_memory()))
+        throw InputError(file_ + ": a run needs " + bytes_text(needed) +
+                         " of memory; this machine has " +
+                         bytes_text(static_cast<std::uint64_t>(machine_memory())));
 }
 
 Problem InputFile::read() {

@@ -27,6 +27,9 @@ class InputFile {
     /** @throws InputError when this machine has not the memory for the model's matrix alone */
     void expect_memory() const;
 
+    /** @throws InputError when this machine has not the memory for a run, so far as it is known */
+    void expect_memory_of_run() const;
+
     /** The problem; to be called once. @throws InputError when anything in the file is wrong */
     Problem read();
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 #include "toolkit/io/formats/decimal.hpp"
 #include "toolkit/io/formats/words.hpp"
 

@@ -1,6 +1,6 @@
 #include "toolkit/io/formats/one_hot.hpp"
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 

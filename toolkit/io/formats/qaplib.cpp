@@ -7,7 +7,7 @@
 
 #include "toolkit/io/formats/entries.hpp"
 #include "toolkit/io/formats/one_hot.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/memory.hpp"
 
 namespace orvex::toolkit {
 namespace {

@@ -4,7 +4,7 @@
 #include <limits>
 #include <tuple>
 
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -92,7 +92,7 @@ Problem Statement::problem() {
     problem.entries = entries;
     problem.smallest_weight = Limits::max();
     problem.largest_weight = Limits::min();
-    problem.model = std::make_unique<Model>(problem.size, problem.width);
+    auto model = std::make_unique<Model>(problem.size, problem.width);
     RowSums sums(problem.size);
     const auto set = [&](int i, int j, long weight) {
         if (weight == 0) return;
@@ -101,7 +101,7 @@ Problem Statement::problem() {
         problem.largest_weight = std::max(problem.largest_weight, weight);
         sums.change(i, j, 0, weight);
         if (i != j) problem.couplings.change(0, weight);
-        problem.model->set(i, j, weight);
+        model->set(i, j, weight);
     };
     for (int i = 0; i < problem.size; ++i)
         set(i, i, static_cast<long>(linear_[static_cast<std::size_t>(i)]));
@@ -113,6 +113,7 @@ Problem Statement::problem() {
     problem.bound = sums.bound();
     problem.convention = std::move(convention);
     problem.warnings = std::move(warnings);
+    problem.model = std::move(model);
     return problem;
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/io/formats/convention.hpp"
+#include "toolkit/model/convention.hpp"
 #include "toolkit/io/formats/lines.hpp"
 #include "toolkit/io/model_file.hpp"
 #include "toolkit/io/pair_set.hpp"

@@ -1,5 +1,5 @@
 // From options to the library's parameters, and from a run's end to its status.
-#include "app/run_settings.hpp"
+#include "toolkit/settings/run_settings.hpp"
 
 #include <limits>
 #include <utility>
@@ -8,33 +8,32 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "app/exit_status.hpp"
-#include "toolkit/errors.hpp"
+#include "toolkit/model/errors.hpp"
 
-namespace orvex::cli::test {
+namespace orvex::toolkit::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;
-using Stop = Watcher::Stop;
 
-Problem problem_of_width(int width) {
+/** A problem of ten variables whose energies are proven to fit into so many bits. */
+Problem problem_of_width(int proven_bits, int width) {
     Problem problem;
     problem.size = 10;
     problem.width = width;
+    const Wide reach = proven_bits == 32 ? Wide{1000} : Wide{1} << (proven_bits - 10);
+    problem.bound = {-reach, reach, reach, reach};
     return problem;
 }
 
 RunSettings settings(const SolveOptions& options, int proven_bits = 32, int width = 8) {
-    return settings_for(options, problem_of_width(width), proven_bits);
+    return settings_for(options, problem_of_width(proven_bits, width));
 }
 
-SolveOptions with_params(std::vector<std::pair<std::string, std::string>> params) {
+SolveOptions with_params(Settings params) {
     SolveOptions options;
-    options.params = std::move(params);
+    options.settings = std::move(params);
     return options;
 }
 
@@ -50,8 +49,7 @@ TEST(RunSettings, WithoutAStopConditionARunHasATimeLimit) {
                 UnorderedElementsAre(Pair("time_limit", "10"), Pair("arithmetic_bits", "32"),
                                      Pair("search_cycles", "100 20")));
     EXPECT_EQ(run.time_limit, 10);
-    EXPECT_EQ(run.limits.shown, 10);
-    EXPECT_FALSE(run.limits.abort);
+    EXPECT_FALSE(run.abort);
 }
 
 TEST(RunSettings, AnyStopConditionReplacesTheDefault) {
@@ -62,18 +60,18 @@ TEST(RunSettings, AnyStopConditionReplacesTheDefault) {
                                         with_params({{"trial_limit", "7"}}), with_time_limit(0)})
         EXPECT_EQ(settings(options).params.count("time_limit"), 0u);
     EXPECT_EQ(settings(target).params.at("target_energy"), "-5");
-    EXPECT_EQ(settings(target).limits.target, -5);
+    EXPECT_EQ(settings(target).target, -5);
     EXPECT_EQ(settings(trials).params.at("trial_limit"), "7");
 }
 
-TEST(RunSettings, AFractionOfASecondIsSeenToByTheProgram) {
+TEST(RunSettings, AFractionOfASecondIsSeenToFromOutside) {
     const RunSettings fraction = settings(with_time_limit(2.25));
     EXPECT_EQ(fraction.params.at("time_limit"), "3");
-    EXPECT_EQ(fraction.limits.abort, 2.25);
-    EXPECT_EQ(fraction.limits.shown, 2.25);
+    EXPECT_EQ(fraction.abort, 2.25);
+    EXPECT_EQ(fraction.time_limit, 2.25);
     const RunSettings whole = settings(with_time_limit(2));
     EXPECT_EQ(whole.params.at("time_limit"), "2");
-    EXPECT_FALSE(whole.limits.abort);
+    EXPECT_FALSE(whole.abort);
 }
 
 TEST(RunSettings, ImpossibleLimitsAreRefused) {
@@ -90,18 +88,22 @@ TEST(RunSettings, ImpossibleLimitsAreRefused) {
 TEST(RunSettings, ArithmeticIsAsWideAsProven) {
     EXPECT_EQ(settings({}, 32).params.at("arithmetic_bits"), "32");
     EXPECT_EQ(settings({}, 64).params.at("arithmetic_bits"), "64");
-    EXPECT_EQ(settings({}, 128).params.at("arithmetic_bits"), "64");
-    EXPECT_THAT(settings({}, 64).warnings, IsEmpty());
-    EXPECT_THAT(settings({}, 128).warnings, ElementsAre(HasSubstr("not proven")));
 }
 
-TEST(RunSettings, ArithmeticThatIsTooNarrowOnRequestIsWarnedAbout) {
+/** The library would end the process in the middle of the search. */
+TEST(RunSettings, EnergiesThatMayNotFitAreRefused) {
+    EXPECT_THROW(settings({}, 128), InputError);
     const SolveOptions narrow = with_params({{"arithmetic_bits", "32"}});
-    EXPECT_EQ(settings(narrow, 64).params.at("arithmetic_bits"), "32");
-    EXPECT_THAT(settings(narrow, 64).warnings, ElementsAre(HasSubstr("not proven")));
-    EXPECT_THAT(settings(narrow, 32).warnings, IsEmpty());
+    EXPECT_THROW(settings(narrow, 64), InputError);
+    EXPECT_EQ(settings(narrow, 32).params.at("arithmetic_bits"), "32");
     // Weights of 64 bits take 64-bit arithmetic whatever is asked for.
-    EXPECT_THAT(settings(narrow, 64, 64).warnings, IsEmpty());
+    EXPECT_NO_THROW(settings(narrow, 64, 64));
+}
+
+TEST(RunSettings, CyclesCanBeLeftToTheLibrary) {
+    SolveOptions options;
+    options.library_cycles = true;
+    EXPECT_EQ(settings(options).params.count("search_cycles"), 0u);
 }
 
 TEST(RunSettings, ParametersGoBeforeOptions) {
@@ -110,7 +112,6 @@ TEST(RunSettings, ParametersGoBeforeOptions) {
                                         {"trial_limit", "3"},
                                         {"arithmetic_bits", "64"},
                                         {"search_cycles", "500 50"},
-                                        {"pool_size", "50"},
                                         {"pool_size", "60"}});
     options.time_limit = 2.5;
     options.target = -1;
@@ -120,9 +121,9 @@ TEST(RunSettings, ParametersGoBeforeOptions) {
                 UnorderedElementsAre(Pair("time_limit", "4"), Pair("target_energy", "-9"),
                                      Pair("trial_limit", "3"), Pair("search_cycles", "500 50"),
                                      Pair("arithmetic_bits", "64"), Pair("pool_size", "60")));
-    EXPECT_FALSE(run.limits.abort);
-    EXPECT_EQ(run.limits.shown, 4);
-    EXPECT_EQ(run.limits.target, -9);
+    EXPECT_FALSE(run.abort);
+    EXPECT_EQ(run.time_limit, 4);
+    EXPECT_EQ(run.target, -9);
     EXPECT_EQ(run.trials, 3);
     EXPECT_EQ(run.arithmetic_bits, 64);
 }
@@ -135,41 +136,26 @@ TEST(RunSettings, FactorsReplaceTheChoiceOfCycles) {
     }
 }
 
-TEST(RunSettings, TheLibrarysDisplayReplacesTheProgramsOwn) {
-    EXPECT_TRUE(settings({}).own_display);
-    EXPECT_TRUE(settings(with_params({{"verbose", "0"}})).own_display);
-    EXPECT_FALSE(settings(with_params({{"verbose", "1"}})).own_display);
+TEST(RunSettings, APlanHearsOfTheShape) {
+    const PlanRequest request = plan_request_of(settings(
+        with_params({{"islands_per_gpu", "3"}, {"blocks_per_island", "7"}, {"pool_size", "50"}})));
+    EXPECT_EQ(request.islands_per_gpu, 3);
+    EXPECT_EQ(request.blocks_per_island, 7);
+    EXPECT_EQ(request.pool_size, 50);
+    EXPECT_EQ(request.gpus, 0);
 }
 
-TEST(Params, AreKeysAndValues) {
-    EXPECT_THAT(parse_params({"a=b", "search_cycles=100 20", "empty=", "twice=x=y"}),
-                ElementsAre(Pair("a", "b"), Pair("search_cycles", "100 20"), Pair("empty", ""),
-                            Pair("twice", "x=y")));
-    EXPECT_THROW(parse_params({"time_limit"}), InputError);
-    EXPECT_THROW(parse_params({"=5"}), InputError);
-}
-
-TEST(Status, IsWhatEndedTheRun) {
+TEST(EndingOf, IsWhatTheLibraryEndedTheRunFor) {
     SolveOptions options;
     options.target = -5;
     options.time_limit = 2;
     options.trials = 100;
     const RunSettings run = settings(options);
-    EXPECT_EQ(status_of(run, Stop::NONE, -5, 0.1), "target reached");
-    EXPECT_EQ(status_of(run, Stop::NONE, -6, 0.1), "target reached");
-    EXPECT_EQ(status_of(run, Stop::NONE, -4, 2.001), "time limit");
-    EXPECT_EQ(status_of(run, Stop::NONE, -4, 1.999), "trial limit");
-    EXPECT_EQ(status_of(run, Stop::INTERRUPT, -4, 1.0), "interrupted");
-    EXPECT_EQ(status_of(run, Stop::DEADLINE, -4, 1.0), "time limit");
-    EXPECT_EQ(status_of(run, Stop::TARGET, -5, 1.0), "target reached");
-}
-
-// Results that were still on their way may reach the target after an interrupt.
-TEST(Status, AnInterruptStaysOneWhenTheTargetIsReachedAfterIt) {
-    SolveOptions options;
-    options.target = -5;
-    EXPECT_EQ(status_of(settings(options), Stop::INTERRUPT, -7, 1.0), "interrupted");
+    EXPECT_EQ(ending_of(run, -5, 0.1), Ending::TARGET);
+    EXPECT_EQ(ending_of(run, -6, 0.1), Ending::TARGET);
+    EXPECT_EQ(ending_of(run, -4, 2.001), Ending::TIME_LIMIT);
+    EXPECT_EQ(ending_of(run, -4, 1.999), Ending::TRIAL_LIMIT);
 }
 
 }  // namespace
-}  // namespace orvex::cli::test
+}  // namespace orvex::toolkit::test

@@ -1,4 +1,4 @@
-#include "toolkit/io/formats/convention.hpp"
+#include "toolkit/model/convention.hpp"
 
 namespace orvex::toolkit {
 

@@ -1,0 +1,161 @@
+// The call above all rooms, as its callers use it.
+#include "toolkit/solve.hpp"
+
+#include <limits>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "toolkit/model/energy.hpp"
+#include "unit/toolkit/random_problem.hpp"
+
+namespace orvex::toolkit::test {
+namespace {
+
+using testing::HasSubstr;
+
+/** The lowest energy of all bit vectors. */
+long lowest_energy(const Problem& problem) {
+    long lowest = 0;
+    for (unsigned bits = 0; bits < 1u << problem.size; ++bits) {
+        Sol solution(problem.size);
+        for (int i = 0; i < problem.size; ++i)
+            solution.set(i, (bits >> i & 1) != 0);
+        lowest = std::min(lowest,
+                          static_cast<long>(exact_energy(*problem.model, solution, problem.size)));
+    }
+    return lowest;
+}
+
+std::string refusal(const Problem& problem, const SolveOptions& options) {
+    try {
+        solve(problem, options);
+        return "";
+    } catch (const InputError& error) {
+        return error.what();
+    }
+}
+
+TEST(Solve, FindsTheLowestEnergy) {
+    const Problem problem = random_problem(12, 50);
+    const long lowest = lowest_energy(problem);
+    const Result result = solve(problem, {.time_limit = 5, .target = lowest});
+    EXPECT_EQ(result.energy, lowest);
+    EXPECT_EQ(result.ending, Ending::TARGET);
+    EXPECT_EQ(exact_energy(*problem.model, result.solution, 12), lowest);
+    EXPECT_EQ(result.plan.band(), "qb64_32_32");
+    EXPECT_EQ(result.solution.get("energy"), std::to_string(lowest));
+}
+
+TEST(Solve, KeepsAHistoryThatOnlyGetsBetter) {
+    const Problem problem = random_problem(200, 100);
+    const Result result = solve(problem, {.time_limit = 0.3});
+    ASSERT_FALSE(result.history.empty());
+    EXPECT_EQ(result.history.back().energy, result.energy);
+    for (std::size_t k = 0; k < result.history.size(); ++k) {
+        const Found& found = result.history[k];
+        EXPECT_EQ(found.energy, exact_energy(*problem.model, found.solution, 200));
+        EXPECT_LE(found.time, result.search_time);
+        if (k == 0) continue;
+        EXPECT_LT(found.energy, result.history[k - 1].energy);
+    }
+    EXPECT_EQ(result.ending, Ending::TIME_LIMIT);
+    EXPECT_NEAR(result.search_time, 0.3, 0.2);
+}
+
+TEST(Solve, EndsAfterSoManyTrials) {
+    const Result result = solve(random_problem(50, 100), {.trials = 3});
+    EXPECT_EQ(result.ending, Ending::TRIAL_LIMIT);
+}
+
+TEST(Solve, IsNotWorseThanItsStarts) {
+    const Problem problem = random_problem(200, 100);
+    const Sol good = solve(problem, {.time_limit = 0.3}).solution;
+    const long energy = static_cast<long>(exact_energy(*problem.model, good, 200));
+    const Result result = solve(problem, {.trials = 1, .starts = {Sol(200), good}});
+    EXPECT_LE(result.energy, energy);
+    EXPECT_EQ(result.history.front().energy, energy);
+    EXPECT_EQ(result.history.front().time, 0);
+    EXPECT_EQ(exact_energy(*problem.model, result.solution, 200), result.energy);
+}
+
+/** What the library would end the process for is found out before. */
+TEST(Solve, RefusesWhatTheLibraryWould) {
+    const Problem problem = random_problem(10, 100);
+    EXPECT_THAT(refusal(problem, {.time_limit = -1}), HasSubstr("time limit"));
+    EXPECT_THAT(refusal(problem, {.trials = 0}), HasSubstr("trials"));
+    EXPECT_THAT(refusal(problem, {.starts = {Sol(9)}}), HasSubstr("start 0 has 9 bits"));
+    EXPECT_THAT(refusal(problem, {.hints = {Sol(10), Sol(11)}}), HasSubstr("hint 1 has 11 bits"));
+    EXPECT_THAT(refusal(problem, {.settings = {{"blocks_per_island", "-1"}}}), HasSubstr("shape"));
+    EXPECT_THAT(refusal(problem, {.settings = {{"pool_size", "2000000000"}}}),
+                HasSubstr("of memory"));
+    const auto empty = std::make_unique<Problem>();
+    EXPECT_THAT(refusal(*empty, {}), HasSubstr("no model"));
+    EXPECT_THAT(refusal(random_problem(10, std::numeric_limits<long>::max()), {}),
+                HasSubstr("does not fit into 64 bits"));
+}
+
+/** Tells what it saw, and stops at the first improvement. */
+struct Stops : Events {
+    void planned(const Plan& plan, const Settings& parameters) override {
+        band = plan.band();
+        bits = parameters.at("arithmetic_bits");
+    }
+    void began(const Moment& moment, Steering&) override { limit = moment.limit; }
+    void improved(const Moment&, const Sol&, Steering& steering) override {
+        steering.stop(Ending::INTERRUPTED);
+    }
+    std::string band, bits;
+    double limit = -1;
+};
+
+TEST(Solve, TellsEventsAndObeysThem) {
+    Stops stops;
+    const Result result = solve(random_problem(60, 100), {.time_limit = 60}, stops);
+    EXPECT_EQ(stops.band, "qb64_32_32");
+    EXPECT_EQ(stops.bits, "32");
+    EXPECT_EQ(stops.limit, 60);
+    EXPECT_EQ(result.ending, Ending::INTERRUPTED);
+    EXPECT_LT(result.search_time, 10);
+}
+
+struct Nested : Events {
+    explicit Nested(const Problem& searched) : problem(searched) {}
+    void improved(const Moment&, const Sol&, Steering&) override { solve(problem); }
+    const Problem& problem;
+};
+
+TEST(Solve, InsideAnEventIsRefused) {
+    const Problem problem = random_problem(100, 100);
+    Nested nested(problem);
+    EXPECT_THROW(solve(problem, {.time_limit = 60}, nested), std::logic_error);
+}
+
+TEST(Solve, OnSeveralThreadsTakesTurns) {
+    const Problem one = random_problem(60, 100, 1), other = random_problem(60, 100, 2);
+    long energy = 0;
+    std::thread thread([&] { energy = solve(one, {.time_limit = 0.3}).energy; });
+    const Result result = solve(other, {.time_limit = 0.3});
+    thread.join();
+    EXPECT_EQ(result.energy, exact_energy(*other.model, result.solution, 60));
+    EXPECT_LT(energy, 0);
+}
+
+/**
+ * The library takes a new model at the address of one that is gone for the old one, if it was
+ * changed as often. With weights so different, a search on the wrong ones would be found out.
+ */
+TEST(Solve, ThousandsOfProblemsInARowAreToldApart) {
+    for (int k = 0; k < 2000; ++k) {
+        Model model(3, 16);
+        const int lone = k % 3;
+        for (int i = 0; i < 3; ++i)
+            model.set(i, i, i == lone ? -(k + 1) : k + 1);
+        const Result result = solve(problem_of(std::move(model)), {.trials = 1});
+        ASSERT_EQ(result.energy, -(k + 1));
+    }
+}
+
+}  // namespace
+}  // namespace orvex::toolkit::test

@@ -1,0 +1,161 @@
+// The toolkit's side of a run, driven by events as an engine delivers them.
+#include "toolkit/run/watcher.hpp"
+
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "toolkit/model/energy.hpp"
+#include "unit/toolkit/random_problem.hpp"
+
+namespace orvex::toolkit::test {
+namespace {
+
+constexpr int SIZE = 20;
+
+class WatcherTest : public testing::Test {
+  protected:
+    /** An event with a best solution; whether the run is asked to end. */
+    bool event(Watcher& watcher, const std::string& name, const Sol& best = Sol(SIZE)) {
+        Callback::Impl& requests = watcher.impl();
+        requests.solution = best;
+        requests.run_flips = 1000;
+        requests.hint_pending = 0;
+        if (name == "alarm") requests.alarm_armed = 0;
+        watcher.callback(name);
+        return requests.abort_request != 0;
+    }
+
+    Watcher watcher(const Watcher::Limits& limits, Events& events) {
+        return Watcher(problem_, limits, {}, {}, events);
+    }
+
+    long energy(const Sol& solution) {
+        return static_cast<long>(exact_energy(*problem_.model, solution, SIZE));
+    }
+
+    /** The one that is set alone. */
+    Sol only(int variable) {
+        Sol solution(SIZE);
+        solution.set(variable, true);
+        return solution;
+    }
+
+    Problem problem_ = [] {
+        Model model(SIZE, 8);
+        for (int i = 0; i < SIZE; ++i)
+            model.set(i, i, -i);
+        return problem_of(std::move(model));
+    }();
+    Events silent_;
+};
+
+TEST_F(WatcherTest, AsksForAllEvents) {
+    Watcher watcher(problem_, {}, {}, {}, silent_);
+    EXPECT_FALSE(event(watcher, "init"));
+    EXPECT_TRUE(watcher.impl().notify_new);
+    EXPECT_TRUE(watcher.impl().alarm_armed);
+    EXPECT_LE(watcher.impl().alarm_seconds, 0.1);
+    EXPECT_FALSE(event(watcher, "alarm"));
+    EXPECT_TRUE(watcher.impl().alarm_armed) << "each alarm arms the next";
+}
+
+TEST_F(WatcherTest, EndsTheRunAtItsDeadline) {
+    Watcher watcher(problem_, {.shown = 0.05, .abort = 0.05}, {}, {}, silent_);
+    EXPECT_FALSE(event(watcher, "init"));
+    EXPECT_LE(watcher.impl().alarm_seconds, 0.05) << "the deadline is not slept through";
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    EXPECT_TRUE(event(watcher, "alarm"));
+    EXPECT_EQ(watcher.ending(), Ending::TIME_LIMIT);
+}
+
+TEST_F(WatcherTest, EndsTheRunAtATargetOfZeroToo) {
+    Watcher watcher(problem_, {.target = 0}, {}, {}, silent_);
+    EXPECT_FALSE(event(watcher, "init")) << "before the first result there is no energy";
+    EXPECT_FALSE(event(watcher, "alarm"));
+    EXPECT_TRUE(event(watcher, "new", only(0)));
+    EXPECT_EQ(watcher.ending(), Ending::TARGET);
+}
+
+/** Notes what it is told. */
+struct Notes : Events {
+    void began(const Moment&, Steering&) override { text += "began "; }
+    void improved(const Moment& moment, const Sol&, Steering&) override {
+        text += "improved " + std::to_string(moment.best) + " ";
+    }
+    void pulsed(const Moment&, Steering&) override { text += "pulsed "; }
+    std::string text;
+};
+
+TEST_F(WatcherTest, TellsWhatHappens) {
+    Notes notes;
+    Watcher watcher(problem_, {}, {}, {}, notes);
+    event(watcher, "init");
+    event(watcher, "new", only(3));
+    event(watcher, "alarm");
+    event(watcher, "new", only(5));
+    EXPECT_EQ(notes.text, "began improved -3 pulsed improved -5 ");
+}
+
+/** What the engine reports plays no part. */
+TEST_F(WatcherTest, AddsEveryEnergyUpFromTheBits) {
+    Watcher watcher(problem_, {}, {}, {}, silent_);
+    event(watcher, "init");
+    Sol boastful = only(3);
+    boastful.set("energy", "-1000");
+    event(watcher, "new", boastful);
+    event(watcher, "new", only(2));  // no improvement, whatever it is called
+    ASSERT_EQ(watcher.history().size(), 1u);
+    EXPECT_EQ(watcher.history()[0].energy, -3);
+}
+
+TEST_F(WatcherTest, CountsStartsAsFound) {
+    Notes notes;
+    const std::vector<Found> starts = {{0, -7, only(7)}, {0, -4, only(4)}};
+    Watcher watcher(problem_, {}, starts, {only(1)}, notes);
+    event(watcher, "init");
+    EXPECT_TRUE(watcher.impl().hint_pending) << "the second start goes in as a hint";
+    EXPECT_TRUE(watcher.impl().hint.get(4));
+    event(watcher, "new", only(6));
+    EXPECT_TRUE(watcher.impl().hint.get(1)) << "then the hint";
+    event(watcher, "new", only(9));
+    EXPECT_EQ(notes.text, "began pulsed improved -9 ");
+    EXPECT_EQ(watcher.history().size(), 2u);
+}
+
+struct Steers : Events {
+    void improved(const Moment& moment, const Sol& solution, Steering& steering) override {
+        Sol hint = solution;
+        hint.set(1, true);
+        steering.hint(hint);
+        if (moment.best <= -5) steering.stop();
+    }
+};
+
+TEST_F(WatcherTest, DoesWhatItsCallerAsksFor) {
+    Steers steers;
+    Watcher watcher(problem_, {}, {}, {}, steers);
+    event(watcher, "init");
+    EXPECT_FALSE(event(watcher, "new", only(3)));
+    EXPECT_TRUE(watcher.impl().hint.get(3) && watcher.impl().hint.get(1));
+    EXPECT_TRUE(event(watcher, "new", only(6)));
+    EXPECT_EQ(watcher.ending(), Ending::STOPPED);
+}
+
+struct Fails : Events {
+    void pulsed(const Moment&, Steering&) override { throw std::runtime_error("no more"); }
+};
+
+TEST_F(WatcherTest, AFailureEndsTheRunAndIsKept) {
+    Fails fails;
+    Watcher watcher(problem_, {}, {}, {}, fails);
+    event(watcher, "init");
+    EXPECT_NO_THROW(watcher.rethrow());
+    EXPECT_TRUE(event(watcher, "alarm")) << "no exception leaves an event, but the run ends";
+    EXPECT_THROW(watcher.rethrow(), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace orvex::toolkit::test

@@ -1,0 +1,71 @@
+// A problem: a model of the library, with what is known about it. Invariant: the facts hold for the
+// model, which cannot be changed any more; so a caller can settle before a run what the library
+// would end the process for.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <orvex/orvex.hpp>
+#include <orvex/plan.hpp>
+
+#include "toolkit/model/bounds.hpp"
+#include "toolkit/model/convention.hpp"
+#include "toolkit/model/couplings.hpp"
+#include "toolkit/model/residency.hpp"
+
+namespace orvex::toolkit {
+
+/** The largest number of variables of a model. */
+inline constexpr int MAX_SIZE = 65536;
+
+/** A model with what its file, or whoever else stated it, tells about it. */
+struct Problem {
+    std::string file;                              ///< empty where there is none
+    int size = 0;                                  ///< number of variables
+    int width = 0;                                 ///< bits of a weight in the model
+    long entries = 0;                              ///< entries in the file
+    long nonzero = 0;                              ///< pairs whose weight is not zero
+    long smallest = 0, largest = 0;                ///< of the header
+    long smallest_weight = 0, largest_weight = 0;  ///< of the entries
+    Bound bound{};                                 ///< of energies and deltas
+    Couplings couplings;                           ///< as far as they decide on the search
+    Convention convention;                         ///< what the file's own numbers mean
+    std::vector<std::string> warnings;             ///< what is odd, but harmless
+    std::unique_ptr<const Model> model;
+    Residency residency;  ///< whether the library has it loaded
+
+    /** Share of the pairs, each variable's with itself included, whose weight is not zero. */
+    double density() const;
+
+    /** Bytes of the model's matrix. */
+    std::uint64_t model_bytes() const;
+
+    /**
+     * The width of energies that is proven to be enough: 32, 64, or 128 where not even 64 bits are
+     * proven to be.
+     */
+    int proven_bits() const;
+
+    /** What a run with this width of energies takes; none if no band of this build holds it. */
+    std::optional<Plan> plan(int arithmetic_bits, PlanRequest parameters = {}) const;
+};
+
+/**
+ * A problem of a caller's own model, whose weights are all looked at once.
+ *
+ * @param model by value: move it in unless it is needed elsewhere
+ * @throws InputError when the model has no variables or too many
+ */
+Problem problem_of(Model model);
+
+/**
+ * The width of a model's weights. The lowest weight of 32 bits has no negative there, so a flip
+ * that subtracts it would add it: such a model is stored with 64 bits.
+ */
+int weight_width(long smallest, long largest);
+
+}  // namespace orvex::toolkit

@@ -1,0 +1,49 @@
+#include "toolkit/model/residency.hpp"
+
+#include <atomic>
+#include <utility>
+
+#include <orvex/solver.hpp>
+
+namespace orvex::toolkit {
+namespace {
+
+std::mutex& library_mutex() {
+    static std::mutex& mutex = *new std::mutex;  // never destroyed: problems may outlive main
+    return mutex;
+}
+
+std::atomic<std::uint64_t> last_number{0};
+std::uint64_t resident = 0;  // guarded by the mutex: the problem that the library may hold
+
+void give_back() {
+    Solver(false).release();
+    resident = 0;
+}
+
+}  // namespace
+
+LibraryLock::LibraryLock() : lock_(library_mutex()) {}
+
+Residency::Residency() : number_(++last_number) {}
+
+Residency::Residency(Residency&& other) noexcept : number_(std::exchange(other.number_, 0)) {}
+
+Residency& Residency::operator=(Residency&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+}
+
+Residency::~Residency() {
+    if (number_ == 0) return;
+    // A search that runs just now has another problem, and the next one finds this one's number.
+    const std::unique_lock lock(library_mutex(), std::try_to_lock);
+    if (lock && resident == number_) give_back();
+}
+
+void Residency::claim(const LibraryLock&) const {
+    if (resident != number_ && resident != 0) give_back();
+    resident = number_;
+}
+
+}  // namespace orvex::toolkit
