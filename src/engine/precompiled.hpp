@@ -36,5 +36,5 @@
 #include "problem/release.hpp"
 
 #ifndef ORVEX_PLATFORM_CUDA
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #endif
