@@ -22,7 +22,7 @@
 
 #include <hwy/highway.h>
 
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #include "engine/device/cycle.hpp"
 
 using namespace orvex::device;

@@ -42,7 +42,7 @@ using namespace orvex;
 
 struct RULE {
     const char* name;
-    int barriers;     ///< of a step: selection, flip and track, as in engine/device/cuda_*.hpp
+    int barriers;     ///< of a step: selection, flip and track, as in engine/device/cuda/
     bool has_budget;  ///< whether the length of an instance is the caller's
 };
 constexpr RULE RULES[] = {

@@ -37,5 +37,5 @@
 #include "problem/release.hpp"
 
 #ifndef ORVEX_PLATFORM_CUDA
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #endif

@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #include "engine/device/formulas.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"

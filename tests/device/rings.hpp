@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #include "engine/device/records.hpp"
 #include "model.hpp"
 #include "platform/platform.hpp"

@@ -95,7 +95,7 @@ TEST_F(Sizing, MoreKeptIslandsThanIslandsAreCutDown) {
 TEST_F(Sizing, AShapeThatCannotBeLaunchedIsReported) {
     const auto end_with_report = [this](const char* key, const char* value) {
         const std::string report =
-            "\\[CUDA Error\\] invalid configuration argument \\(code: 9\\) at main_program.hpp "
+            "\\[CUDA Error\\] invalid configuration argument \\(code: 9\\) at main_program.inl "
             "line [0-9]+\n";
         param = settings({{key, value}});
         GTEST_FLAG_SET(death_test_style, "threadsafe");

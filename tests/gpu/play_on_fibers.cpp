@@ -2,7 +2,7 @@
 #include <type_traits>
 
 #include "dialect.hpp"
-#include "engine/device/cuda_block.hpp"
+#include "engine/device/cuda/block.hpp"
 #include "play.hpp"
 
 namespace {

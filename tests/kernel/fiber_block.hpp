@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "dialect.hpp"
-#include "engine/device/cpu_block.hpp"
-#include "engine/device/cuda_block.hpp"
+#include "engine/device/cpu/block.hpp"
+#include "engine/device/cuda/block.hpp"
 
 namespace orvex::device::test {
 

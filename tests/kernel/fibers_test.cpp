@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "dialect.hpp"
-#include "engine/device/cuda_reduce.hpp"
+#include "engine/device/cuda/reduce.hpp"
 
 namespace orvex::device::test {
 namespace {

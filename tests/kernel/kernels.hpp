@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "dialect.hpp"
-#include "engine/device/cuda_block.hpp"
+#include "engine/device/cuda/block.hpp"
 
 namespace orvex::engine {}
 namespace orvex::platform {}
@@ -14,21 +14,21 @@ namespace orvex::platform {}
 #define ORVEX_BAND_SIZE 64
 #define ORVEX_BAND_MATRIX_BITS 32
 #define ORVEX_BAND_ARITH_BITS 32
-#include "engine/band_begin.hpp"
-#include "engine/device/kernel_text.hpp"
-#include "engine/band_end.hpp"
+#include "engine/band/band_begin.inl"
+#include "engine/device/cuda/kernel_text.inl"
+#include "engine/band/band_end.inl"
 
 #define ORVEX_BAND_SIZE 192
 #define ORVEX_BAND_MATRIX_BITS 32
 #define ORVEX_BAND_ARITH_BITS 64
-#include "engine/band_begin.hpp"
-#include "engine/device/kernel_text.hpp"
-#include "engine/band_end.hpp"
+#include "engine/band/band_begin.inl"
+#include "engine/device/cuda/kernel_text.inl"
+#include "engine/band/band_end.inl"
 
 #define ORVEX_BAND_SIZE 384
 #define ORVEX_BAND_MATRIX_BITS 64
 #define ORVEX_BAND_ARITH_BITS 64
-#include "engine/band_begin.hpp"
-#include "engine/device/kernel_text.hpp"
-#include "engine/band_end.hpp"
+#include "engine/band/band_begin.inl"
+#include "engine/device/cuda/kernel_text.inl"
+#include "engine/band/band_end.inl"
 // clang-format on

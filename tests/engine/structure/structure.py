@@ -2,7 +2,9 @@
 """What the compiler does not check about the structure of the library.
 
 layers SOURCE_DIR   includes point only downwards: problem and platform stand below everything, then
-                    the device part of the engine, then the engine, then the front
+                    what all blocks share, then the blocks of each kind, then the engine, then what of
+                    it depends on a band, then the front; what depends on a band is included by the
+                    engine's table of contents alone
 weak OBJECT...      what the band objects share by linking has the same size in all of them: a band
                     constant that leaks into a shared inline function would link silently, with one
                     band's copy for all
@@ -18,29 +20,38 @@ import subprocess
 import sys
 
 # Which folders of src/ the files of a folder may include. The longest matching folder counts.
+DEVICE = ["engine/device", "platform", "problem"]
 ALLOWED = {
     "problem": ["problem"],
     "platform": ["platform"],
-    "engine/device": ["engine/device", "platform", "problem"],
-    "engine": ["engine", "engine/device", "platform", "problem"],
+    "engine/device": DEVICE,
+    "engine/device/cpu": ["engine/device/cpu", *DEVICE],
+    "engine/device/cuda": ["engine/device/cuda", *DEVICE],
+    "engine": ["engine", "engine/device/cpu", *DEVICE],
+    "engine/band": ["engine/band", "engine", "engine/device/cpu", "engine/device/cuda", *DEVICE],
     "front": ["front", "engine", "platform", "problem"],
-    "bands": ["engine", "engine/device"],
+    "bands": ["engine", "engine/band", "engine/device/cuda"],
 }
+# The table of contents of a band is part of what it lists.
+CONTENTS = "engine/qubo.hpp"
 # They only open and close a band's namespace, which the engine and its device part share.
-FRAME = ["engine/band_begin.hpp", "engine/band_end.hpp"]
+FRAME = ["engine/band/band_begin.inl", "engine/band/band_end.inl"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 BAND = re.compile(r"qb\d+_\d+_\d+")
 
 
 def folder_of(path):
     """The layer of a path below src/, or None for a public header."""
+    if path == CONTENTS:
+        return "engine/band"
     matches = [folder for folder in ALLOWED if path.startswith(folder + "/")]
     return max(matches, key=len, default=None)
 
 
 def wrong_includes(source_dir):
     found = []
-    sources = [f for f in source_dir.rglob("*") if f.suffix in (".hpp", ".cpp", ".cu", ".cuh", ".in")]
+    suffixes = (".hpp", ".inl", ".cpp", ".cu", ".cuh", ".in")
+    sources = [f for f in source_dir.rglob("*") if f.suffix in suffixes]
     for file in sorted(sources):
         name = file.relative_to(source_dir).as_posix()
         layer = folder_of(name)

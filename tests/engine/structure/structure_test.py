@@ -20,11 +20,17 @@ class Layers(unittest.TestCase):
                                     '#include "platform/c.hpp"\n#include "problem/d.hpp"\n'
                                     '#include "orvex/model.hpp"\n#include <vector>\n'), [])
         self.assertEqual(self.wrong("front/a.cpp", '#include "engine/b.hpp"\n'), [])
+        self.assertEqual(self.wrong("engine/device/cpu/a.hpp", '#include "engine/device/b.hpp"\n'), [])
+        self.assertEqual(self.wrong("engine/qubo.hpp", '#include "engine/band/b.inl"\n'), [])
 
     def test_includes_upwards_are_found(self):
         for name, included in (("problem/a.hpp", "engine/b.hpp"), ("problem/a.cpp", "front/b.hpp"),
                                ("platform/cpu/a.cpp", "engine/device/b.hpp"),
                                ("platform/a.hpp", "front/b.hpp"),
+                               ("engine/device/a.hpp", "engine/device/cpu/b.hpp"),
+                               ("engine/device/cpu/a.hpp", "engine/device/cuda/b.hpp"),
+                               ("engine/a.cpp", "engine/band/b.inl"),
+                               ("front/a.cpp", "engine/qubo.hpp"),
                                ("engine/device/a.hpp", "engine/b.hpp"),
                                ("engine/a.hpp", "front/b.hpp"), ("bands/b.cpp.in", "front/b.hpp")):
             self.assertEqual(self.wrong(name, f'  # include "{included}"\n'),

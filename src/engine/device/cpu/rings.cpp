@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <thread>
 
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #include "engine/device/formulas.hpp"
 #include "platform/cpu/signal.hpp"
 

@@ -1,7 +1,7 @@
 // How a CPU block selects the bit of a step: the walk, the descent and the flip rules.
 #include <algorithm>
 
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 #include "engine/device/formulas.hpp"
 
 namespace orvex::device {

@@ -1,11 +1,11 @@
 // The loops behind BLOCK_OPS without draws, included once per instruction set. Each is a straight
 // pass over the S elements in row order; where a rule asks for an order within a thread (own bits
 // ascending), the outer loop is over the own bits and the inner one over the threads.
-#if defined(ORVEX_CPU_BLOCK_LOOPS_HPP) == defined(HWY_TARGET_TOGGLE)
-#ifdef ORVEX_CPU_BLOCK_LOOPS_HPP
-#undef ORVEX_CPU_BLOCK_LOOPS_HPP
+#if defined(ORVEX_CPU_LOOPS_HPP) == defined(HWY_TARGET_TOGGLE)
+#ifdef ORVEX_CPU_LOOPS_HPP
+#undef ORVEX_CPU_LOOPS_HPP
 #else
-#define ORVEX_CPU_BLOCK_LOOPS_HPP
+#define ORVEX_CPU_LOOPS_HPP
 #endif
 
 #include <algorithm>
@@ -14,8 +14,8 @@
 
 #include <hwy/highway.h>
 
-#include "engine/device/cpu_block_ops.hpp"
-#include "engine/device/cpu_lanes.hpp"
+#include "engine/device/cpu/lanes.hpp"
+#include "engine/device/cpu/ops.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {

@@ -1,5 +1,5 @@
 // The kernel of this band on GPUs, as the engine sees it: declarations of what the band's kernel
-// unit defines (kernel_text.hpp). The function's address names the kernel in launches and queries;
+// unit defines (kernel_text.inl). The function's address names the kernel in launches and queries;
 // it is not called. A reference among the arguments is a device address.
 
 void ORVEX(unsigned int id, unsigned long* seeds, WMAT& wmat, unsigned int ring_size,

@@ -18,8 +18,8 @@
 #include <cstdio>
 #include <type_traits>
 
-#include "engine/device/cuda_reduce.hpp"
-#include "engine/device/cuda_words.hpp"
+#include "engine/device/cuda/reduce.hpp"
+#include "engine/device/cuda/words.hpp"
 #include "engine/device/cycle.hpp"
 #include "engine/device/formulas.hpp"
 #include "engine/device/records.hpp"
@@ -346,5 +346,5 @@ ORVEX_BLOCK_CODE bool CUDA_BLOCK<S, E, D>::descend() {
 
 }  // namespace orvex::device
 
-#include "engine/device/cuda_rings.hpp"
-#include "engine/device/cuda_rules.hpp"
+#include "engine/device/cuda/rings.hpp"
+#include "engine/device/cuda/rules.hpp"

@@ -1,5 +1,5 @@
 // How a block of device threads enters, takes instances and hands in results. Part of the CUDA
-// block: cuda_block.hpp includes this.
+// block: block.hpp includes this.
 //
 // A block takes a ticket only when the slot it stands for is ready, and reads the slot at once. It
 // never holds a ticket while it sleeps, so a slot cannot be filled anew before it was read, however
@@ -25,7 +25,7 @@
 //     kill leaves at once.
 #pragma once
 
-#include "engine/device/cuda_block.hpp"
+#include "engine/device/cuda/block.hpp"
 
 namespace orvex::device {
 

@@ -1,11 +1,11 @@
 // The five selection rules on device threads, and what a search starts with. Part of the CUDA
-// block: cuda_block.hpp includes this.
+// block: block.hpp includes this.
 //
 // In each rule thread 0 brings the rule's cells to their neutral values in front of the first
 // barrier; between two barriers a cell is only posted to, behind them it is only read.
 #pragma once
 
-#include "engine/device/cuda_block.hpp"
+#include "engine/device/cuda/block.hpp"
 
 namespace orvex::device {
 

@@ -1,4 +1,4 @@
-#include "engine/device/cpu_rows.hpp"
+#include "engine/device/cpu/rows.hpp"
 
 #include <algorithm>
 #include <limits>

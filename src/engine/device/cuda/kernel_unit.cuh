@@ -3,16 +3,16 @@
 // device. The engine finds the kernel by its name and the constant through device_gp_symbol().
 
 // clang-format off
-#include "engine/device/cuda_block.hpp"
+#include "engine/device/cuda/block.hpp"
 
 namespace orvex::engine {}
 namespace orvex::platform {}
 
-#include "engine/band_begin.hpp"
-#include "engine/device/kernel_text.hpp"
+#include "engine/band/band_begin.inl"
+#include "engine/device/cuda/kernel_text.inl"
 
 const GPU_PARAMS& device_gp_symbol() {
     return device_gp;
 }
-#include "engine/band_end.hpp"
+#include "engine/band/band_end.inl"
 // clang-format on

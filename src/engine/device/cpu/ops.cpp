@@ -2,16 +2,16 @@
 // into a namespace and under the compiler's target of its own. The loops are written so that the
 // compiler turns them into vectors of that target.
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "engine/device/cpu_block_ops.cpp"
+#define HWY_TARGET_INCLUDE "engine/device/cpu/ops.cpp"
 // clang-format off
 #include <hwy/foreach_target.h>  // must come before highway.h
 #include <hwy/highway.h>
 // clang-format on
 
-#include "engine/device/cpu_block_loops.hpp"
-#include "engine/device/cpu_draws.hpp"
-#include "engine/device/cpu_flip_pass.hpp"
-#include "engine/device/cpu_spans.hpp"
+#include "engine/device/cpu/draws.hpp"
+#include "engine/device/cpu/flip_pass.hpp"
+#include "engine/device/cpu/loops.hpp"
+#include "engine/device/cpu/spans.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {

@@ -15,8 +15,8 @@
 
 #include <hwy/highway.h>
 
-#include "engine/device/cpu_block_ops.hpp"
-#include "engine/device/cpu_lanes.hpp"
+#include "engine/device/cpu/lanes.hpp"
+#include "engine/device/cpu/ops.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {

@@ -12,8 +12,8 @@
 #include <memory>
 #include <vector>
 
-#include "engine/device/cpu_block_ops.hpp"
-#include "engine/device/cpu_rows.hpp"
+#include "engine/device/cpu/ops.hpp"
+#include "engine/device/cpu/rows.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
 #include "platform/cpu/workers.hpp"

@@ -15,7 +15,7 @@
 
 #include <hwy/highway.h>
 
-#include "engine/device/cpu_block_ops.hpp"
+#include "engine/device/cpu/ops.hpp"
 #include "engine/device/formulas.hpp"
 #include "engine/device/shape.hpp"
 

@@ -14,8 +14,8 @@
 
 #include <hwy/highway.h>
 
-#include "engine/device/cpu_block_ops.hpp"
-#include "engine/device/cpu_lanes.hpp"
+#include "engine/device/cpu/lanes.hpp"
+#include "engine/device/cpu/ops.hpp"
 #include "engine/device/formulas.hpp"
 
 HWY_BEFORE_NAMESPACE();

@@ -1,4 +1,4 @@
-#include "engine/device/cpu_block.hpp"
+#include "engine/device/cpu/block.hpp"
 
 #include <algorithm>
 #include <chrono>

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "engine/device/cuda_words.hpp"
+#include "engine/device/cuda/words.hpp"
 #include "engine/device/dialect.hpp"
 
 // Warp-wide reductions of 32-bit integers exist from compute capability 8.0 on.
