@@ -8,8 +8,8 @@
 
 #include "toolkit/model/energy.hpp"
 #include "toolkit/model/memory.hpp"
+#include "toolkit/run/run_settings.hpp"
 #include "toolkit/run/watcher.hpp"
-#include "toolkit/settings/run_settings.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -126,24 +126,6 @@ void put_bits(Sol& solution, const Found& best) {
 }
 
 }  // namespace
-
-const char* text_of(Ending ending) {
-    switch (ending) {
-        case Ending::TARGET:
-            return "target reached";
-        case Ending::TIME_LIMIT:
-            return "time limit";
-        case Ending::TRIAL_LIMIT:
-            return "trial limit";
-        case Ending::STOPPED:
-            return "stopped by callback";
-        case Ending::INTERRUPTED:
-            return "interrupted";
-        case Ending::ENDED:
-            break;
-    }
-    return "ended";
-}
 
 Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
     const Clock::time_point begin = Clock::now();
