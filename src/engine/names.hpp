@@ -19,7 +19,7 @@ inline constexpr ALGORITHM_NAMES ALGORITHM_TABLE = {"MaxMin",    "PositiveMin", 
                                                     "RandomMin", "TwoNeighbor", "*"};
 
 /** The generators by the number under which they travel. */
-enum INSTANCE : signed char {
+enum GENERATOR : signed char {
     RANDOM,
     BEST,
     MUTATION,
