@@ -113,7 +113,8 @@ def different_sizes(symbols_by_object):
 
 
 PUBLIC = re.compile(r"(orvex::(Callback|MAT|Model|Param|Sol|Solver)\b"
-                    r"|orvex::(find_wbit|devices|plan_run)\(|qubo_multi::|std::|__gnu_cxx::"
+                    r"|orvex::(find_wbit|devices|plan_run|parameters|flip_rules|generators)\("
+                    r"|orvex::check_parameter(\[abi:cxx11\])?\(|qubo_multi::|std::|__gnu_cxx::"
                     r"|(qubo_prepare|qubo_release|qubo_solve|qubo_solve_start)$"
                     r"|tarvik_orvex_\w+$)")
 DECORATION = re.compile(r"^(typeinfo name for |typeinfo for |vtable for |guard variable for )+")
