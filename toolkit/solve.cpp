@@ -10,6 +10,7 @@
 #include "toolkit/model/memory.hpp"
 #include "toolkit/run/run_settings.hpp"
 #include "toolkit/run/watcher.hpp"
+#include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -38,6 +39,7 @@ void expect_sound(const Problem& problem, const SolveOptions& options) {
     if (Watcher::in_event())
         throw std::logic_error("solve() inside an event of a search would wait for itself");
     if (!problem.model) throw InputError("the problem has no model");
+    expect_settings(options.settings);
     expect_bits(options.starts, "start", problem.size);
     expect_bits(options.hints, "hint", problem.size);
 }
