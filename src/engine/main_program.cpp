@@ -55,6 +55,7 @@ void size_run(GLOBAL_VARS& run) {
     if (run.blocks_per_island == 0 && run.islands_per_gpu > 0)
         run.blocks_per_island = ceil_of(run.blocks_per_gpu, run.islands_per_gpu);
     if (!can_be_launched(run)) cuda_check(cudaErrorInvalidConfiguration);
+    assert(run.gpus > 0 && run.blocks_per_island > 0);
     run.islands = run.gpus * run.islands_per_gpu;
     run.all_threads = run.gpus + run.islands;
     run.ring_size = 4 * run.blocks_per_island;
@@ -74,11 +75,13 @@ void make_seeds(GLOBAL_VARS& run) {
     run.seeds.reserve(count);
     for (std::size_t i = 0; i < count; ++i)
         run.seeds.push_back((time4random() + twister()) | FORCED_BITS);
+    assert(run.seeds.size() == count && run.rings.empty());
     run.rings.resize(static_cast<std::size_t>(run.gpus));
 }
 
 /** The start solution stands in the all-time best until a result beats it; it has no energy yet. */
 void enter_start_solution(GLOBAL_VARS& run) {
+    assert(run.start && run.allisland->allbest->energy == device::NO_ENERGY);
     const INSTANCE& allbest = *run.allisland->allbest;
     allbest.loadWords(*run.start);
     allbest.inst = NO_GENERATOR;
@@ -103,6 +106,7 @@ void main_program(GLOBAL_VARS& run) {
 
     DEV_THREADS devices(run, run.gpus);
     HOST_THREADS hosts(*run.allisland);
+    assert(devices.count + hosts.count == run.all_threads);
     run.dev_threads = &devices;
     run.host_threads = &hosts;
 

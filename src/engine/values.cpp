@@ -1,5 +1,6 @@
 #include "engine/values.hpp"
 
+#include <cassert>
 #include <cerrno>
 #include <cstdlib>
 #include <type_traits>
@@ -14,6 +15,7 @@ constexpr const char* SEPARATORS = " \t\n\r";
 
 /** The next token from `pos` on, which moves to its end; empty if there is none. */
 std::string next_token(const std::string& text, std::size_t& pos) {
+    assert(pos <= text.size());
     const std::size_t begin = text.find_first_not_of(SEPARATORS, pos);
     if (begin == std::string::npos) return "";
     pos = text.find_first_of(SEPARATORS, begin);
