@@ -1,6 +1,7 @@
 #include "engine/device/cpu/block.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -30,6 +31,10 @@ class ARENA {
         X* array = reinterpret_cast<X*>(next_);
         next_ += lines(count * sizeof(X));
         return array;
+    }
+
+    std::size_t taken(const unsigned char* memory) const {
+        return static_cast<std::size_t>(next_ - memory);
     }
 
   private:
@@ -75,6 +80,10 @@ CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
       ops_(block_ops<E, N>()),
       memory_(allocate_block(arena_bytes<N>(SHAPE(launch.size))), &std::free),
       arrays_{.shape = SHAPE(launch.size)} {
+    assert(block_index >= 0 && launch.seeds && launch.weights && launch.diagonal);
+    assert(launch.rings && launch.ring_size > 0 && launch.device_state && launch.params);
+    assert(launch.model_size >= 0 && launch.model_size <= launch.size);
+    assert(launch.size % 64 == 0 && launch.size <= 65536);  // places have 16 bits
     const std::size_t size = static_cast<std::size_t>(launch.size);
     const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
     ARENA arena(memory_.get());
@@ -92,6 +101,7 @@ CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_.vectors = arena.take<std::uint16_t>(size + 1);
     arrays_.group_low = arena.take<N>(size / GROUP);
     arrays_.span_low = arena.take<N>(size / SPAN + LINE / sizeof(N));
+    assert(arena.taken(memory_.get()) == arena_bytes<N>(arrays_.shape));
     calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<N>;
 
     const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
@@ -146,6 +156,7 @@ void CPU_BLOCK<E, D, N>::reset() {
     record.energy = 0;
     wide_ = false;
     for (int p = 0; p < arrays_.shape.size; ++p) {
+        assert(arithmetic(static_cast<N>(launch_.diagonal[p])) == launch_.diagonal[p]);
         arrays_.delta[p] = static_cast<N>(launch_.diagonal[p]);
         arrays_.ones[p] = 0;
         arrays_.differs[p] = target_[p];
@@ -159,16 +170,17 @@ void CPU_BLOCK<E, D, N>::reset() {
 /** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::addRow(int p, bool one) {
+    assert(p == place(record.selected) && !calm_);
     const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
                                          static_cast<std::size_t>(launch_.size);
     // The row's own element must not count: the pass is made to leave `rest` in the bit's place,
     // which neither overflows nor is the lowest nor, for common elements, makes the sum wide.
     constexpr N MAX = std::numeric_limits<N>::max();
     const N delta = arrays_.delta[p];
-    const N own = row[p];
-    N rest = own < 0 ? MAX + own : MAX;
+    const N own = static_cast<N>(row[p]);
+    N rest = own < 0 ? static_cast<N>(MAX + own) : MAX;
     if (sizeof(E) == 8 && !is_wide(own)) rest = WIDE<N> - 1;
-    arrays_.delta[p] = rest - own;
+    arrays_.delta[p] = static_cast<N>(rest - own);
     const ROW_SUM<N> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
     arrays_.delta[p] = wrapping_negate(delta);
     lowest_ =
@@ -180,6 +192,7 @@ void CPU_BLOCK<E, D, N>::addRow(int p, bool one) {
 /** The same and all else that a step does to every bit, in one sweep. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, bool counts_down) {
+    assert(p == place(record.selected) && calm_ && launch_.rows);
     const CPU_ROWS<E>& rows = *launch_.rows;
     const std::int8_t sign = one ? -1 : 0;
     N* const delta = arrays_.delta;
@@ -223,6 +236,7 @@ void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, bool counts_down) {
     const auto sweep = surveyed_ == SURVEY_FOR::NOTHING   ? sweeps->nothing
                        : surveyed_ == SURVEY_FOR::MAX_MIN ? sweeps->max_min
                                                           : sweeps->positive_min;
+    assert(sweep);
     sweep_ = sweep(arrays_, row, sign);
     lowest_ = sweep_.low;
 }
@@ -232,6 +246,9 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
     const bool counts_down = searching && counts_tabu_down(record.type.A);
     const int p = place(record.selected);
     const bool one = arrays_.ones[p] != 0;
+    assert(arrays_.ones[p] == 0 || arrays_.ones[p] == -1);
+    assert(arrays_.differs[p] == (arrays_.ones[p] ^ target_[p]));
+    assert(calm_ || sizeof(N) == sizeof(D));  // narrow deltas are for sums that stay in range
     const D delta = arrays_.delta[p];
     record.flip_sign = one ? 1 : -1;
     arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
@@ -246,6 +263,8 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
     const D new_energy = wrapping_add(energy, delta);
     if (energy_overflows(energy, delta, new_energy) || delta == BLOCK_RECORD<D>::LOWEST)
         record.overflow = 1;
+    assert(arrays_.delta[p] == static_cast<N>(wrapping_negate(delta)));
+    assert(lowest_ <= arrays_.delta[p]);
     record.energy = new_energy;
     ++record.flips;
     ++record.step;
@@ -281,10 +300,12 @@ bool CPU_BLOCK<E, D, N>::trackBest() {
     const bool wraps = mayWrap();
     const NEIGHBOUR neighbour =
         wraps ? lowestWrappedNeighbour() : NEIGHBOUR{record.energy + lowest_, 0};
+    assert(record.best_energy <= 0);
     record.best_candidate = std::min(neighbour.energy, record.best_energy);
     if (record.best_candidate == record.best_energy) return false;
     std::copy_n(arrays_.ones, arrays_.shape.size, best_);
     record.selected = wraps ? neighbour.bit : ops_.find(arrays_, stored(lowest_));
+    assert(wraps || arrays_.delta[place(record.selected)] == stored(lowest_));
     best_[place(record.selected)] = static_cast<std::int8_t>(~best_[place(record.selected)]);
     record.best_energy = record.best_candidate;
     record.best_time = global_timer();
@@ -296,6 +317,7 @@ bool CPU_BLOCK<E, D, N>::trackBest() {
 template <class E, class D>
 std::unique_ptr<platform::BLOCK_TASK> make_block(int block_index, const CPU_LAUNCH<E>& launch) {
     if constexpr (sizeof(E) == sizeof(std::int32_t)) {  // wider elements need wide deltas
+        assert(launch.rows);
         const CPU_ROWS<E>& rows = *launch.rows;
         switch (rows.survey().delta_bits(rows.form(), launch.size, 8 * sizeof(D))) {
             case 16:

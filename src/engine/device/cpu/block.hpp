@@ -7,6 +7,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -99,7 +100,10 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     D lowestDelta() const { return lowest_; }
 
   private:
-    int place(int bit) const { return arrays_.shape.place(bit); }
+    int place(int bit) const {
+        assert(bit >= 0 && bit < arrays_.shape.size);
+        return arrays_.shape.place(bit);
+    }
 
     /** The ends of N's range stand for nothing found, as those of D's do in the record. */
     static D arithmetic(N value) {
