@@ -116,8 +116,9 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
 
 template <class R, class D>
 SWEEPS<D> sweeps() {
-    return {sweep<R, SURVEY_FOR::NOTHING, D>, sweep<R, SURVEY_FOR::MAX_MIN, D>,
-            sweep<R, SURVEY_FOR::POSITIVE_MIN, D>};
+    return {.nothing = sweep<R, SURVEY_FOR::NOTHING, D>,
+            .max_min = sweep<R, SURVEY_FOR::MAX_MIN, D>,
+            .positive_min = sweep<R, SURVEY_FOR::POSITIVE_MIN, D>};
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE
