@@ -153,6 +153,25 @@ TEST_F(CallbackRuns, OneCallbackServesModelsOfDifferentSizes) {
     }
 }
 
+TEST_F(CallbackRuns, InitShowsZerosAtFirstAndLaterTheLastBestOfTheRunBefore) {
+    std::vector<std::vector<bool>> shown;
+    ON_EVENT watcher([&](ON_EVENT& self, const std::string& event) {
+        self.set("new");
+        if (event != "init") return;
+        shown.emplace_back();
+        for (int i = 0; i < self.get().impl().bits; ++i)
+            shown.back().push_back(self.get().get(i));
+    });
+    Param param = settings({{"trial_limit", "100"}});
+    param.set(watcher);
+    const Sol first = solve(band::band_solve, model, param);
+    solve(band::band_solve, model, param);
+    std::vector<bool> best;
+    for (int i = 0; i < 100; ++i)
+        best.push_back(first.get(i));
+    EXPECT_EQ(shown, (std::vector{std::vector<bool>(100, false), best}));
+}
+
 TEST_F(CallbackRuns, ACyclesTextThatDoesNotConvertEndsTheProcessDuringTheRun) {
     const auto solve_with = [&](const std::string& when) {
         runWith(
