@@ -1,6 +1,7 @@
 # The commands of the first hour. Each installs what it needs and is missing, having said what.
 #
 #   make demo        builds the library with all 150 bands and solves a benchmark instance
+#   make multi       builds the library with all 150 bands, for models of up to 65536 variables
 #   make test        builds and runs all tests
 #   make instances   solves all benchmark instances and writes docs/instances.md
 #   make bench       measures speed and times, other solvers beside, and writes docs/performance.md
@@ -16,7 +17,7 @@ MODELS ?=
 # The tests are left out of a folder that is built for the demo alone: they need more packages.
 FIRST_BUILD = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-DORVEX_BUILD_TESTS=OFF)
 
-.PHONY: demo test instances bench program help
+.PHONY: demo multi test instances bench program help
 
 help:
 	@sed -n 's/^#   //p' Makefile
@@ -28,6 +29,12 @@ program:
 
 demo: program
 	@app/demo.sh $(PROGRAM)
+
+# ORVEX_BANDS is set since a folder may have been configured for fewer.
+multi:
+	@tools/install-dependencies.sh demo
+	cmake --preset release $(FIRST_BUILD) -DORVEX_BANDS=. $(CMAKE_FLAGS)
+	cmake --build $(BUILD) --target orvex
 
 test:
 	@tools/install-dependencies.sh test

@@ -38,7 +38,10 @@ class ORVEX_API Callback {
      */
     virtual void callback(const std::string& event) = 0;
 
-    /** The best solution of the run, in "new" and "alarm"; in "init" it has no bits yet. */
+    /**
+     * The best solution of the run, in "new" and "alarm". In "init" it has the size of the model;
+     * all bits are 0 unless a run before, of a model of that size, has left its last one here.
+     */
     const Sol& get() const;
 
     /**

@@ -19,6 +19,12 @@ namespace orvex {
  * One run at a time in a process: solvers are built and used by a single thread, which a solve
  * blocks until the run has ended. The parallelism is inside a run.
  *
+ * A solve leaves the model's weights in memory, so that the next one of the same model starts
+ * without loading them. A model is known again by its address and by how often Model::set has
+ * written a weight, not by its weights. So one that was built in the place of another by as many
+ * writes, or whose weights were replaced by Model::operator=, which does not count, is taken for
+ * what is there, and searched with the old weights. Call release() between the two.
+ *
  * There are no error results: each failure ends the process with status 1 and a message on standard
  * error.
  */

@@ -1,10 +1,12 @@
 #include "engine/island.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <random>
 
 #include "engine/error_exit.hpp"
+#include "engine/matrix.hpp"
 #include "engine/relaxed.hpp"
 
 namespace orvex::engine {
@@ -14,6 +16,23 @@ using namespace platform;
 namespace {
 
 constexpr std::int64_t RECORD_TICKET = 0x7fffffff;  // in the bests of real islands
+
+/**
+ * Clears the bits of a result that the model does not have. A walk passes through states in which
+ * filler variables are set, and a block keeps such a state as its best if it is lower than all
+ * others that it saw. The same state without them is lower still, by what each of them costs, since
+ * they are coupled to nothing.
+ */
+void clear_fillers(const INSTANCE& result, int size) {
+    int cleared = 0;
+    for (int w = size / 64; w < result.words; ++w) {
+        const int kept = w == size / 64 ? size % 64 : 0;
+        const std::uint64_t fillers = ~std::uint64_t{0} << kept;
+        cleared += std::popcount(result.bits[w] & fillers);
+        result.bits[w] &= ~fillers;
+    }
+    result.energy -= std::int64_t{FILLER} * cleared;
+}
 
 }  // namespace
 
@@ -122,7 +141,10 @@ void ISLAND::account() {
     assert(result.inst >= 0 && result.inst < GENERATORS);
     ++algorithm_count[static_cast<std::size_t>(result.algorithm)];
     ++instance_count[static_cast<std::size_t>(result.inst)];
-    if (result.overflow != 0) set_relaxed(run.stop_code, -1);
+    if (result.overflow != 0)
+        set_relaxed(run.stop_code, -1);  // its energy is worth nothing
+    else
+        clear_fillers(result, run.size);
 }
 
 void ISLAND::sendRandom(int n) {

@@ -53,7 +53,7 @@ void read_energy_width(const PARAM_ENTRY& kv, const SETTINGS_TARGET& target) {
     target.run.energy_width = static_cast<int>(kv.second.length());
 }
 
-/** Scales the band, where all other factors scale the model. */
+/** A given value scales the band, where its own default and all other factors scale the model. */
 void read_batch_factor(const PARAM_ENTRY& kv, const SETTINGS_TARGET& target) {
     parse_param(kv, target.run.batch_factor);
     target.run.batch_cycles = cycles_of(target.run.batch_factor, target.band_size);
@@ -155,8 +155,8 @@ constexpr PARAMETER_ROW ROWS[] = {
      into<&RUN_STATE::batch_cycles, &RUN_STATE::annealing_cycles>},
     {{.key = "batch_factor",
       .first = number("flips", FACTOR),
-      .default_words = "1.0, of the model's size",
-      .help = "flip budget as a multiple of the band's size"},
+      .default_words = "1.0, which alone is a multiple of the model's size",
+      .help = "flip budget; a value that is given is a multiple of the band's size"},
      read_batch_factor},
     {{.key = "annealing_factor",
       .first = number("steps", FACTOR),

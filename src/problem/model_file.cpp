@@ -13,8 +13,9 @@
 namespace orvex {
 namespace {
 
-// A pipe is closed like a file, without waiting for the program at its other end: that may still be
-// writing entries beyond those that the header announced.
+// A pipe is closed like a file. This closes the reading end first and then waits until the program
+// at the other end is gone: one that is still writing entries beyond those that the header
+// announced is ended by its next write. How it ended is not looked at.
 struct CLOSER {
     void operator()(std::FILE* stream) const { std::fclose(stream); }
 };

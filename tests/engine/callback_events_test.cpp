@@ -93,12 +93,14 @@ TEST_F(CallbackEvents, NewAndAlarmShowTheRunsBest) {
     }
 }
 
-TEST_F(CallbackEvents, InitShowsNoBitsYet) {
-    Sol start(128);
+TEST_F(CallbackEvents, InitShowsAsManyBitsAsTheModelHasAndAllAre0) {
     allbest().bits[0] = 6;
     event("init");
     EXPECT_EQ(callback.get().get("solver"), "");
-    EXPECT_FALSE(callback.get().get(2));
+    const Sol::Impl& shown = callback.get().impl();
+    EXPECT_EQ(shown.bits, 100);
+    for (int w = 0; w < shown.words; ++w)
+        EXPECT_EQ(shown.data[static_cast<std::size_t>(w)], 0u);
 }
 
 TEST_F(CallbackEvents, FlipsOfAllIslandsAreAddedUp) {

@@ -97,6 +97,24 @@ TEST_F(CallbackRuns, ChangedCyclesAreReported) {
     EXPECT_EQ(sol.get("search_cycles"), "1280 64") << "factors of the band's size, 128";
 }
 
+TEST_F(CallbackRuns, FactorsCountOnTheBandOf10240BitsAndHaveFloors) {
+    Solver solver(false);
+    if (("," + solver.get("sizes") + ",").find(",10240,") == std::string::npos)
+        GTEST_SKIP() << "this build has no band of 10240 bits";
+    const Model large(8193, 8);
+    ON_EVENT watcher([](ON_EVENT& self, const std::string&) {
+        self.set("annealing_factor", "0.001");  // 10 cycles, fewer than the least
+        self.set("batch_factor", "0.5");
+    });
+    Param param =
+        settings({{"trial_limit", "1"}, {"islands_per_gpu", "1"}, {"blocks_per_island", "1"}});
+    param.set(watcher);
+    const Sol sol = solver(large, param);
+    solver.release();
+    EXPECT_EQ(sol.get("solver_size"), "10240");
+    EXPECT_EQ(sol.get("search_cycles"), "5120 20");
+}
+
 TEST_F(CallbackRuns, AHintInInitIsFollowedByTheSearch) {
     const Sol best = solve(band::band_solve, model, settings({{"trial_limit", "2000"}}));
     const Sol sol = runWith(
@@ -151,6 +169,25 @@ TEST_F(CallbackRuns, OneCallbackServesModelsOfDifferentSizes) {
         EXPECT_EQ(watcher.get().impl().bits, n);
         expect_true_energy(other, watcher.get());
     }
+}
+
+TEST_F(CallbackRuns, InitShowsZerosAtFirstAndLaterTheLastBestOfTheRunBefore) {
+    std::vector<std::vector<bool>> shown;
+    ON_EVENT watcher([&](ON_EVENT& self, const std::string& event) {
+        self.set("new");
+        if (event != "init") return;
+        shown.emplace_back();
+        for (int i = 0; i < self.get().impl().bits; ++i)
+            shown.back().push_back(self.get().get(i));
+    });
+    Param param = settings({{"trial_limit", "100"}});
+    param.set(watcher);
+    const Sol first = solve(band::band_solve, model, param);
+    solve(band::band_solve, model, param);
+    std::vector<bool> best;
+    for (int i = 0; i < 100; ++i)
+        best.push_back(first.get(i));
+    EXPECT_EQ(shown, (std::vector{std::vector<bool>(100, false), best}));
 }
 
 TEST_F(CallbackRuns, ACyclesTextThatDoesNotConvertEndsTheProcessDuringTheRun) {

@@ -64,6 +64,15 @@ TEST(Exactness, InLargerBands) {
     wide_problems().expectSolved(qb256_64_64::band_solve, Param());
 }
 
+TEST(Exactness, OfShortRunsOnWeightsBesideWhichTheFillersAreSmall) {
+    // Walks pass through set filler variables, and next to weights like these one of 255 each does
+    // not keep such a solution from being a block's best. Each result is scored by solve.
+    const Model model = random_model(65, 32, 1000000, 27);
+    for (int i = 0; i < 400; ++i)
+        solve(qb128_32_32::band_solve, model,
+              settings({{"trial_limit", "10"}, {"search_cycles", "100 20"}}));
+}
+
 class RuleExactness : public testing::TestWithParam<int> {};
 
 TEST_P(RuleExactness, InAllWidths) {

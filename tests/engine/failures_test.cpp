@@ -1,5 +1,6 @@
 // How the engine ends the process: fatal errors, failed device operations, and memory that is not
 // there. The words of the two memory messages are crossed on purpose: callers know them so.
+#include <stdexcept>
 #include <sys/resource.h>
 
 #include "engine/support/band_256_64_64.hpp"
@@ -75,6 +76,26 @@ TEST(Failures, AModelThatIsTooLargeIsReportedBeforeMemoryIsTaken) {
     EXPECT_END(solve_and_count(), 1,
                "Error: QUBO probmem bit (129) exceeds Program supporting bit (128)\n"
                "0 allocations\n");
+}
+
+TEST(Failures, OfSeveralMistakesTheFirstInTheOrderOfARunCounts) {
+    const Model too_large(129, 8), fitting(128, 8);
+    const Param wrong = settings({{"pool_size", "1"}, {"trial_limit", "1"}});
+    const Param right = settings({{"trial_limit", "1"}});
+    Sol start(128);
+    start.set("bound", "low");
+    const auto solve_without_device = [&] {
+        platform::present_devices(0);
+        solve(band::band_solve, too_large, wrong, &start);
+    };
+    EXPECT_ERROR(solve_without_device(), "No GPU found.");
+    EXPECT_ERROR(solve(band::band_solve, too_large, wrong, &start),
+                 "QUBO probmem bit (129) exceeds Program supporting bit (128)");
+    EXPECT_ERROR(solve(band::band_solve, fitting, wrong, &start), "pool_size must be at least 2.");
+    EXPECT_THROW(solve(band::band_solve, fitting, right, &start), std::invalid_argument);
+    start.set("bound", "-5");
+    solve(band::band_solve, fitting, right, &start);
+    band::qubo_releaser();
 }
 
 TEST(Failures, DeviceMemoryThatIsNotThereIsCalledHostMemory) {

@@ -1,6 +1,9 @@
 // Whole runs: devices and bands, settings by hand, start solutions, and what is shown.
+#include <chrono>
+#include <filesystem>
 #include <regex>
 #include <set>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -105,6 +108,71 @@ TEST_F(MainProgram, SolvesModelsOfTwoBandsInTurn) {
         solve(qb128_32_32::band_solve, large, settings({{"trial_limit", "100"}}));
         solve(qb256_32_64::band_solve, larger, settings({{"trial_limit", "100"}}));
     }
+}
+
+TEST_F(MainProgram, BandsSolveSideBySideOnThreadsOfTheirOwn) {
+    const Model large = random_model(128, 16, 1000, 2);
+    const Model larger = random_model(200, 16, 1000, 3);
+    const auto solve_often = [](qubo_multi::SolveFunction band_solve, const Model& of) {
+        for (int i = 0; i < 5; ++i) {
+            const Sol sol = solve(band_solve, of, settings({{"trial_limit", "200"}}));
+            EXPECT_LT(std::stol(sol.get("energy")), 0);
+        }
+    };
+    std::thread first([&] { solve_often(band::band_solve, model); });
+    std::thread second([&] { solve_often(qb128_32_32::band_solve, large); });
+    solve_often(qb256_32_64::band_solve, larger);
+    first.join();
+    second.join();
+}
+
+TEST_F(MainProgram, BandsHaveRunsOfTheirOwnAtTheSameTime) {
+    const Model large = random_model(128, 16, 1000, 2);
+    int other_size = 0;
+    ON_EVENT callback([&](ON_EVENT&, const std::string&) {
+        const band::GLOBAL_VARS* const here = band::gv;
+        std::thread other([&] {
+            ON_EVENT there([&](ON_EVENT&, const std::string&) {
+                other_size = qb128_32_32::gv->size;
+                EXPECT_EQ(band::gv, here);
+            });
+            Param param = settings({{"trial_limit", "50"}});
+            param.set(there);
+            solve(qb128_32_32::band_solve, large, param);
+        });
+        other.join();
+        EXPECT_EQ(band::gv, here);
+        EXPECT_EQ(band::gv->size, 60);
+    });
+    Param param = settings({{"trial_limit", "50"}});
+    param.set(callback);
+    solve(band::band_solve, model, param);
+    EXPECT_EQ(other_size, 128);
+}
+
+/** Threads of this process, the caller's among them. */
+std::ptrdiff_t threads_alive() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::distance(begin(tasks), end(tasks));
+}
+
+TEST_F(MainProgram, NoThreadSurvivesARun) {
+    const std::ptrdiff_t before = threads_alive();
+    std::ptrdiff_t during = 0;
+    ON_EVENT callback([&](ON_EVENT& self, const std::string& event) {
+        self.set("new");
+        if (event == "new") during = threads_alive();
+    });
+    Param param = settings({{"trial_limit", "300"}});
+    param.set(callback);
+    solve(band::band_solve, model, param);
+    EXPECT_GT(during, before);
+    // A thread that has been joined stays in the list for a moment.
+    using namespace std::chrono;
+    const auto patience = steady_clock::now() + seconds(20);
+    while (threads_alive() > before && steady_clock::now() < patience)
+        std::this_thread::sleep_for(milliseconds(1));
+    EXPECT_EQ(threads_alive(), before);
 }
 
 TEST_F(MainProgram, SolvesAModelWithoutVariables) {

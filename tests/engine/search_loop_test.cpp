@@ -71,6 +71,19 @@ TEST_F(SearchLoop, AnswersEachResultUntilTheTrialLimitThenStopsTheBlocksAndDrain
         EXPECT_TRUE(poolHolds(energy)) << energy;
 }
 
+TEST_F(SearchLoop, PoolAndBestTakeResultsWithoutWhatIsSetAboveTheModel) {
+    prepareLoop(1);
+    INST_t handed_in = result_of(-100);
+    handed_in.bits[1] = std::uint64_t{1} << 63 | 1;
+    blocks->handIn(handed_in);
+    handIn({-1, -2, -3, -4});
+    search();
+    EXPECT_TRUE(poolHolds(-355));
+    EXPECT_FALSE(poolHolds(-100));
+    EXPECT_EQ(allbest().energy, -355);
+    EXPECT_EQ(allbest().bits[1], 1u);
+}
+
 TEST_F(SearchLoop, ResultsOfTheDrainCompeteForTheRunsBest) {
     prepareLoop(1);
     handIn({-1, -2, -3, -4, -5});

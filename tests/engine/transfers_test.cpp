@@ -1,6 +1,7 @@
 // The two rings of an island: what the host writes and in which order, how it waits, what it counts
 // when a result comes.
 #include <thread>
+#include <tuple>
 
 #include "engine/names.hpp"
 #include "engine/relaxed.hpp"
@@ -219,6 +220,46 @@ TEST_F(Receiving, AKillEndsTheWaitWithoutAResult) {
     EXPECT_EQ(island(0).received, 0);
     EXPECT_EQ(island(0).recv_pos, 0);
     EXPECT_EQ(run->trans_count->received(0), 0);
+}
+
+TEST_F(Receiving, BitsAboveTheModelAreClearedAndTheirCostIsTakenOff) {
+    INST_t handed_in = result_of(-1000000);
+    handed_in.bits[0] = ~std::uint64_t{0};
+    handed_in.bits[1] = std::uint64_t{0b1011} << 35 | std::uint64_t{1} << 63;
+    receive(handed_in);
+    const INST_t& got = *island(0).recv_buf;
+    EXPECT_EQ(got.bits[0], ~std::uint64_t{0});
+    EXPECT_EQ(got.bits[1], std::uint64_t{1} << 35) << "variable 99 is the last one";
+    EXPECT_EQ(got.energy, -1000000 - 3 * 255);
+}
+
+TEST_F(Receiving, ResultsThatDifferAboveTheModelAloneAreTheSame) {
+    INST_t handed_in = result_of(-5);
+    handed_in.bits[1] = 7;
+    receive(handed_in);
+    island(0).regBest(0);
+    handed_in.energy += 255;
+    handed_in.bits[1] |= std::uint64_t{1} << 36;
+    receive(handed_in);
+    EXPECT_EQ(island(0).recv_buf->energy, island(0).best.energy);
+    EXPECT_EQ(island(0).recv_buf->bits[1], island(0).best.bits[1]);
+}
+
+TEST_F(Receiving, WhereTheModelEndsDecidesWhatIsCleared) {
+    const std::uint64_t all = ~std::uint64_t{0};
+    for (const auto& [size, first, second] :
+         {std::tuple(128, all, all), std::tuple(127, all, all >> 1), std::tuple(65, all, all >> 63),
+          std::tuple(64, all, std::uint64_t{0}), std::tuple(63, all >> 1, std::uint64_t{0}),
+          std::tuple(1, std::uint64_t{1}, std::uint64_t{0}),
+          std::tuple(0, std::uint64_t{0}, std::uint64_t{0})}) {
+        run->size = size;
+        INST_t handed_in = result_of(7);
+        handed_in.bits[0] = handed_in.bits[1] = all;
+        receive(handed_in);
+        EXPECT_EQ(island(0).recv_buf->bits[0], first) << size;
+        EXPECT_EQ(island(0).recv_buf->bits[1], second) << size;
+        EXPECT_EQ(island(0).recv_buf->energy, 7 - 255 * (128 - size)) << size;
+    }
 }
 
 class FirstWave : public RunByHand {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "front/flat_problems.hpp"
+#include "platform/platform.hpp"
 #include "support/refusal.hpp"
 
 namespace {
@@ -156,6 +157,45 @@ TEST(FlatRuns, OfTwoHandlesTakeTurns) {
     }
     handle_b.reset();
     EXPECT_EQ(energy_at_target(a, handle_a, least_a), least_a) << "loaded afresh";
+}
+
+/** Large pieces of memory that a short search of the handle takes. */
+long taken_by_search(const HANDLE& handle) {
+    const long before = orvex::platform::large_allocations();
+    words_found(handle, {"trial_limit", "5"});
+    return orvex::platform::large_allocations() - before;
+}
+
+TEST(FlatRuns, LoadTheirWeightsAgainWhenAnotherHandleIsDestroyed) {
+    const PROBLEM problem = random_problem(100, 1000);
+    const HANDLE handle = problem.handle();
+    HANDLE other = random_problem(12, 50).handle();
+    taken_by_search(handle);
+    const long with_weights_in_place = taken_by_search(handle);
+    EXPECT_EQ(taken_by_search(handle), with_weights_in_place);
+    other.reset();
+    EXPECT_GT(taken_by_search(handle), with_weights_in_place);
+    EXPECT_EQ(taken_by_search(handle), with_weights_in_place);
+}
+
+TEST(FlatRuns, OfTheBandOf10240BitsCountAGivenBatchFactorOnIt) {
+    const std::string sizes = "," + std::string(tarvik_orvex_kernel_sizes()) + ",";
+    if (sizes.find(",10240,") == std::string::npos)
+        GTEST_SKIP() << "this build has no band of 10240 bits";
+    const HANDLE handle = create(8193);
+    const auto cycles = [&](std::vector<const char*> settings) {
+        settings.insert(settings.end(), {"trial_limit", "1", "islands_per_gpu", "1",
+                                         "blocks_per_island", "1", nullptr});
+        std::vector<std::uint64_t> solution((8193 + 63) / 64);
+        tarvik_orvex_search(handle.get(), settings.data(), nullptr, solution.data());
+        EXPECT_EQ(info(handle, "solver_size"), "10240");
+        return info(handle, "search_cycles");
+    };
+    EXPECT_EQ(cycles({"batch_factor", "0.5"}), "5120 1638")
+        << "the default steps: a fifth of the 8193 variables";
+    EXPECT_EQ(cycles({"batch_factor", "0.001", "annealing_factor", "0.001"}), "100 20")
+        << "the floors; 10 and 8 were asked for";
+    EXPECT_EQ(cycles({}), "8193 1638");
 }
 
 TEST(FlatRuns, OfAHandleInTheMemoryOfAnotherAreItsOwn) {

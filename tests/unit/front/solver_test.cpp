@@ -158,6 +158,20 @@ TEST(Solver, RefusesAWidthOfEnergiesThatNoBandMeets) {
                    "arithmetic) bit widths 32_32 32_64 64_64.");
 }
 
+TEST(Solver, TakesTheNarrowestBandThatHasAtLeastTheWidthAskedFor) {
+    Param param;
+    param.set("trial_limit", "5");
+    const auto widths = [&](int model_bits, const char* asked) {
+        param.set("arithmetic_bits", asked);
+        const Sol sol = Solver(false)(Model(3, model_bits), param);
+        return sol.get("solver_bits") + "_" + sol.get("arithmetic_bits");
+    };
+    EXPECT_EQ(widths(8, "16"), "32_32");
+    EXPECT_EQ(widths(8, "33"), "32_64");
+    EXPECT_EQ(widths(64, "16"), "64_64");
+    Solver(false).release();
+}
+
 // What reaches a band is seen with a fake one, in a process of its own.
 
 void fake_solve(Sol::Impl& result, const Model::Impl&, const Param::Impl&, const Sol::Impl* start) {

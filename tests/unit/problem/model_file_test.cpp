@@ -1,4 +1,6 @@
+#include <cerrno>
 #include <fstream>
+#include <sys/wait.h>
 
 #include "orvex/model.hpp"
 
@@ -112,6 +114,15 @@ TEST_F(ModelFile, NamedGzWithoutADotIsOpenedDirectly) {
 TEST_F(ModelFile, ThatIsMissingIsRefused) {
     const std::string file = folder.path("missing");
     EXPECT_REFUSAL(Model model(file), "Cannot open " + file);
+}
+
+TEST_F(ModelFile, CompressedWithFarMoreEntriesThanItSaysLeavesNoProcessBehind) {
+    std::string text = "2 1 0 9 0 1 4\n";
+    for (int i = 0; i < 100000; ++i)  // more than a pipe holds
+        text += "0 1 9\n";
+    EXPECT_EQ(Model(folder.write_compressed("model", text)).get(0, 1), 4);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
 }
 
 TEST_F(ModelFile, CompressedAndMissingIsWrong) {
