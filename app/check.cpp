@@ -6,7 +6,7 @@
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
 #include "app/report.hpp"
-#include "toolkit/io/formats/input_file.hpp"
+#include "toolkit/io/read.hpp"
 #include "toolkit/model/memory.hpp"
 
 namespace orvex::cli {
@@ -85,9 +85,7 @@ Report summary_of(const Problem& problem, const Report& facts) {
 }  // namespace
 
 int check(const std::string& file, const ReadOptions& read, bool json) {
-    InputFile input(file, read);
-    input.expect_memory();
-    Problem problem = input.read();
+    Problem problem = read_problem(file, read);
     const int bits = problem.proven_bits();
     const std::optional<Plan> plan = problem.plan(std::min(bits, 64));
     if (!plan) problem.warnings.push_back("no band of this build holds the model");

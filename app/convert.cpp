@@ -4,8 +4,8 @@
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
 #include "app/report.hpp"
-#include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/io/output_file.hpp"
+#include "toolkit/io/read.hpp"
 #include "toolkit/model/errors.hpp"
 
 namespace orvex::cli {
@@ -15,9 +15,7 @@ int convert(const ConvertCommand& command) {
     if (to.write == nullptr)
         throw InputError(std::string("the format ") + to.name + " can only be read; " +
                          written_format_names() + " can be written");
-    InputFile file(command.input, command.read);
-    file.expect_memory();
-    const Problem problem = file.read();
+    const Problem problem = read_problem(command.input, command.read);
     OutputFile output(command.output);
     to.write(problem, output);
     output.finish();

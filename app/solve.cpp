@@ -12,6 +12,7 @@
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/io/solution.hpp"
 #include "toolkit/model/errors.hpp"
+#include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -99,6 +100,7 @@ SolveOptions options_of(const SolveCommand& command, const Problem& problem) {
 
 int solve(const SolveCommand& command) {
     const Clock::time_point begin = Clock::now();
+    expect_settings(command.params);
     if (!command.output.empty()) expect_writable(command.output);
     InputFile file(command.file, command.read);
     file.expect_memory_of_run();

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <string>
@@ -24,6 +25,7 @@
 
 #include "engine/device/cpu/block.hpp"
 #include "engine/device/cycle.hpp"
+#include "engine/device/flip_rules.hpp"
 
 using namespace orvex::device;
 
@@ -35,7 +37,6 @@ using CLOCK = std::chrono::steady_clock;
 
 constexpr int ROUNDS = 5;
 constexpr double ROUND_SECONDS = 0.15;
-const char* const RULE_NAMES[] = {"MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor"};
 
 double seconds_since(CLOCK::time_point start) {
     return std::chrono::duration<double>(CLOCK::now() - start).count();
@@ -230,8 +231,8 @@ void measure(const MODEL& model, const char* kind, const CPU_ROWS<E>& rows,
         std::printf("%d,%s,%s,%d-bit,%s,%s,%.1f,%.1f,%.2f\n", model.n, kind,
                     form_name(rows.form(), 32), static_cast<int>(8 * sizeof(N)),
                     hwy::TargetName(hwy::SupportedTargets() & -hwy::SupportedTargets()),
-                    RULE_NAMES[rule], median(search), median(limit),
-                    median(search) / median(limit));
+                    FLIP_RULES.at(static_cast<std::size_t>(rule)).name.data(), median(search),
+                    median(limit), median(search) / median(limit));
         std::fflush(stdout);
     }
 }
@@ -249,7 +250,9 @@ void measure(const MODEL& model, const char* kind, ROW_FORM form, const std::vec
 
 int main(int argc, char** argv) {
     const std::vector<int> sizes = numbers(argc > 1 ? argv[1] : "256,1024,2000,4096,10240");
-    const std::vector<int> rules = numbers(argc > 2 ? argv[2] : "0,1,2,3,4");
+    std::vector<int> rules(FLIP_RULES.size());
+    std::iota(rules.begin(), rules.end(), 0);
+    if (argc > 2) rules = numbers(argv[2]);
     const std::vector<std::string> forms = words(argc > 3 ? argv[3] : "8-bit,16-bit,32-bit,sparse");
     const auto wanted = [&](ROW_FORM form) {
         return std::count(forms.begin(), forms.end(), form_name(form, 32)) != 0;

@@ -1,10 +1,16 @@
-# What a user installs: the library, its headers, a CMake package with the target orvex::orvex, and a
-# pkg-config file.
+# What a user installs: the library and the toolkit with their headers, a CMake package with the targets
+# orvex::orvex and orvex::toolkit, and a pkg-config file for each.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(TARGETS orvex EXPORT orvex LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/orvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(ORVEX_TOOLKIT_IS_INSTALLED FALSE)
+set(without_toolkit PATTERN toolkit.hpp EXCLUDE)
+if(TARGET orvex_toolkit)
+  set(ORVEX_TOOLKIT_IS_INSTALLED TRUE)
+  set(without_toolkit "")
+endif()
+install(DIRECTORY include/orvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${without_toolkit})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvex)
 install(EXPORT orvex NAMESPACE orvex:: FILE orvex-targets.cmake DESTINATION ${package_dir})
@@ -18,5 +24,11 @@ install(FILES "${PROJECT_BINARY_DIR}/orvex-config.cmake"
 
 # Relative to where the file lies, so that the installed tree can be moved as a whole.
 file(RELATIVE_PATH ORVEX_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-configure_file(cmake/orvex.pc.in "${PROJECT_BINARY_DIR}/orvex.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/orvex.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(packages orvex)
+if(ORVEX_TOOLKIT_IS_INSTALLED)
+  list(APPEND packages orvex-toolkit)
+endif()
+foreach(package IN LISTS packages)
+  configure_file(cmake/${package}.pc.in "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

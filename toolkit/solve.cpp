@@ -8,8 +8,9 @@
 
 #include "toolkit/model/energy.hpp"
 #include "toolkit/model/memory.hpp"
+#include "toolkit/run/run_settings.hpp"
 #include "toolkit/run/watcher.hpp"
-#include "toolkit/settings/run_settings.hpp"
+#include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -38,6 +39,7 @@ void expect_sound(const Problem& problem, const SolveOptions& options) {
     if (Watcher::in_event())
         throw std::logic_error("solve() inside an event of a search would wait for itself");
     if (!problem.model) throw InputError("the problem has no model");
+    expect_settings(options.settings);
     expect_bits(options.starts, "start", problem.size);
     expect_bits(options.hints, "hint", problem.size);
 }
@@ -126,24 +128,6 @@ void put_bits(Sol& solution, const Found& best) {
 }
 
 }  // namespace
-
-const char* text_of(Ending ending) {
-    switch (ending) {
-        case Ending::TARGET:
-            return "target reached";
-        case Ending::TIME_LIMIT:
-            return "time limit";
-        case Ending::TRIAL_LIMIT:
-            return "trial limit";
-        case Ending::STOPPED:
-            return "stopped by callback";
-        case Ending::INTERRUPTED:
-            return "interrupted";
-        case Ending::ENDED:
-            break;
-    }
-    return "ended";
-}
 
 Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
     const Clock::time_point begin = Clock::now();

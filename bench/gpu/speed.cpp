@@ -20,6 +20,7 @@
 #include <orvex/orvex.hpp>
 
 #include "device_rates.hpp"
+#include "engine/device/flip_rules.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
 #include "engine/error_exit.hpp"
@@ -40,15 +41,22 @@ namespace {
 
 using namespace orvex;
 
-struct RULE {
-    const char* name;
-    int barriers;     ///< of a step: selection, flip and track, as in engine/device/cuda/
-    bool has_budget;  ///< whether the length of an instance is the caller's
-};
-constexpr RULE RULES[] = {
-    {"MaxMin", 10, true},   {"PositiveMin", 11, true}, {"CyclicMin", 8, true},
-    {"RandomMin", 8, true}, {"TwoNeighbor", 6, false},
-};
+/** Barriers of a step: selection, flip and track, as in engine/device/cuda. 0: nobody counted. */
+int barriersOf(device::ALGORITHM rule) {
+    switch (rule) {
+        case device::MAX_MIN:
+            return 10;
+        case device::POSITIVE_MIN:
+            return 11;
+        case device::CYCLIC_MIN:
+        case device::RANDOM_MIN:
+            return 8;
+        case device::TWO_NEIGHBOR:
+            return 6;
+        default:
+            return 0;
+    }
+}
 constexpr double BYTES_PER_WEIGHT = 4;
 
 struct RATES {
@@ -67,11 +75,11 @@ Model randomModel(int n) {
     return model;
 }
 
-double flipsPerSecond(const Solver& solver, const Model& model, int n, const RULE& rule,
-                      int instance_length) {
+double flipsPerSecond(const Solver& solver, const Model& model, int n,
+                      const device::FLIP_RULE& rule, int instance_length) {
     Param param;
     param.set("time_limit", "2");
-    param.set("fix_algorithm", rule.name);
+    param.set("fix_algorithm", std::string(rule.name));
     param.set("search_cycles", std::to_string(n * instance_length) + " " + std::to_string(n / 5));
     const Sol solution = solver(model, param);
     return std::stod(solution.get("total_flips")) / std::stod(solution.get("kernel_time"));
@@ -96,13 +104,13 @@ void measure(int size, int blocks_resident, const cudaDeviceProp& device, double
     const Model model = randomModel(size);
     Solver solver(false);
     solver.prepare(model, Param());
-    for (const RULE& rule : RULES) {
+    for (const device::FLIP_RULE& rule : device::FLIP_RULES) {
         const double flips = flipsPerSecond(solver, model, size, rule, 1);
         const double bytes = flips * row_bytes;
-        const double barriers = flips / blocks_resident * rule.barriers * rates.barrier;
-        std::printf("| %s | %.3e | %.0f | %.0f %% | %.0f %% | %.0f %% | ", rule.name, flips,
+        const double barriers = flips / blocks_resident * barriersOf(rule.number) * rates.barrier;
+        std::printf("| %s | %.3e | %.0f | %.0f %% | %.0f %% | %.0f %% | ", rule.name.data(), flips,
                     bytes / 1e9, 100 * bytes / copy_rate, 100 * bytes / rates.read, 100 * barriers);
-        if (rule.has_budget) {
+        if (rule.searches) {
             const double longer = flipsPerSecond(solver, model, size, rule, 16);
             std::printf("%.0f %% |\n", 100 * std::max(0.0, 1 - flips / longer) * 16 / 15);
         } else {

@@ -14,5 +14,6 @@
 #include "orvex/mat.hpp"
 #include "orvex/model.hpp"
 #include "orvex/param.hpp"
+#include "orvex/parameters.hpp"
 #include "orvex/sol.hpp"
 #include "orvex/solver.hpp"

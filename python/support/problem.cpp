@@ -8,7 +8,7 @@
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/model/build.hpp"
 #include "toolkit/model/energy.hpp"
-#include "toolkit/settings/run_settings.hpp"
+#include "toolkit/run/run_settings.hpp"
 
 using namespace orvex::python;
 using namespace orvex::toolkit;

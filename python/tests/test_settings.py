@@ -1,11 +1,25 @@
 """Settings are checked before the library sees them: it would end the process."""
 
+from typing import get_args
+
 import numpy as np
 import pytest
 
 import orvex
 from conftest import random_matrix
-from orvex._settings import _CHECKS, check_settings
+from orvex import _library
+from orvex._settings import (
+    _CHECKS,
+    _NARROWER,
+    _OWN,
+    _SAME,
+    FLIP_RULES,
+    GENERATORS,
+    FlipRule,
+    Generator,
+    check_settings,
+    library_table,
+)
 
 GOOD = {
     "arithmetic_bits": 64,
@@ -35,6 +49,60 @@ GOOD = {
 
 def test_every_setting_is_documented_and_checked():
     assert set(GOOD) == set(_CHECKS) == set(orvex.Settings.__annotations__)
+
+
+def test_every_setting_is_a_parameter_of_the_library():
+    assert set(_CHECKS) <= set(library_table())
+
+
+def test_the_names_in_annotations_are_the_librarys():
+    assert get_args(FlipRule) == FLIP_RULES == library_table()["exclude_algorithm"][0].words
+    assert get_args(Generator) == GENERATORS
+
+
+def ends_of_range(name):
+    """The least and the greatest that the package takes, of both values where it is a pair."""
+    ends = [
+        _NARROWER.get(value.settles, (value.least, value.most)) for value in library_table()[name]
+    ]
+    whole = library_table()[name][0].kind == "integer"
+    ends = [[int(end) if whole else float(end) for end in pair] for pair in ends]
+    return [pair[0] if len(pair) == 1 else pair for pair in zip(*ends)]
+
+
+RANGES = [name for name in GOOD if library_table()[name][0].least and name not in _OWN]
+
+
+@pytest.mark.parametrize("name", RANGES)
+def test_the_library_takes_what_the_package_takes(name):
+    for value in [*ends_of_range(name), GOOD[name]]:
+        text = check_settings({name: value}, frozenset())[name]
+        assert _library.support.orvex_python_check_parameter(name.encode(), text.encode()) == b""
+
+
+@pytest.mark.parametrize("name", RANGES)
+def test_nothing_beyond_a_range_is_taken(name):
+    least, most = ends_of_range(name)
+    for beyond in (
+        [np.subtract(least, 1), np.add(most, 1)] if np.ndim(least) == 0
+        else [np.subtract(least, (1, 0)), np.add(most, (1, 0)), np.subtract(least, (0, 1)), np.add(most, (0, 1))]
+    ):  # fmt: skip
+        with pytest.raises(ValueError, match=name):
+            check_settings({name: beyond}, frozenset())
+
+
+def test_the_library_tells_what_is_wrong_with_a_setting():
+    told = _library.support.orvex_python_check_parameter(b"tabu_cycles", b"256").decode()
+    assert told == 'tabu_cycles must be an integer from 0 to 255, not "256"'
+
+
+def test_settings_exclude_each_other_where_they_settle_the_same():
+    assert sorted(map(sorted, _SAME)) == [
+        ["annealing_factor", "search_cycles", "search_cycles_factor"],
+        ["batch_factor", "search_cycles", "search_cycles_factor"],
+        ["restart_b", "restart_duration"],
+        ["restart_duration", "restart_nobest", "restart_t0"],
+    ]
 
 
 @pytest.mark.parametrize("name", GOOD)

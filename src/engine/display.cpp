@@ -64,6 +64,10 @@ void append_shares(std::string& text, const COUNTS& counts, const TABLE& table, 
 
 }  // namespace
 
+SHOWN shown(const INSTANCE& record) {
+    return {relaxed(record.energy), relaxed(record.inst), relaxed(record.algorithm)};
+}
+
 std::string progress_line(const PROGRESS& progress, const RUN_STATE& run,
                           const RESTART_CLOCK& clock) {
     std::string line;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/instance.hpp"
 #include "engine/names.hpp"
 #include "engine/run_state.hpp"
 
@@ -18,6 +19,7 @@ struct SHOWN {
     int inst;
     int algorithm;
 };
+SHOWN shown(const INSTANCE& record);
 
 /** One line of progress, written for a result that improved its island or the run. */
 struct PROGRESS {

@@ -7,19 +7,12 @@
 #include <string>
 #include <string_view>
 
+#include "engine/device/flip_rules.hpp"
+
 namespace orvex::engine {
 
-using INSTANCE_NAMES = std::array<std::string_view, 11>;
-using ALGORITHM_NAMES = std::array<std::string_view, 6>;
-
-inline constexpr INSTANCE_NAMES INSTANCE_TABLE = {"Random", "Best",    "Mutation", "Cross",
-                                                  "XCross", "Zero",    "One",      "IntervalZero",
-                                                  "Hint",   "AllBest", "*"};
-inline constexpr ALGORITHM_NAMES ALGORITHM_TABLE = {"MaxMin",    "PositiveMin", "CyclicMin",
-                                                    "RandomMin", "TwoNeighbor", "*"};
-
 /** The generators by the number under which they travel. */
-enum INSTANCE : signed char {
+enum GENERATOR : signed char {
     RANDOM,
     BEST,
     MUTATION,
@@ -32,9 +25,22 @@ enum INSTANCE : signed char {
     ALL_BEST,
     NO_GENERATOR
 };
-inline constexpr int GENERATORS = 10;
-inline constexpr int ALGORITHMS = 5;
-inline constexpr signed char NO_ALGORITHM = 5;
+inline constexpr int GENERATORS = NO_GENERATOR;
+using INSTANCE_NAMES = std::array<std::string_view, GENERATORS + 1>;
+inline constexpr INSTANCE_NAMES INSTANCE_TABLE = {"Random", "Best",    "Mutation", "Cross",
+                                                  "XCross", "Zero",    "One",      "IntervalZero",
+                                                  "Hint",   "AllBest", "*"};
+
+inline constexpr int ALGORITHMS = static_cast<int>(device::FLIP_RULES.size());
+inline constexpr signed char NO_ALGORITHM = ALGORITHMS;
+using ALGORITHM_NAMES = std::array<std::string_view, ALGORITHMS + 1>;
+inline constexpr ALGORITHM_NAMES ALGORITHM_TABLE = [] {
+    ALGORITHM_NAMES names;
+    for (const device::FLIP_RULE& rule : device::FLIP_RULES)
+        names[static_cast<std::size_t>(rule.number)] = rule.name;
+    names[ALGORITHMS] = "*";
+    return names;
+}();
 
 /** Letter of a kind; "*" for a number outside the table. */
 template <class TABLE>

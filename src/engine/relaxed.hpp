@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -20,13 +21,14 @@ void set_relaxed(X& word, std::type_identity_t<X> value) {
 }
 
 /** Copies a record word by word, for readers that take no lock and may see a mixture. */
-template <class RECORD>
-void copy_relaxed(RECORD& to, const RECORD& from) {
-    static_assert(sizeof(RECORD) % 8 == 0 && alignof(RECORD) >= 8);
+inline void copy_relaxed(void* to, const void* from, std::size_t bytes) {
     typedef std::uint64_t __attribute__((may_alias)) WORD;
-    WORD* target = reinterpret_cast<WORD*>(&to);
-    const WORD* source = reinterpret_cast<const WORD*>(&from);
-    for (std::size_t i = 0; i < sizeof(RECORD) / 8; ++i)
+    assert(bytes % sizeof(WORD) == 0);
+    assert(reinterpret_cast<std::uintptr_t>(to) % sizeof(WORD) == 0);
+    assert(reinterpret_cast<std::uintptr_t>(from) % sizeof(WORD) == 0);
+    WORD* target = static_cast<WORD*>(to);
+    const WORD* source = static_cast<const WORD*>(from);
+    for (std::size_t i = 0; i < bytes / sizeof(WORD); ++i)
         __atomic_store_n(target + i, __atomic_load_n(source + i, __ATOMIC_RELAXED),
                          __ATOMIC_RELAXED);
 }

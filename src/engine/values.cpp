@@ -12,15 +12,6 @@ namespace {
 
 constexpr const char* SEPARATORS = " \t\n\r";
 
-/** The next token from `pos` on, which moves to its end; empty if there is none. */
-std::string next_token(const std::string& text, std::size_t& pos) {
-    const std::size_t begin = text.find_first_not_of(SEPARATORS, pos);
-    if (begin == std::string::npos) return "";
-    pos = text.find_first_of(SEPARATORS, begin);
-    if (pos == std::string::npos) pos = text.size();
-    return text.substr(begin, pos - begin);
-}
-
 template <class T>
 bool convert(const std::string& token, T& out) {
     if constexpr (std::is_same_v<T, bool>) {
@@ -44,6 +35,14 @@ bool convert(const std::string& token, T& out) {
 }
 
 }  // namespace
+
+std::string next_token(const std::string& text, std::size_t& pos) {
+    const std::size_t begin = text.find_first_not_of(SEPARATORS, pos);
+    if (begin == std::string::npos) return "";
+    pos = text.find_first_of(SEPARATORS, begin);
+    if (pos == std::string::npos) pos = text.size();
+    return text.substr(begin, pos - begin);
+}
 
 template <class T>
 bool parse_string_pos(const std::string& text, std::size_t& pos, T& out) {
@@ -82,7 +81,9 @@ template void parse_param(const PARAM_ENTRY&, bool&);
 template void parse_param(const PARAM_ENTRY&, int&, int&);
 template void parse_param(const PARAM_ENTRY&, float&, float&);
 template bool parse_string_pos(const std::string&, std::size_t&, int&);
+template bool parse_string_pos(const std::string&, std::size_t&, long&);
 template bool parse_string_pos(const std::string&, std::size_t&, float&);
+template bool parse_string_pos(const std::string&, std::size_t&, double&);
 template std::string to_string(int, int);
 
 }  // namespace orvex::engine

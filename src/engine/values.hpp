@@ -24,9 +24,12 @@ void parse_param(const PARAM_ENTRY& kv, T& out);
 template <class T, class U>
 void parse_param(const PARAM_ENTRY& kv, T& a, U& b);
 
+/** The next token from `pos` on, which moves to its end; empty if there is none. */
+std::string next_token(const std::string& text, std::size_t& pos);
+
 /**
- * Converts the next token of `text` from `pos` on and moves `pos` to its end. T is int or float.
- * False if there is no token or it does not convert.
+ * Converts the next token of `text` from `pos` on and moves `pos` to its end. T is int, long, float
+ * or double. False if there is no token or it does not convert.
  */
 template <class T>
 bool parse_string_pos(const std::string& text, std::size_t& pos, T& out);

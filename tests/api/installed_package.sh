@@ -16,12 +16,23 @@ foreach(example solve callback)
   add_executable(${example} ${EXAMPLES}/${example}.cpp)
   target_link_libraries(${example} PRIVATE orvex::orvex)
 endforeach()
+if(TARGET orvex::toolkit)
+  add_executable(toolkit ${EXAMPLES}/toolkit.cpp)
+  target_link_libraries(toolkit PRIVATE orvex::toolkit)
+endif()
 CMAKE
 cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" -DEXAMPLES="$source_dir/examples" >"$work/configure.log"
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/build/solve"
 "$work/build/callback" | tail -n 1
+toolkit=$([ -x "$work/build/toolkit" ] && echo yes || echo no)
+if [ "$toolkit" = yes ]; then
+    printf '3 3 -2 4\n0 0 -2\n1 1 -1\n0 1 4\n' >"$work/model.qubo"
+    "$work/build/toolkit" "$work/model.qubo" | tail -n 1 | grep "^energy -2, "
+    ! "$work/build/toolkit" "$work/missing.qubo" 2>"$work/refusal"  # an error, not the end
+    grep "No such file" "$work/refusal"
+fi
 
 pkgconfig=$(dirname "$(find "$work/prefix" -name orvex.pc)")
 export PKG_CONFIG_PATH=$pkgconfig
@@ -29,6 +40,13 @@ export PKG_CONFIG_PATH=$pkgconfig
 "$compiler" -std=c++20 "$source_dir/examples/solve.cpp" $(pkg-config --cflags --libs orvex) \
     -o "$work/solve-pkg-config"
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir orvex) "$work/solve-pkg-config"
+if [ "$toolkit" = yes ]; then
+    # shellcheck disable=SC2046
+    "$compiler" -std=c++20 "$source_dir/examples/toolkit.cpp" \
+        $(pkg-config --cflags --libs orvex-toolkit) -o "$work/toolkit-pkg-config"
+    LD_LIBRARY_PATH=$(pkg-config --variable=libdir orvex) \
+        "$work/toolkit-pkg-config" "$work/model.qubo" | grep "^energy -2, "
+fi
 
 python3 - "$source_dir" <<'PYTHON'
 import pathlib, sys

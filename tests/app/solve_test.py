@@ -106,13 +106,15 @@ class Solve(ProgramTest):
         self.assertEqual(result["band"], "qb64_32_64")
         self.assertLess(result["runtime"], 20)
 
-    def test_what_the_library_refuses(self):
-        self.assert_fails(self.solve("--param", "no_such_key=1"), 1,
-                          'Error: Parameter key not found : "no_such_key"')
-        self.assert_fails(self.solve("--param", "pool_size=1"), 1,
-                          "Error: pool_size must be at least 2.")
-        self.assert_fails(self.solve("--param", "arithmetic_bits=128"), 2,
-                          "cannot solve 12 variables with weights of 8 bits and energies of 128")
+    def test_settings_that_the_library_would_refuse(self):
+        for setting, text in (("tabu_cycle=1", "tabu_cycles"), ("pool_size=1", "pool_size must"),
+                              ("arithmetic_bits=128", "arithmetic_bits must"),
+                              ("restart_t0=soon", "restart_t0 must"), ("gpus=99", "gpus must")):
+            self.assert_fails(self.solve("--param", setting), 2, text)
+
+    def test_settings_are_looked_at_before_the_file(self):
+        run = orvex("solve", self.folder / "missing", "--param", "pool_size=1")
+        self.assert_fails(run, 2, "pool_size must")
 
     def test_the_run_log_is_handed_on(self):
         output = self.folder / "result"

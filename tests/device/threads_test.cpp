@@ -107,15 +107,25 @@ TEST_P(ThreadsTest, AKillEndsBlocksInTheMiddleOfASearch) {
 
 INSTANTIATE_TEST_SUITE_P(Workers, ThreadsTest, ::testing::Values(1, 2, 4));
 
+/** A kernel whose one argument is what its blocks are made from. */
+class BLOCKS_OF_A_LAUNCH final : public platform::KERNEL {
+  public:
+    std::unique_ptr<platform::BLOCK_TASK> makeBlock(int index, void** arguments) const override {
+        return std::make_unique<CPU_BLOCK<std::int32_t, std::int32_t>>(
+            index, *static_cast<const CPU_LAUNCH<std::int32_t>*>(arguments[0]));
+    }
+    std::unique_ptr<platform::DEVICE_COPY> copyOf(const void*) const override { return nullptr; }
+};
+
 class StreamTest : public ThreadsTest {};
 
 TEST_P(StreamTest, AStreamHoldsALaunchUntilItsLastBlockHasLeft) {
     platform::cudaStream_t stream;
     platform::cudaStreamCreateWithFlags(&stream, platform::cudaStreamNonBlocking);
-    const auto kernel = [&](int index, const CPU_LAUNCH<std::int32_t>& arguments) {
-        return std::make_unique<BLOCK>(index, arguments);
-    };
-    platform::launch_kernel(kernel, BLOCKS, 64, stream, rings_.launch(model_, seeds_));
+    CPU_LAUNCH<std::int32_t> launch = rings_.launch(model_, seeds_);
+    void* arguments[] = {&launch};
+    const BLOCKS_OF_A_LAUNCH kernel;
+    platform::launch_kernel(&kernel, BLOCKS, 64, stream, arguments);
     EXPECT_EQ(platform::cudaGetLastError(), platform::cudaSuccess);
     std::thread other([&] { playIsland(1, GetParam()); });
     playIsland(0, GetParam());

@@ -30,16 +30,17 @@ class TRACE_CASES_TEST : public BLOCK_TEST<BLOCK> {
 TYPED_TEST_SUITE(TRACE_CASES_TEST, CPU_BLOCKS, NAMES);
 
 TYPED_TEST(TRACE_CASES_TEST, KilledBeforeAndBehindAnyFlip) {
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR})
+    for (std::int8_t rule : everyRule())
         for (int flips = 0; flips < 60; ++flips)
             this->killAt(flips, rule);
 }
 
 TYPED_TEST(TRACE_CASES_TEST, KilledLateInASearch) {
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN})
+    for (std::int8_t rule : everySearchingRule())
         this->killAt(3000, rule);
-    for (int flips : {100, 101, 140, 141, 142})
-        this->killAt(flips, TWO_NEIGHBOR);
+    for (std::int8_t rule : everyPassingRule())
+        for (int flips : {100, 101, 140, 141, 142})
+            this->killAt(flips, rule);
 }
 
 TYPED_TEST(TRACE_CASES_TEST, EveryTabuSetting) {
@@ -54,7 +55,7 @@ TYPED_TEST(TRACE_CASES_TEST, EveryTabuSetting) {
 
 TYPED_TEST(TRACE_CASES_TEST, AllBitsTabuForALongTime) {
     typename TestFixture::MODEL model(64, uncoupled({-1000}, 1));
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN}) {
+    for (std::int8_t rule : everySearchingRule()) {
         TRACE_PAIR<TypeParam> pair(model, {.tabu_cycles = 255});
         pair.run({.target = {1}, .algorithm = rule, .budget = 1000, .steps = 1000});
         EXPECT_GT(pair.flips(), 1000);
@@ -66,7 +67,7 @@ TYPED_TEST(TRACE_CASES_TEST, WeightsNearTheLimitOfTheRange) {
     for (int shift = 1; shift <= 6; ++shift) {
         const std::int64_t limit = TestFixture::ELEMENT_MAX >> shift;
         typename TestFixture::MODEL model(64, dense(23, -limit, limit));
-        for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR}) {
+        for (std::int8_t rule : everyRule()) {
             TRACE_PAIR<TypeParam> pair(model);
             INSTANCE_MAKER maker(64, 24);
             for (int i = 0; i < 3; ++i)
@@ -82,7 +83,7 @@ TYPED_TEST(TRACE_CASES_TEST, DeltasThatReachTheMaximumAreOutOfPlay) {
     typename TestFixture::MODEL model(64, [=](int i, int j) {
         return i == j ? (i % 7 == 0 ? most : std::int64_t{i - 20}) : std::int64_t{0};
     });
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN}) {
+    for (std::int8_t rule : everySearchingRule()) {
         TRACE_PAIR<TypeParam> pair(model);
         pair.run({.target = BITS(64, 1), .algorithm = rule, .budget = 300, .steps = 300});
         EXPECT_GT(pair.flips(), 60);

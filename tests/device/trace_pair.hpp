@@ -3,12 +3,14 @@
 // random instances on which this is done.
 #pragma once
 
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "bench.hpp"
+#include "every_rule.hpp"
 
 namespace orvex::device::test {
 
@@ -148,15 +150,19 @@ long play(MODEL& model, const PLAY& plan, RULE_OF rule_of) {
 /** Each rule on a block of its own, then all rules in turn on one block. Returns the flips. */
 template <class BLOCK, class MODEL>
 long playEveryRule(MODEL& model, PLAY one_rule) {
-    constexpr int RULES = 5;
+    const std::vector<std::int8_t> rules = everyRule();
     long flips = 0;
-    for (int rule = 0; rule < RULES; ++rule) {
+    for (std::int8_t rule : rules) {
         SCOPED_TRACE("rule " + std::to_string(rule));
         flips += play<BLOCK>(model, one_rule, [=](int) { return rule; });
     }
     SCOPED_TRACE("rules in turn");
     one_rule.instances *= 2;
-    return flips + play<BLOCK>(model, one_rule, [](int i) { return i * 3 % RULES; });
+    // Not in the order of the table, and yet all of them.
+    const std::size_t stride = std::gcd(3, rules.size()) == 1 ? 3 : 1;
+    return flips + play<BLOCK>(model, one_rule, [&](int i) {
+               return rules[static_cast<std::size_t>(i) * stride % rules.size()];
+           });
 }
 
 }  // namespace orvex::device::test

@@ -78,7 +78,7 @@ TYPED_TEST(TRACE_TEST, ABandOf4096WithAllThreads) {
 TYPED_TEST(TRACE_TEST, BandsOfFourFiveAndTenBitsPerThread) {
     for (int size : {4096, 5120, 10240}) {
         typename TestFixture::MODEL model(size, size - 5, shallow(10));
-        for (int rule = 0; rule < TWO_NEIGHBOR; ++rule) {
+        for (std::int8_t rule : everySearchingRule()) {
             TRACE_PAIR<TypeParam> pair(model);
             INSTANCE_MAKER maker(size, 11);
             maker.most_ones = 10;
@@ -92,7 +92,7 @@ TYPED_TEST(TRACE_TEST, BandsOfFourFiveAndTenBitsPerThread) {
 
 TYPED_TEST(TRACE_TEST, TheLargestBand) {
     typename TestFixture::MODEL model(65536, 65000, shallow(12));
-    for (int rule = 0; rule < TWO_NEIGHBOR; ++rule) {
+    for (std::int8_t rule : everySearchingRule()) {
         TRACE_PAIR<TypeParam> pair(model);
         INSTANCE_MAKER maker(65536, 13);
         maker.most_ones = 8;
@@ -101,9 +101,11 @@ TYPED_TEST(TRACE_TEST, TheLargestBand) {
         this->flips += pair.flips();
     }
     typename TestFixture::MODEL small(65536, 9, dense(14, -100, 60));
-    TRACE_PAIR<TypeParam> pair(small);
-    pair.run({.target = {1, 0, 1, 1}, .algorithm = TWO_NEIGHBOR});
-    EXPECT_GT(pair.flips(), 17);
+    for (std::int8_t rule : everyPassingRule()) {
+        TRACE_PAIR<TypeParam> pair(small);
+        pair.run({.target = {1, 0, 1, 1}, .algorithm = rule});
+        EXPECT_GT(pair.flips(), 17);
+    }
     EXPECT_GT(this->flips, 200);
 }
 

@@ -60,7 +60,7 @@ TEST(Failures, WithoutADevicePreparingFailsAsADeviceOperation) {
         },
         testing::ExitedWithCode(100),
         testing::MatchesRegex("\\[CUDA Error\\] no device is detected \\(code: 100\\) at "
-                              "entry.inl line [0-9]+\n"));
+                              "entry.cpp line [0-9]+\n"));
 }
 
 TEST(Failures, AModelThatIsTooLargeIsReportedBeforeMemoryIsTaken) {
@@ -78,8 +78,8 @@ TEST(Failures, AModelThatIsTooLargeIsReportedBeforeMemoryIsTaken) {
 }
 
 TEST(Failures, DeviceMemoryThatIsNotThereIsCalledHostMemory) {
-    long* memory = nullptr;
-    EXPECT_ERROR(band::allocate_on_device(&memory, std::size_t{1} << 50),
+    void* memory = nullptr;
+    EXPECT_ERROR(engine::allocate_on_device(&memory, std::size_t{1} << 50),
                  "Insufficient Host memory.");
 }
 
@@ -116,7 +116,7 @@ TEST_F(LaunchFailures, ALaunchOfNoBlocksEndsWithTheDevicesReport) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(devices->threads[0].kernel_func(), testing::ExitedWithCode(9),
                 testing::MatchesRegex("\\[CUDA Error\\] invalid configuration argument \\(code: "
-                                      "9\\) at device_threads.inl line [0-9]+\n"));
+                                      "9\\) at device_threads.cpp line [0-9]+\n"));
 }
 
 TEST_F(LaunchFailures, RingsThatDoNotFitAreCalledHostMemory) {

@@ -14,7 +14,7 @@ class FinalPrint : public RunByHand {
         prepare(3, 2);
         for (int i = 0; i < 3; ++i) {
             band::ISLAND& member = island(i);
-            member.best = result_of(i == 1 ? -50 : -10 * i);
+            record(member.best) = result_of(i == 1 ? -50 : -10 * i);
             member.best.inst = engine::CROSS;
             member.received = 10 * (i + 1);
             member.flips = 1000 * (i + 1);

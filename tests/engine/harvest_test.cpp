@@ -83,12 +83,12 @@ TEST_F(Harvest, TellsAboutTheRun) {
 
 TEST_F(Harvest, TheKernelTimeIsThatOfTheLongestKernel) {
     prepare(1, 1);
-    band::DEV_THREADS three(3);
+    band::DEV_THREADS three(*run, 3);
     three.threads[0].kernel_ms = 10;
     three.threads[1].kernel_ms = 2500;
     three.threads[2].kernel_ms = 20;
     EXPECT_EQ(three.max_sec(), 2.5f);
-    EXPECT_EQ(band::DEV_THREADS(0).max_sec(), 0.0f);
+    EXPECT_EQ(band::DEV_THREADS(*run, 0).max_sec(), 0.0f);
 }
 
 TEST_F(Harvest, BeforeAnyResultHasNoTimeAndTheLargestEnergy) {

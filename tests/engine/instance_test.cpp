@@ -1,6 +1,7 @@
 // The record that travels between host and device: its layout, and what loads and prints it.
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -71,7 +72,7 @@ TEST(Instance, AFreshRecordIsZeroButForItsMarks) {
 
     INST_t record;
     std::memset(&record, 0xFF, sizeof(record));
-    record.makeFresh(device::NO_ENERGY);
+    engine::INSTANCE(record).makeFresh(device::NO_ENERGY);
     EXPECT_EQ(std::memcmp(&record, &expected, sizeof(record)), 0);
 }
 
@@ -116,7 +117,7 @@ TEST(Instance, WordsOfASolutionGoOverWhole) {
     sol.impl().data[0] = 5;
     sol.impl().data[1] = ALL;
     INST_t record{};
-    record.loadWords(sol.impl());
+    engine::INSTANCE(record).loadWords(sol.impl());
     EXPECT_EQ(record.bits[0], 5u);
     EXPECT_EQ(record.bits[1], ALL);
 }
@@ -127,7 +128,7 @@ TEST(Instance, WordsThatASolutionDoesNotHaveStayAsTheyAre) {
     INST_t record{};
     record.bits[0] = ALL;
     record.bits[1] = 77;
-    record.loadWords(sol.impl());
+    engine::INSTANCE(record).loadWords(sol.impl());
     EXPECT_EQ(record.bits[0], 8u);
     EXPECT_EQ(record.bits[1], 77u);
 }
@@ -136,7 +137,7 @@ TEST(Instance, WordsBeyondTheBandAreLeftOut) {
     Sol sol(200);
     sol.impl().data[2] = ALL;
     INST_t record{};
-    record.loadWords(sol.impl());
+    engine::INSTANCE(record).loadWords(sol.impl());
     EXPECT_EQ(record.island, 0);
 }
 

@@ -52,8 +52,8 @@ TEST_F(Islands, StartWithNoTraffic) {
         for (int b = 0; b < 6; ++b)
             EXPECT_EQ(member.block_results[b], 0);
         EXPECT_NE(member.stream, nullptr);
-        EXPECT_EQ(member.pool.out, member.send_buf);
-        EXPECT_EQ(member.pool.in, member.recv_buf);
+        EXPECT_EQ(member.pool.out, member.send_buf.get());
+        EXPECT_EQ(member.pool.in, member.recv_buf.get());
     }
 }
 
@@ -90,7 +90,7 @@ TEST_F(Islands, AreDealtToTheDevicesInRows) {
     run->islands_per_gpu = 3;
     run->blocks_per_gpu = 3;
     run->ring_size = 4;
-    const band::ALLISLAND all(6);
+    const band::ALLISLAND all(*run, 6);
     for (int i = 0; i < 6; ++i) {
         EXPECT_EQ(all.islands[static_cast<std::size_t>(i)]->gpu, i / 3);
         EXPECT_EQ(all.islands[static_cast<std::size_t>(i)]->local, i % 3);
@@ -110,10 +110,11 @@ TEST_F(Islands, TheFirstWaveGoesToRingsSideBySide) {
     prepare(3, 2);
     EXPECT_EQ(run->ring_size, 8);
     for (int i = 0; i < 3; ++i) {
-        island(i).send_ring = island(i).recv_ring = nullptr;
+        island(i).send_ring = island(i).recv_ring = engine::INSTANCES();
         band::HOST_THREAD{.id = i, .island = &island(i)}.set_func();
-        EXPECT_EQ(island(i).send_ring, run->rings[0] + 2 * i * 8);
-        EXPECT_EQ(island(i).recv_ring, run->rings[0] + 2 * i * 8 + 8);
+        const std::size_t first = static_cast<std::size_t>(2 * i * 8);
+        EXPECT_EQ(island(i).send_ring, run->rings[0].part(first, 8));
+        EXPECT_EQ(island(i).recv_ring, run->rings[0].part(first + 8, 8));
         EXPECT_EQ(island(i).sent, 4) << "two for each block";
     }
 }
@@ -190,10 +191,10 @@ class IslandRestart : public RunByHand {
     IslandRestart() {
         prepare(3, 2);
         for (int i = 0; i < 3; ++i) {
-            island(i).current = result_of(-50);
+            record(island(i).current) = result_of(-50);
             island(i).current.bits[0] = island(i).current.bits[1] = 99;
-            island(i).best = result_of(-60);
-            island(i).pool.pool[0] = result_of(-60);
+            record(island(i).best) = result_of(-60);
+            record(island(i).pool.pool[0]) = result_of(-60);
             island(i).restart = 1;
         }
     }
@@ -226,7 +227,7 @@ TEST_F(IslandRestart, FillsThePoolAtRandom) {
 
 TEST_F(IslandRestart, LeavesThePoolOfAnIslandThatIsKept) {
     run->keep_islands = 1;
-    band::size_run();
+    size_run(*run);
     EXPECT_EQ(run->restart_islands, 2);
     island(2).restartSearch();
     EXPECT_EQ(island(2).generation, 1);

@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include "engine/device_threads.hpp"
+#include "engine/island.hpp"
+#include "engine/relaxed.hpp"
 #include "engine/support/band_128_32_32.hpp"
 #include "engine/support/band_256_32_64.hpp"
 #include "engine/support/band_64_32_32.hpp"
@@ -136,8 +139,9 @@ TEST_F(MainProgram, TheCarveoutIsReadFromTheEnvironment) {
         const auto solve_and_exit = [&, value = value] {
             setenv("ORVEX_CARVEOUT", value, 1);
             int carveout = -1;
-            ON_EVENT callback(
-                [&](ON_EVENT&, const std::string&) { carveout = band::shared_memory_carveout(); });
+            ON_EVENT callback([&](ON_EVENT&, const std::string&) {
+                carveout = engine::shared_memory_carveout(*band::gv);
+            });
             Param param = settings({{"trial_limit", "10"}});
             param.set(callback);
             solve(band::band_solve, model, param);
@@ -152,10 +156,10 @@ TEST_F(MainProgram, WithoutTheEnvironmentTheRunsCarveoutCounts) {
         if (value) setenv("ORVEX_CARVEOUT", value, 1);
         Param param;
         Sol sol(60);
-        band::GLOBAL_VARS v(sol.impl(), model.impl(), param.impl(), nullptr);
+        band::GLOBAL_VARS v(band::own, sol.impl(), model.impl(), param.impl(), nullptr);
         v.carveout = 33;
         band::gv = &v;
-        std::exit(band::shared_memory_carveout());
+        std::exit(engine::shared_memory_carveout(*band::gv));
     };
     EXPECT_END(ask(nullptr), 33, "");
     EXPECT_END(ask("-5"), 33, "");

@@ -1,4 +1,5 @@
 // Arithmetic that leaves the range of the band ends the process, with words for what would help.
+#include "engine/main_program.hpp"
 #include "engine/support/band_256_64_64.hpp"
 #include "engine/support/band_64_32_32.hpp"
 #include "engine/support/band_64_32_64.hpp"
@@ -39,9 +40,9 @@ TEST(Overflow, In64BitsAsksForSmallerValues) {
 }
 
 TEST(Overflow, TheWordsDependOnTheWidthOfEnergies) {
-    EXPECT_ERROR(qb64_32_32::report_overflow(), WIDER);
-    EXPECT_ERROR(qb64_32_64::report_overflow(), NO_WIDER);
-    EXPECT_ERROR(qb256_64_64::report_overflow(), NO_WIDER);
+    EXPECT_ERROR(engine::report_overflow(qb64_32_32::A), WIDER);
+    EXPECT_ERROR(engine::report_overflow(qb64_32_64::A), NO_WIDER);
+    EXPECT_ERROR(engine::report_overflow(qb256_64_64::A), NO_WIDER);
 }
 
 TEST(Overflow, EndsARunWithoutAnyLimit) {

@@ -30,16 +30,16 @@ class Insert : public RunByHand {
 
     /** Offers a candidate. */
     void offer(SOLPOOL& pool, const INST_t& record) {
-        candidate = record;
+        engine_tests::record(candidate) = record;
         pool.init(sent, candidate);
         pool.insert();
     }
 
     /** A pool whose ranks have these energies and whose bits are far apart. */
     std::unique_ptr<SOLPOOL> poolOf(const std::vector<long>& energies) {
-        auto pool = std::make_unique<SOLPOOL>(static_cast<int>(energies.size()));
+        auto pool = std::make_unique<SOLPOOL>(*run, static_cast<int>(energies.size()));
         for (std::size_t rank = 0; rank < energies.size(); ++rank)
-            pool->pool[rank] = far(static_cast<int>(rank), energies[rank]);
+            record(pool->pool[rank]) = far(static_cast<int>(rank), energies[rank]);
         return pool;
     }
 
@@ -57,12 +57,12 @@ class Insert : public RunByHand {
         return list;
     }
 
-    INST_t candidate{};
-    INST_t sent{};
+    engine::OWN_INSTANCE candidate{2};
+    engine::OWN_INSTANCE sent{2};
 };
 
 TEST_F(Insert, IntoAPoolWithoutSolutionsTheFirstResultTakesRank0) {
-    SOLPOOL pool(4);
+    SOLPOOL pool(*run, 4);
     pool.state = 1;
     pool.randomInit(0);
     run->solution_proximity = 0;
@@ -230,10 +230,12 @@ TEST_P(RandomInsertions, FollowTheRuleStatedOnAList) {
     const auto [pool_size, proximity] = GetParam();
     run->solution_proximity = proximity;
     std::mt19937_64 twister(static_cast<unsigned>(pool_size * 1000 + proximity));
-    SOLPOOL pool(pool_size);
+    SOLPOOL pool(*run, pool_size);
     pool.state = twister();
     pool.randomInit(0);
-    std::vector<INST_t> expected(pool.pool.get(), pool.pool.get() + pool_size);
+    std::vector<INST_t> expected;
+    for (int slot = 0; slot < pool_size; ++slot)
+        expected.push_back(pool.pool[slot]);
 
     for (int round = 0; round < 4000; ++round) {
         INST_t record = result_of(0);
@@ -259,7 +261,7 @@ TEST_P(RandomInsertions, FollowTheRuleStatedOnAList) {
 TEST_F(Insert, WithAProximityOf0NoSolutionStandsTwice) {
     run->solution_proximity = 0;
     std::mt19937_64 twister(1);
-    SOLPOOL pool(20);
+    SOLPOOL pool(*run, 20);
     pool.state = 1;
     pool.randomInit(0);
     for (int round = 0; round < 4000; ++round) {

@@ -17,7 +17,7 @@ class Pool : public RunByHand {
 };
 
 TEST_F(Pool, StartsWithFreshRecordsInTheOrderOfTheirSlots) {
-    SOLPOOL pool(5);
+    SOLPOOL pool(*run, 5);
     EXPECT_EQ(pool.pool_size, 5);
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(pool.order[i], i);
@@ -30,7 +30,7 @@ TEST_F(Pool, StartsWithFreshRecordsInTheOrderOfTheirSlots) {
 }
 
 TEST_F(Pool, StartsWithStatisticsOfNoResult) {
-    const SOLPOOL pool(5);
+    const SOLPOOL pool(*run, 5);
     EXPECT_EQ(pool.param_lo, -9);
     EXPECT_EQ(pool.param_hi, 0);
     EXPECT_EQ(pool.ring_len, 100);
@@ -46,16 +46,16 @@ TEST_F(Pool, StartsWithStatisticsOfNoResult) {
 }
 
 TEST_F(Pool, KeepsItsStagingRecords) {
-    SOLPOOL pool(2);
-    INST_t out{};
-    INST_t in{};
+    SOLPOOL pool(*run, 2);
+    engine::OWN_INSTANCE out(2);
+    engine::OWN_INSTANCE in(2);
     pool.init(out, in);
     EXPECT_EQ(pool.out, &out);
     EXPECT_EQ(pool.in, &in);
 }
 
 TEST_F(Pool, ARandomFillingDrawsEveryWordInTheOrderOfSlots) {
-    SOLPOOL pool(7);
+    SOLPOOL pool(*run, 7);
     pool.state = 12345;
     DRAWS draws(12345);
     pool.randomInit(0);
@@ -67,8 +67,8 @@ TEST_F(Pool, ARandomFillingDrawsEveryWordInTheOrderOfSlots) {
 
 TEST_F(Pool, ARandomFillingHasNoEnergyAndNoRule) {
     run->kernel_flag = 3;
-    SOLPOOL pool(4);
-    std::memset(static_cast<void*>(&pool.pool[0]), 0x55, sizeof(INST_t));
+    SOLPOOL pool(*run, 4);
+    std::memset(pool.pool[0].memory(), 0x55, sizeof(INST_t));
     pool.state = 1;
     pool.randomInit(0);
     for (int i = 0; i < 4; ++i) {
@@ -80,13 +80,13 @@ TEST_F(Pool, ARandomFillingHasNoEnergyAndNoRule) {
         expected.inst = engine::RANDOM;
         expected.algorithm = -1;
         expected.flag = 3;
-        EXPECT_EQ(std::memcmp(&pool.pool[i], &expected, sizeof(INST_t)), 0);
+        EXPECT_EQ(std::memcmp(pool.pool[i].memory(), &expected, sizeof(INST_t)), 0);
     }
 }
 
 TEST_F(Pool, RoundsOfARandomFillingAreTakenTogetherByAnd) {
     run->random_and_rounds = 2;
-    SOLPOOL pool(3);
+    SOLPOOL pool(*run, 3);
     pool.state = 99;
     DRAWS draws(99);
     pool.randomInit(0);
@@ -96,7 +96,7 @@ TEST_F(Pool, RoundsOfARandomFillingAreTakenTogetherByAnd) {
 }
 
 TEST_F(Pool, ARandomFillingKeepsTheRanking) {
-    SOLPOOL pool(3);
+    SOLPOOL pool(*run, 3);
     pool.state = 1;
     pool.order[0] = 2;
     pool.order[1] = 0;
@@ -108,21 +108,21 @@ TEST_F(Pool, ARandomFillingKeepsTheRanking) {
 }
 
 /** The ranking of six slots, at first in their order, after one rotation. */
-std::vector<int> rotated(int from, int to) {
-    SOLPOOL pool(6);
+std::vector<int> rotated(const band::GLOBAL_VARS& run, int from, int to) {
+    SOLPOOL pool(run, 6);
     pool.rotate(from, to);
     return {pool.order.get(), pool.order.get() + 6};
 }
 
 TEST_F(Pool, RotatingMovesOneEntryUpAndThoseBetweenDown) {
-    EXPECT_EQ(rotated(1, 4), (std::vector<int>{0, 4, 1, 2, 3, 5}));
-    EXPECT_EQ(rotated(0, 5), (std::vector<int>{5, 0, 1, 2, 3, 4}));
-    EXPECT_EQ(rotated(2, 3), (std::vector<int>{0, 1, 3, 2, 4, 5}));
+    EXPECT_EQ(rotated(*run, 1, 4), (std::vector<int>{0, 4, 1, 2, 3, 5}));
+    EXPECT_EQ(rotated(*run, 0, 5), (std::vector<int>{5, 0, 1, 2, 3, 4}));
+    EXPECT_EQ(rotated(*run, 2, 3), (std::vector<int>{0, 1, 3, 2, 4, 5}));
 }
 
 TEST_F(Pool, RotatingAnEntryToItselfChangesNothing) {
     for (int rank = 0; rank < 6; ++rank)
-        EXPECT_EQ(rotated(rank, rank), (std::vector<int>{0, 1, 2, 3, 4, 5}));
+        EXPECT_EQ(rotated(*run, rank, rank), (std::vector<int>{0, 1, 2, 3, 4, 5}));
 }
 
 }  // namespace

@@ -51,8 +51,9 @@ class SearchLoop : public RunByHand {
 
     bool poolHolds(long energy) {
         const band::SOLPOOL& pool = island(0).pool;
-        return std::any_of(pool.pool.get(), pool.pool.get() + pool.pool_size,
-                           [&](const INST_t& record) { return record.energy == energy; });
+        for (int slot = 0; slot < pool.pool_size; ++slot)
+            if (pool.pool[slot].energy == energy) return true;
+        return false;
     }
 
     std::optional<band::HOST_THREAD> thread;

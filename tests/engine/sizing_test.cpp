@@ -16,7 +16,7 @@ class Sizing : public RunByHand {
         run->gpus = gpus;
         run->prop.multiProcessorCount = processors;
         run->prop.maxThreadsPerMultiProcessor = 8 * band::T + band::T / 2;
-        band::size_run();
+        size_run(*run);
     }
 };
 
@@ -61,7 +61,7 @@ TEST_F(Sizing, FewBlocksMakeFewIslands) {
     size(1, 4);
     run->islands_per_gpu = run->blocks_per_island = 0;
     run->blocks_per_gpu = 3;
-    band::size_run();
+    size_run(*run);
     EXPECT_EQ(run->islands_per_gpu, 3);
     EXPECT_EQ(run->blocks_per_island, 1);
     EXPECT_EQ(run->ring_size, 4);
@@ -84,10 +84,10 @@ TEST_F(Sizing, SetTo0TheyAreComputed) {
 TEST_F(Sizing, MoreKeptIslandsThanIslandsAreCutDown) {
     size(1, 4);
     run->keep_islands = 2;
-    band::size_run();
+    size_run(*run);
     EXPECT_EQ(run->restart_islands, 3);
     run->keep_islands = 9;
-    band::size_run();
+    size_run(*run);
     EXPECT_EQ(run->keep_islands, 5);
     EXPECT_EQ(run->restart_islands, 0);
 }
@@ -95,7 +95,7 @@ TEST_F(Sizing, MoreKeptIslandsThanIslandsAreCutDown) {
 TEST_F(Sizing, AShapeThatCannotBeLaunchedIsReported) {
     const auto end_with_report = [this](const char* key, const char* value) {
         const std::string report =
-            "\\[CUDA Error\\] invalid configuration argument \\(code: 9\\) at main_program.inl "
+            "\\[CUDA Error\\] invalid configuration argument \\(code: 9\\) at main_program.cpp "
             "line [0-9]+\n";
         param = settings({{key, value}});
         GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -112,17 +112,17 @@ TEST_F(Sizing, AShapeThatCannotBeLaunchedIsReported) {
 
 TEST_F(Sizing, EverySeedHasItsOutermostBitsSet) {
     size(2, 4);
-    band::make_seeds();
+    make_seeds(*run);
     EXPECT_EQ(run->seeds.size(), 2u * 33 * band::T) << "3 * 11 blocks are launched on a device";
     for (const unsigned long seed : run->seeds)
         EXPECT_EQ(seed & 0x8000000000000001, 0x8000000000000001);
     EXPECT_NE(run->seeds[0], run->seeds[1]);
-    EXPECT_EQ(run->rings, (std::vector<band::INST_t*>{nullptr, nullptr}));
+    EXPECT_EQ(run->rings, (std::vector<engine::INSTANCES>(2)));
 }
 
 TEST_F(Sizing, BlocksThatAreNotLaunchedHaveSeedsToo) {
     size(1, 4, {{"islands_per_gpu", "1"}, {"blocks_per_island", "2"}});
-    band::make_seeds();
+    make_seeds(*run);
     EXPECT_EQ(run->seeds.size(), 32u * band::T);
 }
 

@@ -1,6 +1,7 @@
 // The ways in which a run ends.
 #include <chrono>
 
+#include "engine/globals.hpp"
 #include "engine/support/band_128_32_32.hpp"
 #include "engine/support/band_64_32_32.hpp"
 #include "engine/support/runs.hpp"

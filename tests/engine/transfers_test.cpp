@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "engine/names.hpp"
+#include "engine/relaxed.hpp"
 #include "engine/support/draws.hpp"
 #include "engine/support/run_by_hand.hpp"
 

@@ -16,16 +16,21 @@ namespace {
 using namespace orvex;
 using namespace engine_tests;
 
+template <class WMAT>
+std::unique_ptr<WMAT> loaded(const engine::BAND& band, const Model& model) {
+    return std::unique_ptr<WMAT>(static_cast<WMAT*>(engine::load_matrix(band, model.impl())));
+}
+
 std::unique_ptr<qb64_32_32::WMAT> matrix64(const Model& model) {
-    return std::unique_ptr<qb64_32_32::WMAT>(qb64_32_32::load_matrix(model.impl()));
+    return loaded<qb64_32_32::WMAT>(qb64_32_32::own, model);
 }
 
 std::unique_ptr<qb128_32_32::WMAT> matrix128(const Model& model) {
-    return std::unique_ptr<qb128_32_32::WMAT>(qb128_32_32::load_matrix(model.impl()));
+    return loaded<qb128_32_32::WMAT>(qb128_32_32::own, model);
 }
 
 std::unique_ptr<qb256_64_64::WMAT> matrix256(const Model& model) {
-    return std::unique_ptr<qb256_64_64::WMAT>(qb256_64_64::load_matrix(model.impl()));
+    return loaded<qb256_64_64::WMAT>(qb256_64_64::own, model);
 }
 
 TEST(Wmat, TheRecordHasNoPadding) {
@@ -128,7 +133,7 @@ TEST(Wmat, BothTrianglesAreTakenAsTheyAre) {
 TEST(Wmat, AModelBeyondTheBandIsRefused) {
     const std::string words = "QUBO probmem bit (65) exceeds Program supporting bit (64)";
     const Model model(65, 8);
-    EXPECT_ERROR(qb64_32_32::load_matrix(model.impl()), words);
+    EXPECT_ERROR(engine::load_matrix(qb64_32_32::own, model.impl()), words);
 
     const auto wmat = matrix64(Model(64, 8));
     wmat->n = 65;

@@ -86,9 +86,9 @@ void severalBandsInOneProcess() {
 
 void everyRule() {
     const orvex::Model model = randomModel(500, 32, 100);
-    for (const char* rule : {"MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor"}) {
+    for (const std::string_view rule : orvex::flip_rules()) {
         orvex::Param param = settings("1");
-        param.set("fix_algorithm", rule);
+        param.set("fix_algorithm", std::string(rule));
         solved(model, 500, param);
     }
 }

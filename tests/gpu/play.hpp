@@ -12,6 +12,7 @@
 #include <cstring>
 #include <vector>
 
+#include "engine/device/flip_rules.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
 #include "engine/device/xor_shift.hpp"
@@ -61,16 +62,16 @@ inline void play(const char* band, int size, STAGE& stage) {
     unsigned long state = 88172645463325252;
     // On fibers a flip of a large band takes a while, and a walk or a descent makes thousands.
     const bool large = size > 1024;
+    std::vector<std::int8_t> rules;
+    for (const FLIP_RULE& rule : FLIP_RULES)
+        if (rule.number != POSITIVE_MIN || SHAPE(size).own == 1) rules.push_back(rule.number);
     for (std::uint32_t ticket = 0; ticket < (large ? 3 : 24); ++ticket) {
-        constexpr std::int8_t RULES[] = {MAX_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR,
-                                         POSITIVE_MIN};
-        const std::uint32_t rules = SHAPE(size).own == 1 ? 5 : 4;
         std::vector<unsigned char> record(instance_bytes(size));
         for (int i = 0; i < size / 8; ++i)
             record[static_cast<std::size_t>(8 + i)] =
                 static_cast<unsigned char>((state = xor_shift(state)) >> 24);
         INST_TAIL tail{};
-        tail.algorithm = RULES[ticket % rules];
+        tail.algorithm = rules[ticket % rules.size()];
         tail.cycles = large ? 256 : 3 * static_cast<std::uint32_t>(size);
         tail.annealing = large ? 64 : static_cast<std::uint32_t>(size) / 4;
         tail.generation = static_cast<std::uint16_t>(1 + ticket / 6);

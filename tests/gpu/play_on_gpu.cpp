@@ -43,7 +43,7 @@ class GPU_STAGE : public test::STAGE {
 
     GPU_STAGE(KERNEL kernel, int size, const test::PROBLEM& problem)
         : bytes_(instance_bytes(size)), ticket_at_(static_cast<std::size_t>(size) / 8 + 24) {
-        cuda_check(load_kernel(kernel));
+        cuda_check(load_kernel(address_of(kernel)));
         matrix_ = on_device<unsigned char>(problem.matrix.data(), problem.matrix.size());
         seeds_ = on_device<unsigned long>(problem.seeds.data(),
                                           problem.seeds.size() * sizeof(unsigned long));
@@ -57,9 +57,13 @@ class GPU_STAGE : public test::STAGE {
         cuda_check(cudaStreamCreateWithFlags(&kernel_stream_, cudaStreamNonBlocking));
         cuda_check(cudaStreamCreateWithFlags(&copy_stream_, cudaStreamNonBlocking));
         cuda_check(cudaDeviceSynchronize());
-        launch_kernel(kernel, 1, threads_of(size), kernel_stream_, 0u, seeds_,
-                      *reinterpret_cast<WMAT*>(matrix_), RING_SIZE, static_cast<unsigned char>(1),
-                      reinterpret_cast<INST*>(rings_), static_cast<int*>(nullptr), state_);
+        unsigned id = 0;
+        unsigned ring_size = RING_SIZE;
+        unsigned char islands = 1;
+        int* kernel_ints = nullptr;
+        void* arguments[] = {&id,      &seeds_, &matrix_,     &ring_size,
+                             &islands, &rings_, &kernel_ints, &state_};
+        launch_kernel(address_of(kernel), 1, threads_of(size), kernel_stream_, arguments);
         cuda_check(cudaGetLastError());
     }
 

@@ -14,12 +14,15 @@
 #include <string>
 #include <vector>
 
+#include "engine/device/flip_rules.hpp"
 #include "kernels.hpp"
 
 namespace {
 
 using namespace orvex::device;
 using namespace orvex::device::test;
+
+constexpr std::int8_t RULES = FLIP_RULES.size();
 
 std::uint64_t drawn = 88172645463325252;
 std::uint64_t draw() {
@@ -66,8 +69,7 @@ class BENCH {
             slot[8 + i] = zero_target ? 0 : static_cast<unsigned char>(draw());
         INST_TAIL& tail = tailOf(slot);
         tail.algorithm = rule;
-        tail.cycles =
-            rule > TWO_NEIGHBOR ? 0 : 30;  // a wrong rule goes on until the budget is spent
+        tail.cycles = rule >= RULES ? 0 : 30;  // a wrong rule goes on until the budget is spent
         tail.annealing = 10;
         tail.generation = generation;
         announce(tail, static_cast<std::int64_t>(++sent_));
@@ -116,12 +118,12 @@ template <int S, class E, class WMAT, class INST, class KERNEL>
 void runBand(KERNEL kernel, int low, int high) {
     BENCH<S, E, WMAT, INST> bench(kernel, low, high);
     std::uint16_t generation = 1;
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR}) {
+    for (std::int8_t rule = 0; rule < RULES; ++rule) {
         bench.run(rule, generation, false);
         bench.run(rule, generation, true);
         ++generation;
     }
-    bench.run(TWO_NEIGHBOR + 1, generation, false);
+    bench.run(RULES, generation, false);
     bench.stop();
 }
 

@@ -68,7 +68,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, FullBlocksOfFourToTenBitsPerThread) {
     long flips = 0;
     for (int size : {1024, 4096, 5120, 10240}) {
         typename TestFixture::MODEL model(size, size - 5, shallow(10));
-        for (int rule = 0; rule < TWO_NEIGHBOR; ++rule)
+        for (std::int8_t rule : everySearchingRule())
             flips += play<TypeParam>(model, {.instances = 2, .max_steps = 15, .most_ones = 8},
                                      [=](int) { return rule; });
     }
@@ -78,7 +78,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, FullBlocksOfFourToTenBitsPerThread) {
 TYPED_TEST(KERNEL_TRACE_TEST, TheLargestBand) {
     typename TestFixture::MODEL model(65536, 65000, shallow(12));
     long flips = 0;
-    for (int rule = 0; rule < TWO_NEIGHBOR; ++rule)
+    for (std::int8_t rule : everySearchingRule())
         flips += play<TypeParam>(model, {.instances = 1, .max_steps = 10, .most_ones = 6},
                                  [=](int) { return rule; });
     EXPECT_GT(flips, 40);
@@ -86,7 +86,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, TheLargestBand) {
 
 TYPED_TEST(KERNEL_TRACE_TEST, KilledBeforeAndBehindAnyFlip) {
     typename TestFixture::MODEL model(64, dense(21, -100, 100));
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR})
+    for (std::int8_t rule : everyRule())
         for (int flips = 0; flips < 40; flips += 3) {
             SCOPED_TRACE("rule " + std::to_string(rule) + ", killed at " + std::to_string(flips));
             TRACE_PAIR<TypeParam> pair(model);
@@ -105,7 +105,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, EveryTabuSettingAndBlocksInWhichAllBitsAreTabu) {
         playEveryRule<TypeParam>(
             model, {.instances = 2, .max_steps = 200, .setup = {.tabu_cycles = tabu_cycles}});
     typename TestFixture::MODEL steep(64, uncoupled({-1000}, 1));
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN}) {
+    for (std::int8_t rule : everySearchingRule()) {
         TRACE_PAIR<TypeParam> pair(steep, {.tabu_cycles = 255});
         pair.run({.target = {1}, .algorithm = rule, .budget = 200, .steps = 200});
         EXPECT_GT(pair.flips(), 200);
@@ -115,7 +115,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, EveryTabuSettingAndBlocksInWhichAllBitsAreTabu) {
 TYPED_TEST(KERNEL_TRACE_TEST, AllBitsOfAFullBlockTabuOrOutOfPlay) {
     const std::int64_t most = TestFixture::ELEMENT_MAX;
     typename TestFixture::MODEL model(4096, 4096, uncoupled({-1000}, most));
-    for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN}) {
+    for (std::int8_t rule : everySearchingRule()) {
         TRACE_PAIR<TypeParam> pair(model, {.tabu_cycles = 255});
         pair.tested.scored = pair.plain.scored = false;
         pair.run({.target = {1}, .algorithm = rule, .budget = 12, .steps = 12});
@@ -128,7 +128,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, OverflowInEachPlace) {
     for (int shift = 1; shift <= 6; ++shift) {
         const std::int64_t limit = TestFixture::ELEMENT_MAX >> shift;
         typename TestFixture::MODEL model(64, dense(23, -limit, limit));
-        for (std::int8_t rule : {MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR}) {
+        for (std::int8_t rule : everyRule()) {
             TRACE_PAIR<TypeParam> pair(model);
             INSTANCE_MAKER maker(64, 24);
             for (int i = 0; i < 2; ++i)

@@ -11,7 +11,8 @@
 #include <optional>
 #include <vector>
 
-#include "toolkit/solve.hpp"
+#include "toolkit/model/problem.hpp"
+#include "toolkit/run/events.hpp"
 
 namespace orvex::toolkit {
 

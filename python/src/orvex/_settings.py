@@ -8,18 +8,38 @@ import difflib
 import math
 import numbers
 from collections.abc import Callable, Mapping
-from typing import Any, Literal, TypedDict, Union
+from typing import Any, Literal, NamedTuple, TypedDict, Union
 
-from ._library import device_count
+from ._library import device_count, support
 
 FlipRule = Literal["MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor"]
 Generator = Literal[
     "Random", "Best", "Mutation", "Cross", "XCross", "Zero", "One", "IntervalZero", "Hint", "AllBest"
 ]
-FLIP_RULES = ("MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor")
-GENERATORS = (
-    "Random", "Best", "Mutation", "Cross", "XCross", "Zero", "One", "IntervalZero", "Hint", "AllBest",
-)  # fmt: skip
+
+
+class Value(NamedTuple):
+    """One value of a parameter, as the library's table has it."""
+
+    kind: str
+    settles: str
+    least: str
+    most: str
+    words: tuple[str, ...]
+
+
+def library_table() -> dict[str, list[Value]]:
+    """The one or two values of each parameter of the library."""
+    table: dict[str, list[Value]] = {}
+    for line in support.orvex_python_parameters().decode().splitlines():
+        key, kind, settles, least, most, *words = line.split("\t")
+        table.setdefault(key, []).append(Value(kind, settles, least, most, tuple(words)))
+    return table
+
+
+_TABLE = library_table()
+FLIP_RULES = _TABLE["fix_algorithm"][0].words
+GENERATORS = _TABLE["fix_instance"][0].words
 
 
 class Settings(TypedDict, total=False):
@@ -126,39 +146,52 @@ def _one_of(*choices: Any) -> Check:
     return check
 
 
-_FACTOR = _real(0, 10_000)
-_CYCLES = _integer(0, 2**31 - 1)
-_CHECKS: dict[str, Check] = {
+#: Where less than the library takes makes sense in a caller's own process, by what is settled.
+_NARROWER: dict[str, tuple[float, float]] = {
+    "pool_size": (2, 10_000),
+    "solution_proximity": (0, 65536),
+    "islands_per_gpu": (1, 64),
+    "blocks_per_island": (1, 64),
+    "restart_t0": (0, 1e9),
+    "best_priority": (-63, 63),
+}
+#: What has a form of its own in Python, or is known only when it is asked for.
+_OWN: dict[str, Check] = {
     "arithmetic_bits": _one_of(32, 64),
-    "search_cycles": _pair(_CYCLES, _CYCLES),
-    "search_cycles_factor": _pair(_FACTOR, _FACTOR),
-    "batch_factor": _FACTOR,
-    "annealing_factor": _FACTOR,
-    "tabu_cycles": _integer(0, 255),
-    "pool_size": _integer(2, 10_000),
-    "solution_proximity": _integer(0, 65536),
     "gpus": lambda name, value: str(whole_number(name, value, 1, max(device_count(), 1))),
-    "islands_per_gpu": _integer(1, 64),
-    "blocks_per_island": _integer(1, 64),
-    "restart_t0": _real(0, 1e9),
-    "restart_b": _real(1e-3, 1e6),
-    "restart_duration": _pair(_real(0, 1e9), _real(1e-3, 1e6)),
-    "restart_nobest": _pair(_real(0, 1e9), _real(0, 1)),
-    "fix_algorithm": _one_of(*FLIP_RULES),
-    "exclude_algorithm": _one_of(*FLIP_RULES),
-    "fix_instance": _one_of(*GENERATORS),
-    "best_priority": _integer(-63, 63),
-    "inst_zero": _integer(0, 63),
-    "inst_one": _integer(0, 63),
     "verbose": _one_of(0, 1, 2),
 }
-#: Settings of which two say different things of the same: the engine takes either.
-_SAME = [
-    {"search_cycles", "search_cycles_factor", "batch_factor"},
-    {"search_cycles", "search_cycles_factor", "annealing_factor"},
-    {"restart_t0", "restart_duration", "restart_nobest"},
-    {"restart_b", "restart_duration"},
-]
+
+
+def _check_of(value: Value) -> Check:
+    if value.words:
+        return _one_of(*value.words)
+    least, most = _NARROWER.get(value.settles, (value.least, value.most))
+    if value.kind == "integer":
+        return _integer(int(least), int(most))
+    return _real(float(least), float(most))
+
+
+def _check_named(name: str) -> Check:
+    if name in _OWN:
+        return _OWN[name]
+    checks = [_check_of(value) for value in _TABLE[name]]
+    return checks[0] if len(checks) == 1 else _pair(*checks)
+
+
+_CHECKS: dict[str, Check] = {name: _check_named(name) for name in Settings.__annotations__}
+
+
+def _settled_together() -> list[set[str]]:
+    """Settings of which two say different things of the same: the engine takes either."""
+    names: dict[str, set[str]] = {}
+    for name in _CHECKS:
+        for value in _TABLE[name]:
+            names.setdefault(value.settles, set()).add(name)
+    return [same for same in names.values() if len(same) > 1]
+
+
+_SAME = _settled_together()
 
 
 def check_settings(settings: Mapping[str, Any], known: frozenset[str]) -> dict[str, str]:

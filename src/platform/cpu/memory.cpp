@@ -110,4 +110,20 @@ cudaError_t cudaMemsetAsync(void* memory, int value, std::size_t bytes, cudaStre
     return cudaMemset(memory, value, bytes);
 }
 
+cudaError_t cudaMemcpyToSymbol(const void* symbol, const void* from, std::size_t bytes,
+                               std::size_t offset, cudaMemcpyKind kind) {
+    return cudaMemcpy(static_cast<char*>(const_cast<void*>(symbol)) + offset, from, bytes, kind);
+}
+
+cudaError_t device_copy_create(void** copy, KERNEL_HANDLE kernel, const void* record, std::size_t,
+                               cudaStream_t) {
+    *copy = kernel->copyOf(record).release();
+    return cudaSuccess;
+}
+
+cudaError_t device_copy_destroy(void* copy) {
+    delete static_cast<DEVICE_COPY*>(copy);
+    return cudaSuccess;
+}
+
 }  // namespace orvex::platform

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "platform/cpu/workers.hpp"
@@ -85,11 +84,9 @@ cudaError_t cudaMemcpyAsync(void* to, const void* from, std::size_t bytes, cudaM
 cudaError_t cudaMemset(void* memory, int value, std::size_t bytes);
 cudaError_t cudaMemsetAsync(void* memory, int value, std::size_t bytes, cudaStream_t stream);
 
-template <class T>
-cudaError_t cudaMemcpyToSymbol(T& symbol, const void* from, std::size_t bytes, std::size_t offset,
-                               cudaMemcpyKind kind) {
-    return cudaMemcpy(reinterpret_cast<char*>(&symbol) + offset, from, bytes, kind);
-}
+/** `symbol` is the address of a kernel's constant. */
+cudaError_t cudaMemcpyToSymbol(const void* symbol, const void* from, std::size_t bytes,
+                               std::size_t offset, cudaMemcpyKind kind);
 
 /** For tests: allocations of at least `large` bytes made so far in this process. */
 long large_allocations();
@@ -110,43 +107,62 @@ cudaError_t cudaEventSynchronize(cudaEvent_t event);
 cudaError_t cudaEventElapsedTime(float* milliseconds, cudaEvent_t start, cudaEvent_t stop);
 cudaError_t cudaEventDestroy(cudaEvent_t event);
 
+// ---- kernels (stream.cpp, memory.cpp) -------------------------------------------------------
+
+/** What a device holds of a large read-only record in host memory. */
+class DEVICE_COPY {
+  public:
+    virtual ~DEVICE_COPY() = default;
+};
+
+/** A kernel, as the platform sees it. */
+class KERNEL {
+  public:
+    /** One block of a launch, from its index in the grid and the addresses of the arguments. */
+    virtual std::unique_ptr<BLOCK_TASK> makeBlock(int index, void** arguments) const = 0;
+
+    /** What the blocks read in place of a record; refers to the record, which stays where it is. */
+    virtual std::unique_ptr<DEVICE_COPY> copyOf(const void* record) const = 0;
+
+  protected:
+    ~KERNEL() = default;
+};
+using KERNEL_HANDLE = const KERNEL*;
+
 enum cudaFuncAttribute { cudaFuncAttributePreferredSharedMemoryCarveout = 9 };
-template <class KERNEL>
-cudaError_t cudaFuncSetAttribute(KERNEL, cudaFuncAttribute, int) {
+inline cudaError_t cudaFuncSetAttribute(KERNEL_HANDLE, cudaFuncAttribute, int) {
     return cudaSuccess;
 }
 
 /** Makes a kernel ready on the current device; here it always is. */
-template <class KERNEL>
-cudaError_t load_kernel(KERNEL) {
+inline cudaError_t load_kernel(KERNEL_HANDLE) {
     return cudaSuccess;
 }
 
 /** Blocks of `threads` threads that a multiprocessor holds at a time, for any kernel. */
 int resident_blocks(int threads);
-template <class KERNEL>
-cudaError_t cudaOccupancyMaxActiveBlocksPerMultiprocessorWithFlags(int* blocks, KERNEL, int threads,
-                                                                   std::size_t, unsigned) {
+inline cudaError_t cudaOccupancyMaxActiveBlocksPerMultiprocessorWithFlags(int* blocks,
+                                                                          KERNEL_HANDLE,
+                                                                          int threads, std::size_t,
+                                                                          unsigned) {
     *blocks = resident_blocks(threads);
     return cudaSuccess;
 }
 
-cudaError_t launch_blocks(cudaStream_t stream, std::vector<std::unique_ptr<BLOCK_TASK>> blocks);
-cudaError_t check_launch(int grid, int threads);
+/**
+ * Launches `grid` blocks of `threads` threads on the stream. A wrong configuration is reported by
+ * cudaGetLastError.
+ */
+void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t stream,
+                   void** arguments);
 
 /**
- * Launches `grid` blocks of `threads` threads on the stream: the kernel makes each block from its
- * index in the grid and the arguments. A wrong configuration is reported by cudaGetLastError.
+ * The device's copy of a large read-only record of `bytes` bytes in page-locked host memory, for
+ * that kernel. `copy` becomes what the kernel takes as the record's address.
  */
-template <class KERNEL, class... ARGS>
-void launch_kernel(KERNEL kernel, int grid, int threads, cudaStream_t stream, ARGS&&... args) {
-    if (check_launch(grid, threads) != cudaSuccess) return;
-    std::vector<std::unique_ptr<BLOCK_TASK>> blocks;
-    blocks.reserve(static_cast<std::size_t>(grid));
-    for (int i = 0; i < grid; ++i)
-        blocks.push_back(kernel(i, args...));
-    launch_blocks(stream, std::move(blocks));
-}
+cudaError_t device_copy_create(void** copy, KERNEL_HANDLE kernel, const void* record,
+                               std::size_t bytes, cudaStream_t stream);
+cudaError_t device_copy_destroy(void* copy);
 
 /**
  * Waits for `microseconds` at most, or until a block writes the ticket word at `ticket`, which held

@@ -2,6 +2,7 @@
 // behind a kernel happens when the kernel ends.
 #include <mutex>
 #include <set>
+#include <utility>
 
 #include "platform/cpu/runtime.hpp"
 #include "platform/cpu/signal.hpp"
@@ -119,15 +120,16 @@ cudaError_t cudaEventDestroy(cudaEvent_t event) {
     return cudaSuccess;
 }
 
-cudaError_t check_launch(int grid, int threads) {
+void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t stream,
+                   void** arguments) {
     if (grid < 1 || threads < 1 || threads > 1024) last_error = cudaErrorInvalidConfiguration;
-    return last_error;
-}
-
-cudaError_t launch_blocks(cudaStream_t stream, std::vector<std::unique_ptr<BLOCK_TASK>> blocks) {
+    if (last_error != cudaSuccess) return;
     cudaStreamSynchronize(stream);
+    std::vector<std::unique_ptr<BLOCK_TASK>> blocks;
+    blocks.reserve(static_cast<std::size_t>(grid));
+    for (int i = 0; i < grid; ++i)
+        blocks.push_back(kernel->makeBlock(i, arguments));
     stream->launch = std::make_shared<LAUNCH>(std::move(blocks), usable_processors());
-    return cudaSuccess;
 }
 
 void wait_for_ticket(const std::int64_t* ticket, std::int64_t seen, int microseconds) {

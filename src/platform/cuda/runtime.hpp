@@ -12,9 +12,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <thread>
-#include <tuple>
-#include <type_traits>
-#include <utility>
 
 #include <cuda_runtime.h>
 
@@ -26,75 +23,49 @@ using ::cudaGetErrorString;
 using ::cudaStream_t;
 using ::cudaSuccess;
 
-template <class... PARAMS>
-const void* address_of(void (*kernel)(PARAMS...)) {
-    return reinterpret_cast<const void*>(kernel);
-}
-
 // ---- kernels -------------------------------------------------------------------------------
 
+/** A kernel, as the runtime knows it: by its address. */
+using KERNEL_HANDLE = const void*;
+
 template <class... PARAMS>
-cudaError_t cudaFuncSetAttribute(void (*kernel)(PARAMS...), cudaFuncAttribute attribute,
-                                 int value) {
-    return ::cudaFuncSetAttribute(address_of(kernel), attribute, value);
+KERNEL_HANDLE address_of(void (*kernel)(PARAMS...)) {
+    return reinterpret_cast<const void*>(kernel);
 }
 
 /** Loads the kernel and its module onto the current device, so that nothing is left to load when
  * it is launched. */
-template <class... PARAMS>
-cudaError_t load_kernel(void (*kernel)(PARAMS...)) {
+inline cudaError_t load_kernel(KERNEL_HANDLE kernel) {
     cudaFuncAttributes attributes;
-    return cudaFuncGetAttributes(&attributes, address_of(kernel));
+    return cudaFuncGetAttributes(&attributes, kernel);
 }
 
-/** How an argument travels: a reference as the address of what it refers to, else by value. */
-template <class PARAM>
-using KERNEL_ARGUMENT =
-    std::conditional_t<std::is_reference_v<PARAM>, std::remove_reference_t<PARAM>*, PARAM>;
-
-template <class PARAM, class ARG>
-KERNEL_ARGUMENT<PARAM> kernel_argument(ARG& arg) {
-    if constexpr (std::is_reference_v<PARAM>)
-        return &arg;
-    else
-        return arg;
-}
-
-/** Launches `grid` blocks of `threads` threads. A failure is reported by cudaGetLastError. */
-template <class... PARAMS, class... ARGS>
-void launch_kernel(void (*kernel)(PARAMS...), int grid, int threads, cudaStream_t stream,
-                   ARGS&&... args) {
-    std::tuple<KERNEL_ARGUMENT<PARAMS>...> values{kernel_argument<PARAMS>(args)...};
-    std::apply(
-        [&](auto&... value) {
-            void* addresses[] = {const_cast<void*>(static_cast<const void*>(&value))...};
-            cudaLaunchKernel(address_of(kernel), dim3(static_cast<unsigned>(grid)),
-                             dim3(static_cast<unsigned>(threads)), addresses, 0, stream);
-        },
-        values);
+/**
+ * Launches `grid` blocks of `threads` threads; the arguments are given by their addresses, one that
+ * the kernel takes as a reference being the address of what it refers to. A failure is reported by
+ * cudaGetLastError.
+ */
+inline void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t stream,
+                          void** arguments) {
+    cudaLaunchKernel(kernel, dim3(static_cast<unsigned>(grid)),
+                     dim3(static_cast<unsigned>(threads)), arguments, 0, stream);
 }
 
 // ---- memory --------------------------------------------------------------------------------
 
-template <class T>
-cudaError_t cudaMemcpyToSymbol(const T& symbol, const void* from, std::size_t bytes,
-                               std::size_t offset, cudaMemcpyKind kind) {
-    return ::cudaMemcpyToSymbol(static_cast<const void*>(&symbol), from, bytes, offset, kind);
-}
-
 /**
- * The device copy of a large read-only record in page-locked host memory. On a stream of its own
- * the copy is still under way when this returns; on the default stream it is done.
+ * The device's copy of a large read-only record of `bytes` bytes in page-locked host memory, the
+ * same for all kernels. On a stream of its own the copy is still under way when this returns; on
+ * the default stream it is done.
  */
-template <class T>
-cudaError_t device_copy_create(T** copy, const T* record, std::size_t bytes, cudaStream_t stream) {
+inline cudaError_t device_copy_create(void** copy, KERNEL_HANDLE, const void* record,
+                                      std::size_t bytes, cudaStream_t stream) {
     if (const cudaError_t status = cudaMalloc(copy, bytes); status != cudaSuccess) return status;
     const cudaError_t status =
         cudaMemcpyAsync(*copy, record, bytes, cudaMemcpyHostToDevice, stream);
     return status == cudaSuccess && stream == nullptr ? cudaStreamSynchronize(stream) : status;
 }
-template <class T>
-cudaError_t device_copy_destroy(T* copy) {
+inline cudaError_t device_copy_destroy(void* copy) {
     return cudaFree(copy);
 }
 

@@ -19,7 +19,8 @@ import re
 import subprocess
 import sys
 
-# Which folders of src/ the files of a folder may include. The longest matching folder counts.
+# Which folders (of src/ without that word) the files of a folder may include. The longest matching folder counts.
+TOOLKIT_ROOMS = [f"toolkit/{room}" for room in ("model", "settings", "io", "generate", "run")]
 DEVICE = ["engine/device", "platform", "problem"]
 ALLOWED = {
     "problem": ["problem"],
@@ -29,14 +30,23 @@ ALLOWED = {
     "engine/device/cuda": ["engine/device/cuda", *DEVICE],
     "engine": ["engine", "engine/device/cpu", *DEVICE],
     "engine/band": ["engine/band", "engine", "engine/device/cpu", "engine/device/cuda", *DEVICE],
-    "front": ["front", "engine", "platform", "problem"],
+    "front": ["front", "engine", "engine/device", "platform", "problem"],
     "bands": ["engine", "engine/band", "engine/device/cuda"],
+    "toolkit/model": ["toolkit/model"],
+    "toolkit/settings": ["toolkit/settings", "toolkit/model"],
+    "toolkit/io": ["toolkit/io", "toolkit/model"],
+    "toolkit/generate": ["toolkit/generate", "toolkit/io", "toolkit/model"],
+    "toolkit/run": ["toolkit/run", "toolkit/settings", "toolkit/model"],
+    "toolkit": ["toolkit", *TOOLKIT_ROOMS],
+    "app": ["app", "toolkit", *TOOLKIT_ROOMS],
+    "python": ["python", "toolkit", *TOOLKIT_ROOMS],
 }
 # The table of contents of a band is part of what it lists.
 CONTENTS = "engine/qubo.hpp"
 # They only open and close a band's namespace, which the engine and its device part share.
 FRAME = ["engine/band/band_begin.inl", "engine/band/band_end.inl"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+ASKS_FOR_PLATFORM = re.compile(r"^\s*#.*ORVEX_PLATFORM", re.MULTILINE)
 BAND = re.compile(r"qb\d+_\d+_\d+")
 
 
@@ -48,23 +58,36 @@ def folder_of(path):
     return max(matches, key=len, default=None)
 
 
-def wrong_includes(source_dir):
-    found = []
+def sources(project):
+    """All sources, each with its path: below src/, else below the project."""
     suffixes = (".hpp", ".inl", ".cpp", ".cu", ".cuh", ".in")
-    sources = [f for f in source_dir.rglob("*") if f.suffix in suffixes]
-    for file in sorted(sources):
-        name = file.relative_to(source_dir).as_posix()
+    for root, below in (("src", "src"), ("toolkit", "."), ("app", "."), ("python/support", ".")):
+        for file in sorted((project / root).rglob("*")):
+            if file.suffix in suffixes:
+                yield file.relative_to(project / below).as_posix(), file
+
+
+def wrong_includes(project):
+    found = []
+    for name, file in sources(project):
         layer = folder_of(name)
         if layer is None:
             found.append(f"{name} is in no known layer")
             continue
         for included in INCLUDE.findall(file.read_text()):
-            if included.startswith("orvex/") or included in FRAME:
+            # A name without a folder is that of a neighbour.
+            if included.startswith("orvex/") or included in FRAME or "/" not in included:
                 continue
             target = folder_of(included)
             if target not in ALLOWED[layer]:
                 found.append(f"{name} includes {included}")
     return found
+
+
+def questions_about_the_platform(project):
+    return [f"{name} asks for the platform" for name, file in sources(project)
+            if not name.startswith(("platform/", "engine/device/"))
+            and ASKS_FOR_PLATFORM.search(file.read_text())]
 
 
 def symbols_of(path, *options):
@@ -90,7 +113,8 @@ def different_sizes(symbols_by_object):
 
 
 PUBLIC = re.compile(r"(orvex::(Callback|MAT|Model|Param|Sol|Solver)\b"
-                    r"|orvex::(find_wbit|devices|plan_run)\(|qubo_multi::|std::|__gnu_cxx::"
+                    r"|orvex::(find_wbit|devices|plan_run|parameters|flip_rules|generators)\("
+                    r"|orvex::check_parameter(\[abi:cxx11\])?\(|qubo_multi::|std::|__gnu_cxx::"
                     r"|(qubo_prepare|qubo_release|qubo_solve|qubo_solve_start)$"
                     r"|tarvik_orvex_\w+$)")
 DECORATION = re.compile(r"^(typeinfo name for |typeinfo for |vtable for |guard variable for )+")
@@ -111,7 +135,8 @@ def wrong_exports(lines):
 
 def main(mode, *arguments):
     if mode == "layers":
-        found = wrong_includes(pathlib.Path(arguments[0]))
+        project = pathlib.Path(arguments[0])
+        found = wrong_includes(project) + questions_about_the_platform(project)
     elif mode == "weak":
         found = different_sizes({path: symbols_of(path, "-S") for path in arguments})
     elif mode == "exports":

@@ -8,12 +8,12 @@ import structure
 
 
 class Layers(unittest.TestCase):
-    def wrong(self, name, text):
+    def wrong(self, name, text, check=structure.wrong_includes, below="src"):
         with tempfile.TemporaryDirectory() as folder:
-            file = pathlib.Path(folder, name)
+            file = pathlib.Path(folder, below, name)
             file.parent.mkdir(parents=True)
             file.write_text(text)
-            return structure.wrong_includes(pathlib.Path(folder))
+            return check(pathlib.Path(folder))
 
     def test_includes_downwards_are_in_order(self):
         self.assertEqual(self.wrong("engine/a.hpp", '#include "engine/device/b.hpp"\n'
@@ -38,6 +38,26 @@ class Layers(unittest.TestCase):
 
     def test_files_outside_of_the_layers_are_found(self):
         self.assertEqual(self.wrong("extra/a.hpp", ""), ["extra/a.hpp is in no known layer"])
+
+
+    def test_the_toolkit_knows_the_public_headers_alone(self):
+        for name, included in (("toolkit/model/a.hpp", "engine/b.hpp"),
+                               ("toolkit/model/a.hpp", "toolkit/io/b.hpp"),
+                               ("toolkit/solve.cpp", "app/b.hpp"), ("app/a.cpp", "front/b.hpp"),
+                               ("python/support/a.cpp", "app/b.hpp")):
+            self.assertEqual(self.wrong(name, f'#include "{included}"\n', below="."),
+                             [f"{name} includes {included}"])
+        self.assertEqual(self.wrong("app/a.cpp", '#include "toolkit/solve.hpp"\n'
+                                    '#include "toolkit/io/read.hpp"\n#include "orvex/plan.hpp"\n',
+                                    below="."), [])
+
+    def test_questions_about_the_platform_are_found(self):
+        asks = "  #ifdef ORVEX_PLATFORM_CUDA\n"
+        check = structure.questions_about_the_platform
+        self.assertEqual(self.wrong("app/a.cpp", asks, check, "."), ["app/a.cpp asks for the platform"])
+        self.assertEqual(self.wrong("front/a.cpp", asks, check), ["front/a.cpp asks for the platform"])
+        self.assertEqual(self.wrong("platform/a.hpp", asks, check), [])
+        self.assertEqual(self.wrong("engine/device/a.hpp", asks, check), [])
 
 
 class Weak(unittest.TestCase):

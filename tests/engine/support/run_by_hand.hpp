@@ -3,17 +3,27 @@
 // block owns two bits, so that neither count hides behind being one.
 #pragma once
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <optional>
 
 #include <gtest/gtest.h>
 
+#include "engine/host_threads.hpp"
+#include "engine/island.hpp"
+#include "engine/main_program.hpp"
 #include "engine/support/band_128_32_32.hpp"
 #include "engine/support/runs.hpp"
 
 namespace engine_tests {
 
 namespace band = qb128_32_32;
+
+/** The record that the engine sees through a view. */
+inline band::INST_t& record(const orvex::engine::INSTANCE& of) {
+    return of;
+}
 
 /** Stands for the blocks of one island: takes what was sent, hands in what the test makes up. */
 class BLOCKS {
@@ -64,6 +74,7 @@ class RunByHand : public testing::Test {
         if (devices) {
             devices->destruct();
             devices->join();
+            run->dev_threads = nullptr;
         }
         run.reset();
         band::qubo_releaser();
@@ -73,12 +84,12 @@ class RunByHand : public testing::Test {
 
     /** The run with its parameters read. */
     void begin(const orvex::Sol* start = nullptr) {
-        run = std::make_unique<band::GLOBAL_VARS>(result.impl(), model.impl(), param.impl(),
-                                                  start ? &start->impl() : nullptr);
+        run = std::make_unique<band::GLOBAL_VARS>(band::own, result.impl(), model.impl(),
+                                                  param.impl(), start ? &start->impl() : nullptr);
         run->available_gpus = run->gpus = 1;
         band::gv = run.get();
         band::host_gp = &device_parameters;
-        band::set_param(*run, device_parameters);
+        set_param(*run, device_parameters);
     }
 
     /** All that a run has when its kernel starts, but for instances in the rings. */
@@ -88,20 +99,19 @@ class RunByHand : public testing::Test {
         run->prop.multiProcessorCount = islands * blocks_per_island;
         run->islands_per_gpu = islands;
         run->blocks_per_island = blocks_per_island;
-        band::size_run();
-        band::make_seeds();
+        size_run(*run);
+        make_seeds(*run);
         run->trans_count = std::make_unique<band::TRANS_COUNT>();
-        run->allisland = std::make_unique<band::ALLISLAND>(run->islands);
-        if (start) band::enter_start_solution();
-        devices.emplace(1);
+        run->allisland = std::make_unique<band::ALLISLAND>(*run, run->islands);
+        if (start) enter_start_solution(*run);
+        devices.emplace(*run, 1);
         run->dev_threads = &*devices;
         devices->init();
         devices->join();
         devices->copy();
         devices->join();
         for (const auto& member : run->allisland->islands) {
-            member->send_ring = run->rings[0] + 2 * member->local * run->ring_size;
-            member->recv_ring = member->send_ring + run->ring_size;
+            member->findRings();
             member->pool.randomInit(0);
         }
         run->restart_clock = std::make_unique<orvex::engine::RESTART_CLOCK>(
@@ -113,7 +123,7 @@ class RunByHand : public testing::Test {
 
     /** Hands a result in to the island and registers it, as the island's thread would. */
     void registerResult(band::ISLAND& at, const band::INST_t& handed_in) {
-        *at.recv_buf = handed_in;
+        record(*at.recv_buf) = handed_in;
         at.regBest(0);
     }
 

@@ -1,5 +1,5 @@
 // From options to the library's parameters, and from a run's end to its status.
-#include "toolkit/settings/run_settings.hpp"
+#include "toolkit/run/run_settings.hpp"
 
 #include <limits>
 #include <utility>

@@ -87,7 +87,12 @@ TEST(Solve, RefusesWhatTheLibraryWould) {
     EXPECT_THAT(refusal(problem, {.trials = 0}), HasSubstr("trials"));
     EXPECT_THAT(refusal(problem, {.starts = {Sol(9)}}), HasSubstr("start 0 has 9 bits"));
     EXPECT_THAT(refusal(problem, {.hints = {Sol(10), Sol(11)}}), HasSubstr("hint 1 has 11 bits"));
-    EXPECT_THAT(refusal(problem, {.settings = {{"blocks_per_island", "-1"}}}), HasSubstr("shape"));
+    EXPECT_THAT(refusal(problem, {.settings = {{"blocks_per_island", "-1"}}}),
+                HasSubstr("blocks_per_island must"));
+    EXPECT_THAT(refusal(problem, {.settings = {{"islands_per_gpu", "200"},
+                                               {"blocks_per_island", "200000000"}}}),
+                HasSubstr("shape"));
+    EXPECT_THAT(refusal(problem, {.settings = {{"no_such_key", "1"}}}), HasSubstr("no_such_key"));
     EXPECT_THAT(refusal(problem, {.settings = {{"pool_size", "2000000000"}}}),
                 HasSubstr("of memory"));
     const auto empty = std::make_unique<Problem>();

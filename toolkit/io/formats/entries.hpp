@@ -2,8 +2,8 @@
 // of a model in order, to write them.
 #pragma once
 
-#include "toolkit/model/errors.hpp"
 #include "toolkit/io/formats/readers.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 

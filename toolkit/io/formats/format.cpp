@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "toolkit/model/errors.hpp"
 #include "toolkit/io/formats/readers.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 namespace {

@@ -3,7 +3,6 @@
 // reader and, where the format can say what a model says, a writer.
 #pragma once
 
-#include <optional>
 #include <span>
 #include <string>
 
@@ -11,16 +10,9 @@
 #include "toolkit/io/formats/lines.hpp"
 #include "toolkit/io/formats/statement.hpp"
 #include "toolkit/io/output_file.hpp"
+#include "toolkit/io/read.hpp"
 
 namespace orvex::toolkit {
-
-/** What a caller may say about a file that the file itself does not tell. */
-struct ReadOptions {
-    std::string format{};             ///< name of the format; empty: by the file's contents
-    std::optional<long> instance{};   ///< which of a file with several, from 1
-    std::optional<long> penalty{};    ///< of a broken constraint; none: one that is sure to suffice
-    std::optional<bool> maximised{};  ///< the sense, where the format leaves it open
-};
 
 struct Format {
     const char* name;   ///< as --from and --to take it

@@ -120,4 +120,10 @@ Problem InputFile::read() {
     return own_ ? own_->read() : foreign_->statement.problem();
 }
 
+Problem read_problem(const std::string& file, const ReadOptions& options) {
+    InputFile input(file, options);
+    input.expect_memory();
+    return input.read();
+}
+
 }  // namespace orvex::toolkit

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "toolkit/model/errors.hpp"
 #include "toolkit/io/formats/decimal.hpp"
 #include "toolkit/io/formats/words.hpp"
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/model/convention.hpp"
 #include "toolkit/io/formats/lines.hpp"
 #include "toolkit/io/model_file.hpp"
 #include "toolkit/io/pair_set.hpp"
 #include "toolkit/model/bounds.hpp"
+#include "toolkit/model/convention.hpp"
 
 namespace orvex::toolkit {
 

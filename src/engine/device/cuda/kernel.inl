@@ -1,12 +1,12 @@
 // The kernel of this band on GPUs, as the engine sees it: declarations of what the band's kernel
 // unit defines (kernel_text.inl). The function's address names the kernel in launches and queries;
-// it is not called. A reference among the arguments is a device address.
+// it is not called.
 
 void ORVEX(unsigned int id, unsigned long* seeds, WMAT& wmat, unsigned int ring_size,
            unsigned char islands_per_gpu, INST_t* rings, int* kernel_ints,
            DeviceState* device_state);
 
-using DEVICE_WMAT = WMAT;  ///< a device holds the record as it is
+inline const KERNEL_HANDLE kernel = address_of(ORVEX);
 
 /** Names the constant of the kernel's module in copies to it; not to be read on the host. */
 const GPU_PARAMS& device_gp_symbol();

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/solve.hpp"
+#include "toolkit/model/problem.hpp"
+#include "toolkit/run/events.hpp"
+#include "toolkit/settings/solve_options.hpp"
 
 namespace orvex::toolkit {
 

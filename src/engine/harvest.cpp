@@ -1,13 +1,27 @@
 // What a run hands back: the result as a solution with its attributes, and the events of the user's
 // callback with the requests that it leaves.
+#include <algorithm>
+#include <cassert>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <utility>
 
-inline void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
+#include "engine/error_exit.hpp"
+#include "engine/island.hpp"
+#include "engine/relaxed.hpp"
+#include "engine/values.hpp"
+#include "problem/release.hpp"
+
+namespace orvex::engine {
+
+void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
     char text[64];
     const auto seconds_text = [&](double value) {
         std::snprintf(text, sizeof(text), "%.6f", value);
         return std::string(text);
     };
-    const INST_t& allbest = *allisland->allbest;
+    const INSTANCE& allbest = *allisland->allbest;
     to.attrs.clear();
     to.attrs["solver"] = "orvex";
     to.attrs["size"] = std::to_string(size);
@@ -19,25 +33,25 @@ inline void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
     to.env["solver"] = "orvex";
     to.env["gpu"] = prop.name;
     to.env["version"] = RELEASE_VERSION;
-    to.env["solver_size"] = std::to_string(S);
-    to.env["solver_bits"] = std::to_string(M);
-    to.env["arithmetic_bits"] = std::to_string(A);
+    to.env["solver_size"] = std::to_string(band.size);
+    to.env["solver_bits"] = std::to_string(band.matrix_bits);
+    to.env["arithmetic_bits"] = std::to_string(band.arith_bits);
     to.env["search_cycles"] = engine::to_string(batch_cycles, annealing_cycles);
     to.env["total_flips"] = std::to_string(allisland->summary.flips);
-    to.env["tabu_cycles"] = std::to_string(host_gp->tabu_cycles);
+    to.env["tabu_cycles"] = std::to_string(band.host_gp->tabu_cycles);
     to.env["solution_proximity"] = std::to_string(solution_proximity);
-    for (int w = 0; w < std::min(to.words, WORDS); ++w)
+    for (int w = 0; w < std::min(to.words, allbest.words); ++w)
         to.data[static_cast<std::size_t>(w)] = allbest.bits[w];
 }
 
-inline void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
+void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     if (!callback || relaxed(stop_code) != 0) return;
     Callback::Impl& requests = callback->impl();
     const bool alarm = event == "alarm";
     if (event == "new" && !requests.notify_new) return;
     if (alarm && !requests.alarm_armed) return;
 
-    const std::lock_guard lock(callback_mutex);
+    const std::lock_guard lock(band.callback_mutex);
     if (relaxed(stop_code) != 0) return;
     if (alarm && restart_clock->alarm > now()) return;
     if (alarm || event == "new") get_sol(requests.solution.impl(), false);
@@ -61,16 +75,16 @@ inline void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island)
     }
 }
 
-inline void GLOBAL_VARS::takeRequests(ISLAND& island) {
+void GLOBAL_VARS::takeRequests(ISLAND& island) {
     Callback::Impl& requests = callback->impl();
     if (requests.annealing_factor != 0) {
         annealing_factor = std::exchange(requests.annealing_factor, 0.0f);
         set_relaxed(annealing_cycles,
-                    std::max(cycles_of(annealing_factor, S), LEAST_ANNEALING_CYCLES));
+                    std::max(cycles_of(annealing_factor, band.size), LEAST_ANNEALING_CYCLES));
     }
     if (requests.batch_factor != 0) {
         batch_factor = std::exchange(requests.batch_factor, 0.0f);
-        set_relaxed(batch_cycles, std::max(cycles_of(batch_factor, S), LEAST_BATCH_CYCLES));
+        set_relaxed(batch_cycles, std::max(cycles_of(batch_factor, band.size), LEAST_BATCH_CYCLES));
     }
     if (!requests.search_cycles.empty()) {
         // The text stays, so that it is taken again at every later event.
@@ -88,7 +102,7 @@ inline void GLOBAL_VARS::takeRequests(ISLAND& island) {
     set_relaxed(hint_ready, true);
     if (island.hasRoomForHint() && trans_count->request(trial_limit)) {
         island.send_buf->inst = ALL_BEST;
-        island.send_buf->algorithm = MAX_MIN;
+        island.send_buf->algorithm = device::MAX_MIN;
         island.send_buf->loadWords(requests.hint.impl());
         island.host2device(ISLAND::INSTANCE_MODE);
     }
@@ -97,3 +111,5 @@ inline void GLOBAL_VARS::takeRequests(ISLAND& island) {
         for (const auto& member : allisland->islands)
             set_relaxed(member->restart, 1);
 }
+
+}  // namespace orvex::engine

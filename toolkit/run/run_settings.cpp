@@ -1,10 +1,12 @@
-#include "toolkit/settings/run_settings.hpp"
+#include "toolkit/run/run_settings.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+
+#include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
 namespace {

@@ -4,71 +4,94 @@
 //
 // Every choice consumes a fixed number of draws in the order written here. Zero, One and the cases
 // of Hint and AllBest that write nothing go by what `out` held before: the instance sent last.
+#include <cassert>
+#include <cstdlib>
+#include <string>
 
-/** A slot, with a bias to the best ranks: the cube root of f of all draws fall into fraction f. */
-inline int SOLPOOL::selIdx() {
-    const float u = static_cast<float>(draw() & 0xFFFF) / 65536.0f;
-    return order[static_cast<int>(u * u * u * static_cast<float>(pool_size))];
+#include "engine/error_exit.hpp"
+#include "engine/island.hpp"
+#include "engine/names.hpp"
+#include "engine/relaxed.hpp"
+
+namespace orvex::engine {
+
+/** What has been built is the generator's. */
+void SOLPOOL::built(unsigned char kind) {
+    assert(kind < GENERATORS);
+    out->inst = static_cast<signed char>(kind);
 }
 
-inline signed char SOLPOOL::selAlgorithm() {
-    if (gv->fix_algorithm != -1) return gv->fix_algorithm;
+/** A member, all of them equally likely. */
+INSTANCE SOLPOOL::drawnMember() {
+    return pool[draw() % static_cast<unsigned long>(pool_size)];
+}
+
+/** A slot, with a bias to the best ranks: the cube root of f of all draws fall into fraction f. */
+int SOLPOOL::selIdx() {
+    const float u = static_cast<float>(draw() & 0xFFFF) / 65536.0f;
+    const int rank = static_cast<int>(u * u * u * static_cast<float>(pool_size));
+    assert(rank >= 0 && rank < pool_size);
+    return order[static_cast<std::size_t>(rank)];
+}
+
+signed char SOLPOOL::selAlgorithm() {
+    if (run.fix_algorithm != -1) return run.fix_algorithm;
     if (draw() % 20 != 0) {
-        const signed char member = pool[draw() % static_cast<unsigned long>(pool_size)].algorithm;
-        if (member != -1 && member != gv->exclude_algorithm) return member;
+        const signed char member = drawnMember().algorithm;
+        if (member != -1 && member != run.exclude_algorithm) return member;
     }
     signed char any;
     do {
         any = static_cast<signed char>(draw() % ALGORITHMS);
-    } while (any == gv->exclude_algorithm);
+    } while (any == run.exclude_algorithm);
     return any;
 }
 
-inline signed char SOLPOOL::selInst() {
-    if (gv->fix_instance != -1) return gv->fix_instance;
+signed char SOLPOOL::selInst() {
+    if (run.fix_instance != -1) return run.fix_instance;
     if (draw() % 20 == 0) {
         const signed char any = static_cast<signed char>(draw() % GENERATORS);
         const bool available =
             any == ALL_BEST
-                ? static_cast<double>(relaxed(gv->restart_clock->nobest_until) - now()) / 1e9 < 0
-            : any == HINT ? relaxed(gv->hint_ready)
+                ? static_cast<double>(relaxed(run.restart_clock->nobest_until) - now()) / 1e9 < 0
+            : any == HINT ? relaxed(run.hint_ready)
                           : true;
         if (available) return any;
     }
-    const signed char member = pool[draw() % static_cast<unsigned long>(pool_size)].inst;
+    const signed char member = drawnMember().inst;
     // A member made at random carries no information.
     if (member != RANDOM) return member;
     return static_cast<signed char>(draw() & 7);
 }
 
-inline void SOLPOOL::random(unsigned char kind) {
-    for (std::uint64_t& word : out->bits)
-        word = draw();
-    out->inst = static_cast<signed char>(kind);
+void SOLPOOL::random(unsigned char kind) {
+    for (int w = 0; w < out->words; ++w)
+        out->bits[w] = draw();
+    built(kind);
 }
 
-inline void SOLPOOL::best(unsigned char kind) {
-    best(kind, pool[order[0]]);
+void SOLPOOL::best(unsigned char kind) {
+    best(kind, ranked(0));
 }
 
-inline void SOLPOOL::best(unsigned char kind, const INST_t& record) {
-    *out = record;
-    out->inst = static_cast<signed char>(kind);
+void SOLPOOL::best(unsigned char kind, const INSTANCE& record) {
+    out->copy(record);
+    built(kind);
 }
 
 /** A member with each bit flipped with a chance of 1 in 16. */
-inline void SOLPOOL::mutation(unsigned char kind) {
-    const INST_t& member = pool[selIdx()];
-    for (int w = 0; w < WORDS; ++w) {
+void SOLPOOL::mutation(unsigned char kind) {
+    const INSTANCE member = pool[selIdx()];
+    for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = draw();
         for (int k = 1; k < 4; ++k)
             mask &= draw();
         out->bits[w] = member.bits[w] ^ mask;
     }
-    out->inst = static_cast<signed char>(kind);
+    built(kind);
 }
 
-inline void SOLPOOL::cross(unsigned char kind) {
+void SOLPOOL::cross(unsigned char kind) {
     cross(kind, *this);
 }
 
@@ -76,48 +99,48 @@ inline void SOLPOOL::cross(unsigned char kind) {
  * Uniform crossover. The second slot is drawn from this pool's ranking and used in the other pool,
  * whatever its ranking; the other pool may be changing while it is read.
  */
-inline void SOLPOOL::cross(unsigned char kind, const SOLPOOL& other) {
-    const INST_t& mine = pool[selIdx()];
-    const INST_t& theirs = other.pool[selIdx()];
-    for (int w = 0; w < WORDS; ++w) {
+void SOLPOOL::cross(unsigned char kind, const SOLPOOL& other) {
+    const INSTANCE mine = pool[selIdx()];
+    const INSTANCE theirs = other.pool[selIdx()];
+    for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = draw();
-        for (int k = 1; k < gv->cross_and_rounds; ++k)
+        for (int k = 1; k < run.cross_and_rounds; ++k)
             mask &= draw();
         out->bits[w] = (mine.bits[w] & mask) | (relaxed(theirs.bits[w]) & ~mask);
     }
-    out->inst = static_cast<signed char>(kind);
+    built(kind);
 }
 
 /** The previous instance with some ones cleared: one in 2^inst_zero. */
-inline void SOLPOOL::zero(unsigned char kind) {
+void SOLPOOL::zero(unsigned char kind) {
     selIdx();  // only moves the generator on
-    for (std::uint64_t& word : out->bits) {
+    for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = 0;
-        for (int k = 0; k < gv->inst_zero; ++k)
+        for (int k = 0; k < run.inst_zero; ++k)
             mask |= draw();
-        word &= mask;
+        out->bits[w] &= mask;
     }
-    out->inst = static_cast<signed char>(kind);
+    built(kind);
 }
 
 /** The previous instance with some zeros set: one in 2^inst_one. */
-inline void SOLPOOL::one(unsigned char kind) {
+void SOLPOOL::one(unsigned char kind) {
     selIdx();  // only moves the generator on
-    for (std::uint64_t& word : out->bits) {
+    for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = ~std::uint64_t{0};
-        for (int k = 0; k < gv->inst_one; ++k)
+        for (int k = 0; k < run.inst_one; ++k)
             mask &= draw();
-        word |= mask;
+        out->bits[w] |= mask;
     }
-    out->inst = static_cast<signed char>(kind);
+    built(kind);
 }
 
 /** A member with about half of its ones cleared. */
-inline void SOLPOOL::intervalZero(unsigned char kind) {
-    const INST_t& member = pool[selIdx()];
-    for (int w = 0; w < WORDS; ++w)
+void SOLPOOL::intervalZero(unsigned char kind) {
+    const INSTANCE member = pool[selIdx()];
+    for (int w = 0; w < out->words; ++w)
         out->bits[w] = member.bits[w] & draw();
-    out->inst = static_cast<signed char>(kind);
+    built(kind);
 }
 
 /**
@@ -126,10 +149,11 @@ inline void SOLPOOL::intervalZero(unsigned char kind) {
  * all of them, below -9 none. From 0 to 9 the previous instance stands, and only the generator of
  * random numbers moves on.
  */
-inline void SOLPOOL::mix(unsigned char kind, const INST_t& special) {
-    const INST_t& base = draw() % 20 == 0 ? special : pool[selIdx()];
-    for (int w = 0; w < WORDS; ++w) {
-        const int priority = gv->best_priority;
+void SOLPOOL::mix(unsigned char kind, const INSTANCE& special) {
+    const INSTANCE base = draw() % 20 == 0 ? special : pool[selIdx()];
+    assert(base.words == out->words);
+    for (int w = 0; w < out->words; ++w) {
+        const int priority = run.best_priority;
         const std::uint64_t special_word = relaxed(special.bits[w]);
         const std::uint64_t base_word = relaxed(base.bits[w]);
         if (priority > 9) {
@@ -143,19 +167,19 @@ inline void SOLPOOL::mix(unsigned char kind, const INST_t& special) {
             if (priority < 0) out->bits[w] = (special_word & mask) | (base_word & ~mask);
         }
     }
-    out->inst = static_cast<signed char>(kind);
+    built(kind);
 }
 
-inline void SOLPOOL::hint(unsigned char kind) {
-    mix(kind, gv->allisland->hint);
+void SOLPOOL::hint(unsigned char kind) {
+    mix(kind, run.allisland->hint);
 }
 
-inline void SOLPOOL::allbest(unsigned char kind) {
-    mix(kind, *gv->allisland->allbest);
+void SOLPOOL::allbest(unsigned char kind) {
+    mix(kind, *run.allisland->allbest);
 }
 
 /** Builds the island's next instance by the generator of that kind. */
-inline void ISLAND::generate(signed char kind) {
+void ISLAND::generate(signed char kind) {
     switch (kind) {
         case RANDOM:
             return pool.random(RANDOM);
@@ -168,7 +192,7 @@ inline void ISLAND::generate(signed char kind) {
         case XCROSS:
             // Behind a restart the neighbour's pool has nothing to give yet.
             if (cross_pause > 0) return pool.cross(CROSS);
-            return pool.cross(XCROSS, gv->allisland->neighbourOf(id).pool);
+            return pool.cross(XCROSS, run.allisland->neighbourOf(id).pool);
         case ZERO:
             return pool.zero(ZERO);
         case ONE:
@@ -183,3 +207,5 @@ inline void ISLAND::generate(signed char kind) {
             error_exit("Unexpected error in instance selection (" + std::to_string(kind) + ")");
     }
 }
+
+}  // namespace orvex::engine

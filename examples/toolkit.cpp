@@ -1,0 +1,28 @@
+// Solves a problem's file without ever ending the process: what is wrong comes as an exception.
+#include <iostream>
+
+#include <orvex/toolkit.hpp>
+
+using namespace orvex;
+
+/** Shows each new best, and stops at the tenth. */
+class Watch : public toolkit::Events {
+    void improved(const toolkit::Moment& moment, const Sol&, toolkit::Steering& steering) override {
+        std::cout << moment.elapsed << " s: energy " << moment.best << "\n";
+        if (++bests_ == 10) steering.stop();
+    }
+    int bests_ = 0;
+};
+
+int main(int argc, char** argv) {
+    try {
+        const toolkit::Problem problem = toolkit::read_problem(argc > 1 ? argv[1] : "model.qubo");
+        Watch watch;
+        const toolkit::Result result = toolkit::solve(problem, {.time_limit = 2}, watch);
+        std::cout << "energy " << result.energy << ", " << toolkit::text_of(result.ending) << ", "
+                  << result.plan.rows << " rows\n";
+    } catch (const toolkit::InputError& error) {
+        std::cerr << error.what() << "\n";
+        return 1;
+    }
+}

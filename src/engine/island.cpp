@@ -1,0 +1,175 @@
+#include "engine/island.hpp"
+
+#include <algorithm>
+#include <random>
+
+#include "engine/error_exit.hpp"
+#include "engine/relaxed.hpp"
+
+namespace orvex::engine {
+
+using namespace platform;
+
+namespace {
+
+constexpr std::int64_t RECORD_TICKET = 0x7fffffff;  // in the bests of real islands
+
+}  // namespace
+
+ISLAND::ISLAND(GLOBAL_VARS& of_run, int number)
+    : run(of_run),
+      id(number),
+      pool(of_run, of_run.pool_size),
+      current(of_run.band.words()),
+      best(of_run.band.words()),
+      block_total(of_run.blocks_per_gpu),
+      block_results(new int[static_cast<std::size_t>(std::max(block_total, 0))]()) {
+    current.makeFresh(0);
+    best.makeFresh(0);
+    if (id < 0) return;
+    current.ticket = best.ticket = RECORD_TICKET;
+    gpu = id / run.islands_per_gpu;
+    local = id % run.islands_per_gpu;
+    cuda_check(cudaSetDevice(gpu));
+    cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
+    send_buf = make_locked_instance(run.band.words());
+    recv_buf = make_locked_instance(run.band.words());
+    pool.init(*send_buf, *recv_buf);
+}
+
+ALLISLAND::ALLISLAND(GLOBAL_VARS& of_run, int number)
+    : run(of_run), count(number), summary(of_run, -1), hint(of_run.band.words()) {
+    hint.makeFresh(device::NO_ENERGY);
+    islands.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        islands.push_back(std::make_unique<ISLAND>(run, i));
+    allbest->energy = device::NO_ENERGY;
+
+    constexpr unsigned long NONZERO = 88172645463325252;
+    std::mt19937_64 twister(time4random());
+    for (const auto& island : islands) {
+        const unsigned long seed = time4random() + twister();
+        island->pool.state = seed == 0 ? NONZERO : seed;
+    }
+}
+
+void ISLAND::findRings() {
+    const INSTANCES& rings = run.rings.at(static_cast<std::size_t>(gpu));
+    const std::size_t slots = static_cast<std::size_t>(run.ring_size);
+    const std::size_t first = 2 * static_cast<std::size_t>(local) * slots;
+    send_ring = rings.part(first, slots);
+    recv_ring = rings.part(first + slots, slots);
+}
+
+// The body is copied with its ticket at 0, and the ticket alone behind it: the kernel takes the
+// slot as filled only when the ticket has its final value. With 2 * blocks_per_island instances out
+// and one send for each receipt, a ring of 4 * blocks_per_island has room without a test.
+void ISLAND::host2device(int mode) {
+    const std::int64_t ticket =
+        mode == STOP_MARK_MODE ? device::STOP_TICKET : std::int64_t{sent} + 1;
+    const INSTANCE slot = send_ring[send_pos];
+    send_buf->ticket = 0;
+    cuda_check(cudaMemcpyAsync(slot.memory(), send_buf->memory(), slot.bytes(),
+                               cudaMemcpyHostToDevice, stream));
+    cuda_check(cudaStreamSynchronize(stream));
+    send_buf->ticket = ticket;
+    cuda_check(cudaMemcpyAsync(&slot.ticket, &send_buf->ticket, sizeof(ticket),
+                               cudaMemcpyHostToDevice, stream));
+    cuda_check(cudaStreamSynchronize(stream));
+    if (mode == INSTANCE_MODE) ++sent;
+    assert(sent - received <= run.ring_size);  // no slot is overwritten unread
+    send_pos = (send_pos + 1) % run.ring_size;
+}
+
+void ISLAND::device2host() {
+    constexpr int FIRST_DELAY = 100;  // microseconds
+    constexpr int LONG_DELAY = 100000;
+    const INSTANCE slot = recv_ring[recv_pos];
+    for (int delay = FIRST_DELAY;;) {
+        std::int64_t ticket = 0;
+        cuda_check(
+            cudaMemcpyAsync(&ticket, &slot.ticket, sizeof(ticket), cudaMemcpyDeviceToHost, stream));
+        cuda_check(cudaStreamSynchronize(stream));
+        if (static_cast<std::uint64_t>(ticket) > static_cast<std::uint64_t>(received)) break;
+        wait_for_ticket(&slot.ticket, ticket, delay);
+        if (relaxed(run.killed)) return;
+        if (delay < LONG_DELAY) delay *= 2;
+    }
+    cuda_check(cudaMemcpyAsync(recv_buf->memory(), slot.memory(), slot.bytes(),
+                               cudaMemcpyDeviceToHost, stream));
+    cuda_check(cudaStreamSynchronize(stream));
+    account();
+}
+
+void ISLAND::account() {
+    const INSTANCE& result = *recv_buf;
+    ++received;
+    if (result.block >= 0 && result.block < block_total) {
+        ++block_results[static_cast<std::size_t>(result.block)];
+        ++block_hits;
+    }
+    recv_pos = received % run.ring_size;
+    set_relaxed(flips, flips + result.cycles);
+    if (cross_pause > 0) --cross_pause;
+    result.ticket = run.trans_count->received(1);  // from now on the run-wide number
+    assert(result.algorithm >= 0 && result.algorithm < ALGORITHMS);
+    assert(result.inst >= 0 && result.inst < GENERATORS);
+    ++algorithm_count[static_cast<std::size_t>(result.algorithm)];
+    ++instance_count[static_cast<std::size_t>(result.inst)];
+    if (result.overflow != 0) set_relaxed(run.stop_code, -1);
+}
+
+void ISLAND::sendRandom(int n) {
+    for (int i = 0; i < n && run.trans_count->request(run.trial_limit); ++i) {
+        if (i == 0 && id == 0 && run.start) {
+            send_buf->loadWords(*run.start);
+            send_buf->inst = ALL_BEST;
+            send_buf->algorithm = device::MAX_MIN;
+        } else {
+            pool.random(RANDOM);
+            send_buf->algorithm = pool.selAlgorithm();
+        }
+        stampInstance();
+        host2device(INSTANCE_MODE);
+    }
+}
+
+void ISLAND::stampInstance() {
+    send_buf->cycles = static_cast<std::uint32_t>(relaxed(run.batch_cycles));
+    send_buf->annealing = static_cast<std::uint32_t>(relaxed(run.annealing_cycles));
+    send_buf->flag = run.kernel_flag;
+    send_buf->generation = static_cast<std::uint16_t>(generation);
+}
+
+/** A new generation: the island forgets its present best and, unless it is kept, its pool. */
+void ISLAND::restartSearch() {
+    ++generation;
+    set_relaxed(current.energy, device::NO_ENERGY);
+    std::fill_n(current.bits, current.words, std::uint64_t{0});
+    cross_pause = 4 * run.ring_size;
+    if (id < run.restart_islands) pool.randomInit(0);
+    set_relaxed(restart, 0);
+}
+
+void ISLAND::sendStopMarks() {
+    stopping = true;
+    for (int i = 0; i < run.blocks_per_island; ++i)
+        host2device(STOP_MARK_MODE);
+}
+
+// The hint is followed by the instance that answers the result at hand, and at the end of the run
+// by a stop mark for each block; all of these must find slots whose contents have been taken.
+bool ISLAND::hasRoomForHint() const {
+    const bool answers_result = received > 0;
+    return !stopping &&
+           sent - received + 1 + answers_result + run.blocks_per_island <= run.ring_size;
+}
+
+int ISLAND::deliveringBlocks() const {
+    int blocks = 0;
+    for (int i = 0; i < block_total; ++i)
+        blocks += block_results[static_cast<std::size_t>(i)] != 0;
+    return blocks;
+}
+
+}  // namespace orvex::engine
