@@ -34,6 +34,11 @@ orvex::Sol solution_of(int size, const std::uint64_t* words) {
     return solution;
 }
 
+/**
+ * Forwards what the library's threads tell, and not that a search begins: that comes on the thread
+ * that holds the library. Python may let go of a problem whenever it runs, and a problem's end asks
+ * whether the library is free.
+ */
 class Forwarder : public Events {
   public:
     explicit Forwarder(ORVEX_PYTHON_EVENT event) : event_(event) {}
