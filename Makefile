@@ -5,12 +5,13 @@
 #   make instances   solves all benchmark instances and writes docs/instances.md
 #   make bench       measures speed and times, other solvers beside, and writes docs/performance.md
 #
-# CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS is the folder of the benchmark instances.
+# CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS=FOLDER is where the benchmark instances
+# are; without it those are taken that need no download.
 BUILD := build
 PROGRAM := $(BUILD)/app/orvex
 CMAKE_FLAGS ?=
 BENCH_FLAGS ?=
-MODELS ?= ../shared/data/models
+MODELS ?=
 
 # The tests are left out of a folder that is built for the demo alone: they need more packages.
 FIRST_BUILD = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-DORVEX_BUILD_TESTS=OFF)
@@ -35,10 +36,10 @@ test:
 	ctest --test-dir $(BUILD) --output-on-failure -j $$(nproc)
 
 instances: program
-	tests/instances/run.py --models $(MODELS) --write docs/instances.md
+	tests/instances/run.py $(if $(MODELS),--models $(MODELS)) --write docs/instances.md
 
 bench:
 	@tools/install-dependencies.sh demo
 	cmake --preset release -B build-bench -DORVEX_BUILD_BENCH=ON -DORVEX_BUILD_TESTS=OFF $(CMAKE_FLAGS)
 	cmake --build build-bench --target orvex_app orvex_bench_flips orvex_bench_startup
-	bench/run.py --models $(MODELS) $(BENCH_FLAGS)
+	bench/run.py $(if $(MODELS),--models $(MODELS)) $(BENCH_FLAGS)

@@ -20,6 +20,8 @@ import venv
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests/instances"))
+import provided  # noqa: E402
 PEER_PACKAGES = ["dwave-samplers", "openjij", "simulated-bifurcation", "matplotlib"]
 PEERS = {
     "annealing": "dwave-samplers, simulated annealing, 1000 sweeps a read",
@@ -35,15 +37,31 @@ def arguments():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=Path, default=ROOT / "build-bench")
-    parser.add_argument("--models", type=Path, default=ROOT / "../shared/data/models")
-    parser.add_argument("--best", type=Path, default=ROOT / "../shared/data/best_known.tsv")
-    parser.add_argument("--instances", nargs="+", default=INSTANCES)
+    parser.add_argument("--models", type=Path,
+                        help="folder of the instances; by default those that need no download")
+    parser.add_argument("--best", type=Path, help="table of best known energies, beside that folder")
+    parser.add_argument("--instances", nargs="+", help="all of these that there are by default: "
+                        + " ".join(INSTANCES))
     parser.add_argument("--runs", type=int, default=7)
     parser.add_argument("--limit", type=float, default=30, help="seconds of a run")
     parser.add_argument("--sizes", default="256,1024,2000,4096,10240")
     parser.add_argument("--peers", nargs="*", default=list(PEERS), choices=list(PEERS))
     parser.add_argument("--write", type=Path, default=ROOT / "docs/performance.md")
     return parser.parse_args()
+
+
+def best_energies(args):
+    """The best known energy of each instance; makes those that need no download if none are given."""
+    if args.models is None:
+        args.models = args.build / "models"
+        args.models.mkdir(parents=True, exist_ok=True)
+        rows = [row for row in provided.rows() if row["instance"] in (args.instances or INSTANCES)]
+        for row in rows:
+            provided.provide(row, args.build / "app/orvex", args.models)
+    else:
+        with open(args.best or args.models.parent / "best_known.tsv", encoding="utf-8") as file:
+            rows = list(csv.DictReader(file, delimiter="\t"))
+    return {row["instance"]: int(row["energy"]) for row in rows}
 
 
 def peer_python(build):
@@ -78,7 +96,7 @@ def growth_table(args, best):
     counts.append(len(processors))
     lines = ["| instance | processors | Mflips/s | to one processor | median, s |",
              "| --- | --- | --- | --- | --- |"]
-    for instance in GROWTH_INSTANCES:
+    for instance in (name for name in GROWTH_INSTANCES if name in best):
         speeds = []
         for count in counts:
             first = ["taskset", "-c", ",".join(map(str, processors[:count]))]
@@ -219,8 +237,8 @@ def write_section(path, name, text):
 def main():
     args = arguments()
     python = peer_python(args.build)
-    with open(args.best) as file:
-        best = {row["instance"]: int(row["energy"]) for row in csv.DictReader(file, delimiter="\t")}
+    best = best_energies(args)
+    args.instances = args.instances or [name for name in INSTANCES if name in best]
     solvers = ["orvex", *args.peers]
     runs = {(instance, solver): [] for instance in args.instances for solver in solvers}
     for round_number in range(args.runs):  # solvers take turns, so that a slow hour hits them all

@@ -53,7 +53,6 @@ int shared_memory_carveout(const RUN_STATE& run) {
 // ---- the phases ----------------------------------------------------------------------------
 
 void DEV_THREAD::init_func() {
-    assert(!stream && !control);
     cuda_check(cudaSetDevice(id));
     cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
     cuda_check(cudaStreamCreateWithFlags(&control, cudaStreamNonBlocking));
@@ -119,6 +118,8 @@ void DEV_THREAD::kernel_func() {
     unsigned number = static_cast<unsigned>(id);
     unsigned ring_size = static_cast<unsigned>(run.ring_size);
     unsigned char islands_per_gpu = static_cast<unsigned char>(run.islands_per_gpu);
+    assert(run.rings[static_cast<std::size_t>(id)].memory());
+    assert(grid_size(run) <= seeded_blocks(run));
     void* rings = run.rings[static_cast<std::size_t>(id)].memory();
     void* arguments[] = {&number,          &seeds, &wmat,        &ring_size,
                          &islands_per_gpu, &rings, &kernel_ints, &device_state};
@@ -133,6 +134,7 @@ void DEV_THREAD::kernel_func() {
 
 void DEV_THREAD::destruct_func() {
     cuda_check(cudaSetDevice(id));
+    assert(stream && control && wmat);
     cuda_check(cudaStreamDestroy(stream));
     cuda_check(cudaStreamDestroy(control));
     cuda_check(cudaFree(seeds));

@@ -1,6 +1,7 @@
 #include "engine/display.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdarg>
 #include <cstdio>
 
@@ -40,6 +41,7 @@ void append_number(std::string& text, int island, const RUN_STATE& run) {
 void append_blank_cell(std::string& text, int island, const RUN_STATE& run) {
     const int width = run.energy_width + 5 + (island > 9 ? 1 : 0);
     std::string cell(static_cast<std::size_t>(width), ' ');
+    assert(width > 0);
     cell[static_cast<std::size_t>(width / 2)] = '|';
     text += cell;
 }
@@ -51,6 +53,7 @@ double seconds(std::int64_t nanoseconds) {
 /** " R 12.3%" for each kind, the most frequent in red. */
 template <class COUNTS, class TABLE>
 void append_shares(std::string& text, const COUNTS& counts, const TABLE& table, int received) {
+    assert(counts.size() + 1 == table.size());
     const auto most = std::max_element(counts.begin(), counts.end()) - counts.begin();
     for (std::size_t k = 0; k < counts.size(); ++k) {
         // An island without a result shows the quotient 0/0 as it comes out.
@@ -71,6 +74,8 @@ SHOWN shown(const INSTANCE& record) {
 std::string progress_line(const PROGRESS& progress, const RUN_STATE& run,
                           const RESTART_CLOCK& clock) {
     std::string line;
+    assert(progress.reporter >= 0 &&
+           static_cast<std::size_t>(progress.reporter) < progress.islands.size());
     std::int64_t lowest = device::NO_ENERGY;
     for (const SHOWN& island : progress.islands)
         lowest = std::min(lowest, island.energy);

@@ -1,6 +1,7 @@
 #include "engine/entry.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 #include <string>
 
@@ -12,16 +13,38 @@ namespace orvex::engine {
 
 using namespace platform;
 
+namespace {
+
+/** While it lives, the band points to the run; an exception of a callback ends that, too. */
+class IN_PROGRESS {
+  public:
+    IN_PROGRESS(BAND& band, GLOBAL_VARS& run, device::GPU_PARAMS& parameters) : band_(band) {
+        band.gv = &run;
+        band.host_gp = &parameters;
+    }
+    ~IN_PROGRESS() {
+        band_.gv = nullptr;
+        band_.host_gp = nullptr;
+    }
+    IN_PROGRESS(const IN_PROGRESS&) = delete;
+    IN_PROGRESS& operator=(const IN_PROGRESS&) = delete;
+
+  private:
+    BAND& band_;
+};
+
+}  // namespace
+
 void solve(BAND& band, Sol::Impl& sol, const Model::Impl& model, const Param::Impl& param,
            const Sol::Impl* start) {
     int devices = 0;
     if (cudaGetDeviceCount(&devices) != cudaSuccess || devices == 0) error_exit("No GPU found.");
     drop_stale_session(band, model);
+    assert(!band.gv);  // a band does one run at a time
     const auto run = std::make_unique<GLOBAL_VARS>(band, sol, model, param, start);
     run->available_gpus = devices;
-    band.gv = run.get();
     const auto device_parameters = std::make_unique<device::GPU_PARAMS>();
-    band.host_gp = device_parameters.get();
+    const IN_PROGRESS in_progress(band, *run, *device_parameters);
     set_param(*run, *device_parameters);
     if (run->gpus == 0) run->gpus = run->available_gpus;
 
@@ -29,8 +52,6 @@ void solve(BAND& band, Sol::Impl& sol, const Model::Impl& model, const Param::Im
 
     store_session(band, model, run->owns_wmat ? run->wmat : nullptr);
     run->owns_wmat = false;
-    band.gv = nullptr;
-    band.host_gp = nullptr;
 }
 
 void prepare(BAND& band, const Model::Impl& model, const Param::Impl& param) {

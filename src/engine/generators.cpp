@@ -56,6 +56,7 @@ signed char SOLPOOL::selInst() {
                 ? static_cast<double>(relaxed(run.restart_clock->nobest_until) - now()) / 1e9 < 0
             : any == HINT ? relaxed(run.hint_ready)
                           : true;
+        assert(any >= 0 && any < GENERATORS);
         if (available) return any;
     }
     const signed char member = drawnMember().inst;
@@ -75,6 +76,7 @@ void SOLPOOL::best(unsigned char kind) {
 }
 
 void SOLPOOL::best(unsigned char kind, const INSTANCE& record) {
+    assert(out && out->words == record.words);
     out->copy(record);
     built(kind);
 }
@@ -82,6 +84,7 @@ void SOLPOOL::best(unsigned char kind, const INSTANCE& record) {
 /** A member with each bit flipped with a chance of 1 in 16. */
 void SOLPOOL::mutation(unsigned char kind) {
     const INSTANCE member = pool[selIdx()];
+    assert(member.words == out->words);
     for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = draw();
         for (int k = 1; k < 4; ++k)
@@ -102,6 +105,7 @@ void SOLPOOL::cross(unsigned char kind) {
 void SOLPOOL::cross(unsigned char kind, const SOLPOOL& other) {
     const INSTANCE mine = pool[selIdx()];
     const INSTANCE theirs = other.pool[selIdx()];
+    assert(mine.words == out->words && theirs.words == out->words);
     for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = draw();
         for (int k = 1; k < run.cross_and_rounds; ++k)
@@ -180,6 +184,7 @@ void SOLPOOL::allbest(unsigned char kind) {
 
 /** Builds the island's next instance by the generator of that kind. */
 void ISLAND::generate(signed char kind) {
+    assert(pool.out == send_buf.get());
     switch (kind) {
         case RANDOM:
             return pool.random(RANDOM);

@@ -1,5 +1,7 @@
 #include "engine/globals.hpp"
 
+#include <cassert>
+
 #include "engine/error_exit.hpp"
 #include "engine/island.hpp"
 
@@ -20,10 +22,10 @@ GLOBAL_VARS::GLOBAL_VARS(BAND& of_band, Sol::Impl& result, const Model::Impl& pr
         owns_wmat = false;
     else
         wmat = load_matrix(band, problem);
+    assert(wmat && size <= band.size);
 }
 
 GLOBAL_VARS::~GLOBAL_VARS() {
-    assert(!dev_threads && !host_threads);  // no thread survives a run
     if (owns_wmat && wmat) cuda_check(cudaFreeHost(wmat));
 }
 

@@ -21,6 +21,7 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
         std::snprintf(text, sizeof(text), "%.6f", value);
         return std::string(text);
     };
+    assert(allisland && restart_clock && (!final || dev_threads));
     const INSTANCE& allbest = *allisland->allbest;
     to.attrs.clear();
     to.attrs["solver"] = "orvex";
@@ -45,6 +46,7 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
 }
 
 void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
+    assert(event == "init" || event == "new" || event == "alarm");
     if (!callback || relaxed(stop_code) != 0) return;
     Callback::Impl& requests = callback->impl();
     const bool alarm = event == "alarm";

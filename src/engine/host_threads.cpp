@@ -1,5 +1,6 @@
 #include "engine/host_threads.hpp"
 
+#include <cassert>
 #include <mutex>
 
 #include "engine/relaxed.hpp"
@@ -20,6 +21,8 @@ void HOST_THREAD::set_func() {
 }
 
 void HOST_THREAD::main_func() {
+    assert(island->send_ring.size() > 0 && island->recv_ring.size() > 0);
+    assert(run().restart_clock);
     while (relaxed(run().stop_code) == 0 && run().trans_count->request(run().trial_limit))
         if (!feed()) break;
     if (!relaxed(run().killed)) stopAndDrain();
@@ -59,6 +62,7 @@ void HOST_THREAD::lookAtRestartClock() {
     const std::lock_guard lock(run().band.restart_mtx);
     RESTART_CLOCK& clock = *run().restart_clock;
     if (!(run().restart_t0 > 0) || now() < clock.next_restart) return;
+    assert(clock.count > 0);  // the clock began the first period itself
     clock.nextPeriod();
     for (const auto& member : run().allisland->islands)
         set_relaxed(member->restart, 1);

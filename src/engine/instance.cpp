@@ -1,6 +1,7 @@
 #include "engine/instance.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "engine/error_exit.hpp"

@@ -1,6 +1,7 @@
 #include "engine/island.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <random>
 
 #include "engine/error_exit.hpp"
@@ -28,6 +29,7 @@ ISLAND::ISLAND(GLOBAL_VARS& of_run, int number)
     best.makeFresh(0);
     if (id < 0) return;
     current.ticket = best.ticket = RECORD_TICKET;
+    assert(run.islands_per_gpu > 0);
     gpu = id / run.islands_per_gpu;
     local = id % run.islands_per_gpu;
     cuda_check(cudaSetDevice(gpu));
@@ -57,6 +59,7 @@ void ISLAND::findRings() {
     const INSTANCES& rings = run.rings.at(static_cast<std::size_t>(gpu));
     const std::size_t slots = static_cast<std::size_t>(run.ring_size);
     const std::size_t first = 2 * static_cast<std::size_t>(local) * slots;
+    assert(local >= 0 && local < run.islands_per_gpu);
     send_ring = rings.part(first, slots);
     recv_ring = rings.part(first + slots, slots);
 }
@@ -65,6 +68,9 @@ void ISLAND::findRings() {
 // slot as filled only when the ticket has its final value. With 2 * blocks_per_island instances out
 // and one send for each receipt, a ring of 4 * blocks_per_island has room without a test.
 void ISLAND::host2device(int mode) {
+    assert(send_buf && send_pos >= 0 && send_pos < run.ring_size);
+    assert(mode == INSTANCE_MODE || mode == STOP_MARK_MODE);
+    assert(mode == STOP_MARK_MODE || !stopping);  // nothing follows a stop mark
     const std::int64_t ticket =
         mode == STOP_MARK_MODE ? device::STOP_TICKET : std::int64_t{sent} + 1;
     const INSTANCE slot = send_ring[send_pos];
@@ -77,13 +83,13 @@ void ISLAND::host2device(int mode) {
                                cudaMemcpyHostToDevice, stream));
     cuda_check(cudaStreamSynchronize(stream));
     if (mode == INSTANCE_MODE) ++sent;
-    assert(sent - received <= run.ring_size);  // no slot is overwritten unread
     send_pos = (send_pos + 1) % run.ring_size;
 }
 
 void ISLAND::device2host() {
     constexpr int FIRST_DELAY = 100;  // microseconds
     constexpr int LONG_DELAY = 100000;
+    assert(recv_buf && recv_pos == received % run.ring_size);
     const INSTANCE slot = recv_ring[recv_pos];
     for (int delay = FIRST_DELAY;;) {
         std::int64_t ticket = 0;
@@ -135,6 +141,7 @@ void ISLAND::sendRandom(int n) {
 }
 
 void ISLAND::stampInstance() {
+    assert(relaxed(run.batch_cycles) > 0 && relaxed(run.annealing_cycles) > 0);
     send_buf->cycles = static_cast<std::uint32_t>(relaxed(run.batch_cycles));
     send_buf->annealing = static_cast<std::uint32_t>(relaxed(run.annealing_cycles));
     send_buf->flag = run.kernel_flag;
@@ -152,6 +159,7 @@ void ISLAND::restartSearch() {
 }
 
 void ISLAND::sendStopMarks() {
+    assert(!stopping);
     stopping = true;
     for (int i = 0; i < run.blocks_per_island; ++i)
         host2device(STOP_MARK_MODE);

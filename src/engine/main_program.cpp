@@ -42,6 +42,7 @@ void size_run(GLOBAL_VARS& run) {
     run.blocks_per_gpu = shape.blocks_per_gpu;
     run.islands_per_gpu = shape.islands_per_gpu;
     run.blocks_per_island = shape.blocks_per_island;
+    assert(run.gpus > 0 && run.blocks_per_island > 0);
     run.islands = run.gpus * run.islands_per_gpu;
     run.all_threads = run.gpus + run.islands;
     run.ring_size = 4 * run.blocks_per_island;
@@ -61,11 +62,13 @@ void make_seeds(GLOBAL_VARS& run) {
     run.seeds.reserve(count);
     for (std::size_t i = 0; i < count; ++i)
         run.seeds.push_back((time4random() + twister()) | FORCED_BITS);
+    assert(run.seeds.size() == count && run.rings.empty());
     run.rings.resize(static_cast<std::size_t>(run.gpus));
 }
 
 /** The start solution stands in the all-time best until a result beats it; it has no energy yet. */
 void enter_start_solution(GLOBAL_VARS& run) {
+    assert(run.start && run.allisland->allbest->energy == device::NO_ENERGY);
     const INSTANCE& allbest = *run.allisland->allbest;
     allbest.loadWords(*run.start);
     allbest.inst = NO_GENERATOR;
@@ -90,6 +93,7 @@ void main_program(GLOBAL_VARS& run) {
 
     DEV_THREADS devices(run, run.gpus);
     HOST_THREADS hosts(*run.allisland);
+    assert(devices.count + hosts.count == run.all_threads);
     run.dev_threads = &devices;
     run.host_threads = &hosts;
 

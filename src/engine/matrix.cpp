@@ -51,7 +51,9 @@ void check_model_fits(int n, int band_size) {
 
 template <class E>
 void load_rows(E* rows, E* diagonal, int n, const device::SHAPE& shape, const Model::Impl& model) {
+    assert(n == model.size || n > shape.size);
     check_model_fits(n, shape.size);
+    assert(model.mat.bytes * 8 == model.mat.bits);
     const std::size_t size = static_cast<std::size_t>(shape.size);
     const std::size_t row_bytes = static_cast<std::size_t>(n) * model.mat.bytes;
     for (int i = 0; i < shape.size; ++i) {
@@ -61,7 +63,7 @@ void load_rows(E* rows, E* diagonal, int n, const device::SHAPE& shape, const Mo
         if (i >= n || n < shape.size) std::fill_n(row, size, E{0});
         if (i < n)
             permute_bytes(row, model.mat.data.get() + static_cast<std::size_t>(i) * row_bytes,
-                          model.mat.bits, n, shape);
+                          static_cast<int>(model.mat.bits), n, shape);
         else
             row[own_place] = FILLER;
         diagonal[own_place] = row[own_place];
@@ -73,16 +75,17 @@ std::int64_t energy_of_bits(const E* rows, int n, const device::SHAPE& shape,
                             const std::uint64_t* bits) {
     assert(n <= shape.size);
     const auto one = [&](int i) { return (bits[i >> 6] >> (i & 63) & 1) != 0; };
-    const std::unique_ptr<std::int64_t[]> sums(new std::int64_t[static_cast<std::size_t>(n)]);
-    for (int i = 0; i < n; ++i) {
-        sums[i] = 0;
+    const std::size_t count = static_cast<std::size_t>(n);
+    const std::unique_ptr<std::int64_t[]> sums(new std::int64_t[count]());
+    const E* row = rows;
+    for (int i = 0; i < n; ++i, row += shape.size) {
         if (!one(i)) continue;
-        const E* row = rows + static_cast<std::size_t>(i) * static_cast<std::size_t>(shape.size);
+        std::int64_t& sum = sums[static_cast<std::size_t>(i)];
         for (int j = i; j < n; ++j)
-            if (one(j)) sums[i] = device::wrapping_add<std::int64_t>(sums[i], row[shape.place(j)]);
+            if (one(j)) sum = device::wrapping_add<std::int64_t>(sum, row[shape.place(j)]);
     }
     std::int64_t energy = 0;
-    for (int i = 0; i < n; ++i)
+    for (std::size_t i = 0; i < count; ++i)
         energy = device::wrapping_add(energy, sums[i]);
     return energy;
 }

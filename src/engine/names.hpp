@@ -45,7 +45,9 @@ inline constexpr ALGORITHM_NAMES ALGORITHM_TABLE = [] {
 /** Letter of a kind; "*" for a number outside the table. */
 template <class TABLE>
 char letter(const TABLE& table, int kind) {
-    return kind >= 0 && kind < static_cast<int>(table.size()) ? table[kind][0] : '*';
+    return kind >= 0 && kind < static_cast<int>(table.size())
+               ? table[static_cast<std::size_t>(kind)][0]
+               : '*';
 }
 
 /** The first entry, but for the last, that starts with `prefix`; -1 if none does. */

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <iterator>
 #include <string>
 
 #include "engine/error_exit.hpp"
@@ -62,7 +63,7 @@ int SOLPOOL::distance(const INSTANCE& record) const {
  * tail of the pool survives, which keeps the pool's spread of quality.
  */
 void SOLPOOL::insert() {
-    assert(in);
+    assert(in && in->words == run.band.words());
     int rank = 0;
     while (rank < pool_size && ranked(rank).energy < in->energy)
         ++rank;
@@ -72,6 +73,7 @@ void SOLPOOL::insert() {
     while (victim > rank && distance(ranked(victim)) > run.solution_proximity)
         --victim;
 
+    assert(rank <= victim && victim < pool_size);
     rotate(rank, victim);
     ranked(rank).copyRelaxed(*in);
     assert(rank == 0 || ranked(rank - 1).energy < in->energy);
@@ -84,7 +86,9 @@ void SOLPOOL::countMutation() {
     assert(ring_pos >= 0 && ring_pos < ring_len);
     ring[static_cast<std::size_t>(ring_pos)] = in->param;
     ring_pos = (ring_pos + 1) % ring_len;
-    ++hits[in->param - param_lo];
+    const int hit = in->param - param_lo;
+    assert(hit >= 0 && hit < static_cast<int>(std::size(hits)));
+    ++hits[hit];
 }
 
 /** Moves the entry at `to` in the ranking to `from`; those from `from` on go one down. */

@@ -1,5 +1,6 @@
 #include "engine/restart_clock.hpp"
 
+#include <cassert>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -40,6 +41,7 @@ void RESTART_CLOCK::nextPeriod() {
         const double rest = limit - static_cast<double>(present - start) / 1e9;
         if (d > rest * 0.5) d = rest;
     }
+    assert(count >= 0 && (limit <= 0 || end >= start));
     set_relaxed(next_restart, present + nanoseconds(d));
     set_relaxed(nobest_until, present + nanoseconds(d * nobest));
     ++count;

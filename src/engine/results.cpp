@@ -11,6 +11,7 @@ namespace orvex::engine {
 
 /** Ties never replace: the first finder's record and time stand. */
 void ISLAND::regBest(int) {
+    assert(id >= 0 && recv_buf);
     const INSTANCE& result = *recv_buf;
     if (last_generation < result.generation) set_relaxed(current.energy, device::NO_ENERGY);
     if (run.time_limit != 0 && now() >= run.restart_clock->end) set_relaxed(run.stop_code, 1);
@@ -27,12 +28,14 @@ void ISLAND::regBest(int) {
     if (new_best) makeBest(result);
     run.callback_func(new_best ? "new" : "alarm", *this);
     if ((new_current || new_best) && run.verbose >= 1) showProgress(new_best);
+    assert(run.allisland->allbest->energy <= result.energy);
     last_generation = result.generation;
 }
 
 /** The result becomes the run's best. */
 void ISLAND::makeBest(const INSTANCE& result) {
     const INSTANCE& allbest = *run.allisland->allbest;
+    assert(result.energy < allbest.energy);  // ties never replace
     allbest.copyRelaxed(result);
     allbest.island = id;
     if (!run.log) return;

@@ -1,17 +1,20 @@
 #include "engine/run_state.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
 
 #include "engine/device/formulas.hpp"
 #include "engine/error_exit.hpp"
+#include "engine/names.hpp"
 #include "engine/parameter_table.hpp"
 
 namespace orvex::engine {
 
 int cycles_of(float factor, int size) {
+    assert(size >= 0);
     return device::cut_to<std::int32_t>(static_cast<float>(size) * factor);
 }
 
@@ -37,6 +40,9 @@ void read_params(RUN_STATE& run, device::GPU_PARAMS& gpu_params, int band_size) 
     if (run.batch_cycles == 0) run.batch_cycles = cycles_of(run.batch_factor, run.size);
     run.batch_cycles = std::max(run.batch_cycles, LEAST_BATCH_CYCLES);
     if (run.solution_proximity < 0) run.solution_proximity = run.size / 100;
+    assert(run.pool_size >= 2 && run.solution_proximity >= 0);
+    assert(run.fix_algorithm < ALGORITHMS && run.exclude_algorithm < ALGORITHMS);
+    assert(run.fix_instance < GENERATORS);
 }
 
 void write_stderr(const RUN_STATE& run, int level, const char* format, ...) {

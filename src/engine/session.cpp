@@ -51,6 +51,7 @@ void* session_matrix(BAND& band, const Model::Impl& model) {
 
 void store_session(BAND& band, const Model::Impl& model, void* host_wmat) {
     const std::lock_guard lock(band.session_mutex);
+    assert(!band.session.model || band.session.matches(model));  // a stale one has been dropped
     band.session.model = &model;
     band.session.model_stamp = model.revision;
     assert(!host_wmat || !band.session.host_wmat);  // the old one would be lost
@@ -62,6 +63,7 @@ void* load_matrix(const BAND& band, const Model::Impl& model) {
     void* wmat = nullptr;
     if (cudaMallocHost(&wmat, band.matrix_bytes) != cudaSuccess)
         error_exit("Insufficient GPU memory.");
+    assert(wmat && band.load);
     band.load(wmat, model);
     return wmat;
 }

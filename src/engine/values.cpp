@@ -1,5 +1,6 @@
 #include "engine/values.hpp"
 
+#include <cassert>
 #include <cerrno>
 #include <cstdlib>
 #include <type_traits>
@@ -37,6 +38,7 @@ bool convert(const std::string& token, T& out) {
 }  // namespace
 
 std::string next_token(const std::string& text, std::size_t& pos) {
+    assert(pos <= text.size());
     const std::size_t begin = text.find_first_not_of(SEPARATORS, pos);
     if (begin == std::string::npos) return "";
     pos = text.find_first_of(SEPARATORS, begin);

@@ -28,6 +28,14 @@ class Instances(ProgramTest):
              "--models", self.folder / "models", "--time-limit", "1", *words],
             capture_output=True, text=True, check=False)
 
+    def test_without_a_folder_instances_are_made_here(self):
+        run = subprocess.run(
+            [sys.executable, "-B", SOURCE / "tests/instances/run.py", "--program", PROGRAM,
+             "--time-limit", "5", "G1", "bqp1000-1"], capture_output=True, text=True, check=False)
+        self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
+        self.assertRegex(run.stdout, r"bqp1000-1 +1000 +-371438 ")
+        self.assertRegex(run.stdout, r"G1 +800 +-11624 ")
+
     def test_the_best_known_energy_is_a_success(self):
         run = self.judge(self.lowest)
         self.assertEqual(run.returncode, 0, run.stdout)

@@ -17,6 +17,8 @@ import sys
 import tempfile
 import time
 
+import provided
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 LARGEST_GAP = 1.0  # percent
 SOLVED_BY_NAME = {"nug05", "nug12", "burma14", "gr17"}
@@ -128,8 +130,15 @@ make instances
 A run ends when it reaches the best known energy; the time to solution is the moment at which the
 best solution was found. Each energy was added up again from the bits and the model file. Runs are
 random: times and gaps differ from one to the next. A negative gap is an energy below the best known
-one of the list. Origin and conventions of the instances stand beside them (`make instances
-MODELS=FOLDER` names their folder, with `best_known.tsv` in the one above it).
+one of the list.
+
+Without a folder of instances, `make instances` takes those that need no download: the bundled one, and
+those that `orvex generate` makes as they were published ([generators.md](generators.md)).
+`make instances MODELS=FOLDER` takes FOLDER/NAME.qubo.gz for every NAME in the table `best_known.tsv` beside
+that folder (columns instance, family, n, energy). The rows below come from public collections: the G-set and
+torus graphs of Max-Cut, the OR-Library and the Biq Mac Library, QAPLIB and TSPLIB with penalties for broken
+constraints, quadratic knapsack and number partitioning problems, in the [conventions](formats.md) of the
+readers of their formats.
 
 {table.markdown()}"""
 
@@ -138,7 +147,8 @@ def arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("names", nargs="*", help="instances; all by default")
     parser.add_argument("--program", default=str(ROOT / "build/app/orvex"))
-    parser.add_argument("--models", type=pathlib.Path, default=ROOT / "../shared/data/models")
+    parser.add_argument("--models", type=pathlib.Path,
+                        help="folder of the instances; by default those that need no download")
     parser.add_argument("--best-known", type=pathlib.Path, help="beside the models' folder")
     parser.add_argument("--time-limit", type=int, default=20, help="seconds for each instance")
     parser.add_argument("--ci", action="store_true",
@@ -147,21 +157,32 @@ def arguments():
     return parser.parse_args()
 
 
-def chosen_rows(args):
+def known_rows(args):
+    if args.models is None:
+        return provided.rows(), "provided.tsv"
     best_known = args.best_known or args.models.parent / "best_known.tsv"
     if not best_known.is_file():
         sys.exit(f"there is no {best_known}; --models names the folder of the instances")
     with open(best_known, encoding="utf-8") as file:
-        rows = list(csv.DictReader(file, delimiter="\t"))
+        return list(csv.DictReader(file, delimiter="\t")), best_known
+
+
+def chosen_rows(args):
+    rows, table = known_rows(args)
     names = args.names or (CI if args.ci else [])
     unknown = set(names) - {row["instance"] for row in rows}
     if unknown:
-        sys.exit(f"not in {best_known}: {' '.join(sorted(unknown))}")
+        sys.exit(f"not in {table}: {' '.join(sorted(unknown))}")
     return [row for row in rows if not names or row["instance"] in names]
 
 
 def main():
     args = arguments()
+    with tempfile.TemporaryDirectory() as made:
+        return judge(args, made)
+
+
+def judge(args, made):
     table, failures, device = Table(), [], ""
     end = time.monotonic() + (CI_SECONDS if args.ci else float("inf"))
     for row in chosen_rows(args):
@@ -172,7 +193,9 @@ def main():
             failures.append(f"{name}: no time is left for it")
             continue
         try:
-            result = solve(args.program, args.models / f"{name}.qubo.gz", target, seconds)
+            model = (args.models / f"{name}.qubo.gz" if args.models
+                     else provided.provide(row, args.program, made))
+            result = solve(args.program, model, target, seconds)
         except (Wrong, subprocess.TimeoutExpired) as error:
             failures.append(f"{name}: {error}")
             print(failures[-1], flush=True)

@@ -52,7 +52,8 @@ Rows sparse(int size, std::int64_t entries, Range range, std::uint64_t seed) {
                     return spans_zero && value >= 0 ? value + 1 : value;
                 };
                 // Each pair is taken with the chance wanted / left, which ends with all wanted.
-                auto left = static_cast<std::uint64_t>(size) * (size + 1u) / 2;
+                auto left =
+                    static_cast<std::uint64_t>(size) * (static_cast<std::uint64_t>(size) + 1) / 2;
                 auto wanted = static_cast<std::uint64_t>(entries);
                 for (int i = 0; i < size; ++i) {
                     Row row;

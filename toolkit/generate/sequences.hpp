@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace orvex::toolkit::generate {
@@ -58,7 +59,7 @@ class Subtractive {
         // Every 21st place in turn, around the circle of 55; the seed's bits go around as well.
         std::uint32_t previous = seed, current = 1;
         numbers_[LAG - 1] = previous;
-        for (int place = 21; place != 0; place = (place + 21) % LAG) {
+        for (std::size_t place = 21; place != 0; place = (place + 21) % LAG) {
             numbers_[place - 1] = current;
             seed = (seed >> 1) | (seed & 1) << 30;
             const std::uint32_t following = difference(difference(previous, current), seed);
@@ -85,20 +86,20 @@ class Subtractive {
     }
 
   private:
-    static constexpr int LAG = 55;
+    static constexpr std::size_t LAG = 55;
 
     static std::uint32_t difference(std::uint32_t a, std::uint32_t b) {
         return (a - b) & 0x7FFFFFFF;
     }
 
     void refill() {
-        for (int k = 0; k < LAG; ++k)
+        for (std::size_t k = 0; k < LAG; ++k)
             numbers_[k] = difference(numbers_[k], numbers_[k < 24 ? k + 31 : k - 24]);
         left_ = LAG;
     }
 
     std::array<std::uint32_t, LAG> numbers_{};
-    int left_ = 0;  // that have not been handed out, the lower part of `numbers_`
+    std::size_t left_ = 0;  // that have not been handed out, the lower part of `numbers_`
 };
 
 }  // namespace orvex::toolkit::generate

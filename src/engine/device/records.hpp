@@ -21,7 +21,7 @@ inline constexpr std::int64_t STOP_TICKET = -1;
 template <int W>
 struct INST_BODY {
     std::int64_t energy;
-    std::uint64_t bits[W];
+    std::uint64_t bits[static_cast<std::size_t>(W)];
 };
 
 /** Last part of an instance, the same in all bands; it stands right behind the bits. */

@@ -90,7 +90,7 @@ TEST(Solve, RefusesWhatTheLibraryWould) {
     EXPECT_THAT(refusal(problem, {.settings = {{"blocks_per_island", "-1"}}}),
                 HasSubstr("blocks_per_island must"));
     EXPECT_THAT(refusal(problem, {.settings = {{"islands_per_gpu", "200"},
-                                               {"blocks_per_island", "200000000"}}}),
+                                               {"blocks_per_island", "100000000"}}}),
                 HasSubstr("shape"));
     EXPECT_THAT(refusal(problem, {.settings = {{"no_such_key", "1"}}}), HasSubstr("no_such_key"));
     EXPECT_THAT(refusal(problem, {.settings = {{"pool_size", "2000000000"}}}),

@@ -100,8 +100,10 @@ void expect_memory(const Matrix& a, const Matrix& b, const Lines& lines) {
     constexpr Wide BYTES = 16;
     const Wide bytes = Wide{a.nonzero()} * b.nonzero() / 2 * BYTES;
     if (bytes > machine_memory())
-        throw InputError(lines.file() + ": its terms take " + bytes_text(static_cast<long>(bytes)) +
-                         " of memory; this machine has " + bytes_text(machine_memory()));
+        throw InputError(lines.file() + ": its terms take " +
+                         bytes_text(static_cast<std::uint64_t>(bytes)) +
+                         " of memory; this machine has " +
+                         bytes_text(static_cast<std::uint64_t>(machine_memory())));
 }
 
 void read(Lines& lines, const ReadOptions& options, Statement& statement) {

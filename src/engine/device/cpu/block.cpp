@@ -1,6 +1,7 @@
 #include "engine/device/cpu/block.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <limits>
 #include <new>
 
+#include "engine/device/cpu/layout.hpp"
 #include "engine/device/cycle.hpp"
 #include "engine/device/formulas.hpp"
 
@@ -15,42 +17,19 @@ namespace orvex::device {
 
 namespace {
 
-constexpr std::size_t LINE = 64;
-
-std::size_t lines(std::size_t bytes) {
-    return (bytes + LINE - 1) / LINE * LINE;
-}
-
-/** Deals out the block's memory, each array from the beginning of a cache line. */
-class ARENA {
-  public:
-    explicit ARENA(unsigned char* memory) : next_(memory) {}
-    template <class X>
-    X* take(std::size_t count) {
-        X* array = reinterpret_cast<X*>(next_);
-        next_ += lines(count * sizeof(X));
-        return array;
-    }
-
-  private:
-    unsigned char* next_;
-};
-
-template <class N>
-std::size_t arena_bytes(const SHAPE& shape) {
-    const std::size_t size = static_cast<std::size_t>(shape.size);
-    const std::size_t threads = static_cast<std::size_t>(shape.threads);
-    return lines(size * sizeof(N)) + 5 * lines(size) + lines(threads * sizeof(unsigned long)) +
-           3 * lines(threads * sizeof(float)) + lines((threads + 1) * sizeof(std::uint16_t)) +
-           lines((size + 1) * sizeof(std::uint16_t)) + lines(size / GROUP * sizeof(N)) +
-           lines(size / SPAN * sizeof(N) + LINE);
-}
-
+/** As many bytes as an arena counted, all 0. */
 unsigned char* allocate_block(std::size_t bytes) {
-    void* memory = std::aligned_alloc(LINE, bytes);
+    void* memory = std::aligned_alloc(CACHE_LINE, bytes);
     if (!memory) throw std::bad_alloc();
     std::memset(memory, 0, bytes);
     return static_cast<unsigned char*>(memory);
+}
+
+template <class N>
+std::size_t bytes_of_block(const SHAPE& shape) {
+    ARENA counting;
+    BLOCK_MEMORY<N>(shape, counting);
+    return counting.used();
 }
 
 /** See ROW_SUM. */
@@ -73,27 +52,21 @@ template <class E, class D, class N>
 CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     : launch_(launch),
       ops_(block_ops<E, N>()),
-      memory_(allocate_block(arena_bytes<N>(SHAPE(launch.size))), &std::free),
+      memory_(allocate_block(bytes_of_block<N>(SHAPE(launch.size))), &std::free),
       arrays_{.shape = SHAPE(launch.size)} {
-    const std::size_t size = static_cast<std::size_t>(launch.size);
-    const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
+    assert(block_index >= 0 && launch.seeds && launch.weights && launch.diagonal);
+    assert(launch.rings && launch.ring_size > 0 && launch.device_state && launch.params);
+    assert(launch.model_size >= 0 && launch.model_size <= launch.size);
+    assert(launch.size % 64 == 0 && launch.size <= 65536);  // places have 16 bits
     ARENA arena(memory_.get());
-    arrays_.delta = arena.take<N>(size);
-    arrays_.ones = arena.take<std::int8_t>(size);
-    arrays_.differs = arena.take<std::int8_t>(size);
-    arrays_.tabu = arena.take<std::uint8_t>(size);
-    target_ = arena.take<std::int8_t>(size);
-    best_ = arena.take<std::int8_t>(size);
-    arrays_.generators = arena.take<unsigned long>(threads);
-    arrays_.weights = arena.take<float>(threads);
-    arrays_.draws = arena.take<float>(threads);
-    arrays_.estimates = arena.take<float>(threads);
-    arrays_.drawing = arena.take<std::uint16_t>(threads + 1);
-    arrays_.vectors = arena.take<std::uint16_t>(size + 1);
-    arrays_.group_low = arena.take<N>(size / GROUP);
-    arrays_.span_low = arena.take<N>(size / SPAN + LINE / sizeof(N));
-    calm_ = launch.rows && launch.rows->survey().reach < CALM_REACH<N>;
+    const BLOCK_MEMORY<N> placed(arrays_.shape, arena);
+    assert(arena.used() == bytes_of_block<N>(arrays_.shape));
+    arrays_ = placed.arrays;
+    target_ = placed.target;
+    best_ = placed.best;
+    bindRows();
 
+    const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
     const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
     for (std::size_t t = 0; t < threads; ++t)
         arrays_.generators[t] = usable_seed(seeds[t]);
@@ -146,6 +119,7 @@ void CPU_BLOCK<E, D, N>::reset() {
     record.energy = 0;
     wide_ = false;
     for (int p = 0; p < arrays_.shape.size; ++p) {
+        assert(arithmetic(static_cast<N>(launch_.diagonal[p])) == launch_.diagonal[p]);
         arrays_.delta[p] = static_cast<N>(launch_.diagonal[p]);
         arrays_.ones[p] = 0;
         arrays_.differs[p] = target_[p];
@@ -156,75 +130,113 @@ void CPU_BLOCK<E, D, N>::reset() {
     spans_known_ = false;
 }
 
+// ---- flips ---------------------------------------------------------------------------------
+
+/** Settles how flips go over the rows, for as long as the block lives. */
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::bindRows() {
+    const bool calm = launch_.rows && launch_.rows->survey().reach < CALM_REACH<N>;
+    if constexpr (sizeof(N) == sizeof(D)) {
+        if (!calm) {
+            change_deltas_ = &CPU_BLOCK::addTestedRow;
+            return;
+        }
+    }
+    // Sums of narrow deltas are never tested: no rows may reach a block that they could overflow.
+    assert(calm);
+    switch (launch_.rows->form()) {
+        case ROW_FORM::RECORD:
+            sweeps_ = ops_.record_rows;
+            change_deltas_ = &CPU_BLOCK::sweepRecordRow;
+            break;
+        case ROW_FORM::BYTES:
+            sweeps_ = ops_.byte_rows;
+            change_deltas_ = &CPU_BLOCK::sweepRow;
+            break;
+        case ROW_FORM::WORDS:
+            sweeps_ = ops_.word_rows;
+            change_deltas_ = &CPU_BLOCK::sweepRow;
+            break;
+        case ROW_FORM::LISTS:
+            sweeps_ = ops_.summed;
+            change_deltas_ = &CPU_BLOCK::addListedRow;
+            break;
+    }
+    assert(sweeps_.nothing);  // there are none over the record's rows for deltas narrower than it
+}
+
 /** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::addRow(int p, bool one) {
+void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, bool counts_down) {
+    assert(p == place(record.selected));
     const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
                                          static_cast<std::size_t>(launch_.size);
     // The row's own element must not count: the pass is made to leave `rest` in the bit's place,
     // which neither overflows nor is the lowest nor, for common elements, makes the sum wide.
     constexpr N MAX = std::numeric_limits<N>::max();
     const N delta = arrays_.delta[p];
-    const N own = row[p];
-    N rest = own < 0 ? MAX + own : MAX;
+    const N own = static_cast<N>(row[p]);
+    N rest = own < 0 ? static_cast<N>(MAX + own) : MAX;
     if (sizeof(E) == 8 && !is_wide(own)) rest = WIDE<N> - 1;
-    arrays_.delta[p] = rest - own;
+    arrays_.delta[p] = static_cast<N>(rest - own);
     const ROW_SUM<N> sum = ops_.addRow(arrays_, row, one ? std::int8_t{-1} : std::int8_t{0});
     arrays_.delta[p] = wrapping_negate(delta);
     lowest_ =
         sum.low == rest && rest != MAX ? ops_.lowest(arrays_) : std::min(sum.low, arrays_.delta[p]);
     if (sizeof(E) == 8) wide_ = sum.wide || is_wide(arrays_.delta[p]);
     if (sum.overflow) record.overflow = 1;
+    if (counts_down) ops_.countTabuDown(arrays_);
 }
 
-/** The same and all else that a step does to every bit, in one sweep. */
+/** All that a step does to every bit in one sweep, which looks up what the next selection wants. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, bool counts_down) {
-    const CPU_ROWS<E>& rows = *launch_.rows;
-    const std::int8_t sign = one ? -1 : 0;
-    N* const delta = arrays_.delta;
-    delta[p] = static_cast<N>(-delta[p]);
-    const SWEEPS<N>* sweeps = &ops_.summed;
-    const void* row = nullptr;
-    switch (rows.form()) {
-        case ROW_FORM::RECORD: {
-            row = rows.row(record.selected);
-            sweeps = &ops_.record_rows;
-            const N own = static_cast<N>(static_cast<const E*>(row)[p]);
-            // The sweep will add the row's own element, which must not count.
-            delta[p] = static_cast<N>(delta[p] - ((arrays_.ones[p] ^ sign) != 0 ? -own : own));
-            break;
-        }
-        case ROW_FORM::BYTES:
-            row = rows.row(record.selected);
-            sweeps = &ops_.byte_rows;
-            break;
-        case ROW_FORM::WORDS:
-            row = rows.row(record.selected);
-            sweeps = &ops_.word_rows;
-            break;
-        case ROW_FORM::LISTS: {
-            const LIST_ENTRY<E>* const begin = rows.begin(record.selected);
-            const LIST_ENTRY<E>* const end = rows.end(record.selected);
-            if (!counts_down && touches_few_spans<N>(end - begin, launch_.size)) {
-                lowest_ = ops_.flipList(arrays_, begin, end, p, sign, spans_known_);
-                spans_known_ = true;
-                surveyed_ = SURVEY_FOR::NOTHING;
-                return;
-            }
-            addList(arrays_, begin, end, sign);
-            spans_known_ = false;
-            break;
-        }
-    }
+void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, bool counts_down) {
     surveyed_ = !counts_down               ? SURVEY_FOR::NOTHING
                 : record.type.A == MAX_MIN ? SURVEY_FOR::MAX_MIN
                                            : SURVEY_FOR::POSITIVE_MIN;
-    const auto sweep = surveyed_ == SURVEY_FOR::NOTHING   ? sweeps->nothing
-                       : surveyed_ == SURVEY_FOR::MAX_MIN ? sweeps->max_min
-                                                          : sweeps->positive_min;
-    sweep_ = sweep(arrays_, row, sign);
+    const auto passes = surveyed_ == SURVEY_FOR::NOTHING   ? sweeps_.nothing
+                        : surveyed_ == SURVEY_FOR::MAX_MIN ? sweeps_.max_min
+                                                           : sweeps_.positive_min;
+    sweep_ = passes(arrays_, row, sign);
     lowest_ = sweep_.low;
+}
+
+/** Rows of bytes or words do not have the bit's own element. */
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, bool counts_down) {
+    N& delta = arrays_.delta[p];
+    delta = static_cast<N>(-delta);
+    sweep(launch_.rows->row(record.selected), one ? -1 : 0, counts_down);
+}
+
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, bool counts_down) {
+    const std::int8_t sign = one ? -1 : 0;
+    const void* const row = launch_.rows->row(record.selected);
+    // The sweep will add the row's own element, which must not count.
+    const N own = static_cast<N>(static_cast<const E*>(row)[p]);
+    N& delta = arrays_.delta[p];
+    delta = static_cast<N>(-delta - ((arrays_.ones[p] ^ sign) != 0 ? -own : own));
+    sweep(row, sign, counts_down);
+}
+
+/** A short list changes few deltas, and the lows of few spans, unless all bits are counted down. */
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, bool counts_down) {
+    const std::int8_t sign = one ? -1 : 0;
+    const LIST_ENTRY<E>* const begin = launch_.rows->begin(record.selected);
+    const LIST_ENTRY<E>* const end = launch_.rows->end(record.selected);
+    N& delta = arrays_.delta[p];
+    delta = static_cast<N>(-delta);
+    if (!counts_down && touches_few_spans<N>(end - begin, launch_.size)) {
+        lowest_ = ops_.flipList(arrays_, begin, end, p, sign, spans_known_);
+        spans_known_ = true;
+        surveyed_ = SURVEY_FOR::NOTHING;
+        return;
+    }
+    addList(arrays_, begin, end, sign);
+    spans_known_ = false;
+    sweep(nullptr, sign, counts_down);
 }
 
 template <class E, class D, class N>
@@ -232,20 +244,20 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
     const bool counts_down = searching && counts_tabu_down(record.type.A);
     const int p = place(record.selected);
     const bool one = arrays_.ones[p] != 0;
+    assert(arrays_.ones[p] == 0 || arrays_.ones[p] == -1);
+    assert(arrays_.differs[p] == (arrays_.ones[p] ^ target_[p]));
+    assert(change_deltas_);  // the rows have been bound
     const D delta = arrays_.delta[p];
     record.flip_sign = one ? 1 : -1;
     arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
-    if (calm_) {
-        sweepRow(p, one, counts_down);
-    } else if constexpr (sizeof(N) == sizeof(D)) {
-        addRow(p, one);
-        if (counts_down) ops_.countTabuDown(arrays_);
-    }
+    (this->*change_deltas_)(p, one, counts_down);
 
     const D energy = static_cast<D>(record.energy);
     const D new_energy = wrapping_add(energy, delta);
     if (energy_overflows(energy, delta, new_energy) || delta == BLOCK_RECORD<D>::LOWEST)
         record.overflow = 1;
+    assert(arrays_.delta[p] == static_cast<N>(wrapping_negate(delta)));
+    assert(lowest_ <= arrays_.delta[p]);
     record.energy = new_energy;
     ++record.flips;
     ++record.step;
@@ -281,10 +293,12 @@ bool CPU_BLOCK<E, D, N>::trackBest() {
     const bool wraps = mayWrap();
     const NEIGHBOUR neighbour =
         wraps ? lowestWrappedNeighbour() : NEIGHBOUR{record.energy + lowest_, 0};
+    assert(record.best_energy <= 0);
     record.best_candidate = std::min(neighbour.energy, record.best_energy);
     if (record.best_candidate == record.best_energy) return false;
     std::copy_n(arrays_.ones, arrays_.shape.size, best_);
     record.selected = wraps ? neighbour.bit : ops_.find(arrays_, stored(lowest_));
+    assert(wraps || arrays_.delta[place(record.selected)] == stored(lowest_));
     best_[place(record.selected)] = static_cast<std::int8_t>(~best_[place(record.selected)]);
     record.best_energy = record.best_candidate;
     record.best_time = global_timer();
@@ -296,6 +310,7 @@ bool CPU_BLOCK<E, D, N>::trackBest() {
 template <class E, class D>
 std::unique_ptr<platform::BLOCK_TASK> make_block(int block_index, const CPU_LAUNCH<E>& launch) {
     if constexpr (sizeof(E) == sizeof(std::int32_t)) {  // wider elements need wide deltas
+        assert(launch.rows);
         const CPU_ROWS<E>& rows = *launch.rows;
         switch (rows.survey().delta_bits(rows.form(), launch.size, 8 * sizeof(D))) {
             case 16:

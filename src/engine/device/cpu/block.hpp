@@ -7,6 +7,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -99,7 +100,10 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     D lowestDelta() const { return lowest_; }
 
   private:
-    int place(int bit) const { return arrays_.shape.place(bit); }
+    int place(int bit) const {
+        assert(bit >= 0 && bit < arrays_.shape.size);
+        return arrays_.shape.place(bit);
+    }
 
     /** The ends of N's range stand for nothing found, as those of D's do in the record. */
     static D arithmetic(N value) {
@@ -116,8 +120,13 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     INST_TAIL& tail(unsigned char* slot) const;
     void readInstance(unsigned char* slot);
     void enter();
-    void addRow(int p, bool one);
+    void bindRows();
+    // What a flip of the bit at place p does to the deltas and tabu bytes, by the form of the rows.
+    void addTestedRow(int p, bool one, bool counts_down);
     void sweepRow(int p, bool one, bool counts_down);
+    void sweepRecordRow(int p, bool one, bool counts_down);
+    void addListedRow(int p, bool one, bool counts_down);
+    void sweep(const void* row, std::int8_t sign, bool counts_down);
     bool mayWrap() const;
     NEIGHBOUR lowestWrappedNeighbour() const;
 
@@ -127,7 +136,8 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     BLOCK_ARRAYS<N> arrays_;
     std::int8_t* target_;
     std::int8_t* best_;
-    bool calm_ = false;                          // no sum can leave D: flips are sweeps
+    void (CPU_BLOCK::*change_deltas_)(int p, bool one, bool counts_down);
+    SWEEPS<N> sweeps_{};                         // over the rows, or over what they were added to
     SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
     SWEEP<N> sweep_{};
     bool spans_known_ = false;       // `span_low` is that of the present deltas

@@ -9,6 +9,7 @@
 #endif
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <limits>
 
@@ -118,6 +119,7 @@ std::int32_t drawBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
         while (place >= chunk + threads)
             chunk += threads;
         const int thread = place - chunk;
+        assert(place < block.shape.size && thread >= 0 && thread < threads);
         const auto above = hn::Gt(loadDeltas(lanes, delta + place), limit);
         const auto draws = hn::AndNot(above, freeLanes(lanes, tabu + place));
         const auto ranks = hn::And(drawWords<B>(block.generators + thread, draws), rank);
@@ -223,6 +225,7 @@ int weighAllThreads(const BLOCK_ARRAYS<D>& block, D threshold, float tied_weight
     const hn::ScalableTag<B> lanes;
     const hn::Rebind<float, decltype(lanes)> floats;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.threads % step == 0);
     const int threads = block.shape.threads;
     const int own = block.shape.own;
     const auto limit = hn::Set(lanes, B{threshold});
@@ -303,6 +306,7 @@ std::int32_t drawWeighted(const BLOCK_ARRAYS<D>& block, D threshold, float tied_
         if (!hn::AllFalse(lanes, candidates)) {
             for (std::uint64_t bits = maskBits(lanes, candidates); bits != 0; bits &= bits - 1) {
                 const int t = first + __builtin_ctzll(bits);
+                assert(t < block.shape.threads);
                 const std::uint32_t rank = sampling_rank(block.draws[t], block.weights[t]);
                 highest = std::max(highest, bid(rank, t));
             }
@@ -318,6 +322,7 @@ int race(const BLOCK_ARRAYS<D>& block, std::uint32_t threshold) {
     const hn::ScalableTag<B> lanes;
     const hn::ScalableTag<std::make_unsigned_t<B>> words;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.threads % step == 0);
     const int threads = block.shape.threads;
     const int own = block.shape.own;
     const D* HWY_RESTRICT delta = block.delta;

@@ -9,6 +9,7 @@
 #define ORVEX_CPU_FLIP_PASS_HPP
 #endif
 
+#include <cassert>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -56,6 +57,9 @@ template <class R, SURVEY_FOR FOR, class D>
 SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t sign) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.size % (GROUP * step) == 0);
+    assert(std::is_void_v<R> || row_memory);
+    assert(sign == 0 || sign == -1);
     const R* HWY_RESTRICT row = static_cast<const R*>(row_memory);
     D* HWY_RESTRICT delta = block.delta;
     const std::int8_t* HWY_RESTRICT ones = block.ones;
@@ -112,8 +116,9 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
 
 template <class R, class D>
 SWEEPS<D> sweeps() {
-    return {sweep<R, SURVEY_FOR::NOTHING, D>, sweep<R, SURVEY_FOR::MAX_MIN, D>,
-            sweep<R, SURVEY_FOR::POSITIVE_MIN, D>};
+    return {.nothing = sweep<R, SURVEY_FOR::NOTHING, D>,
+            .max_min = sweep<R, SURVEY_FOR::MAX_MIN, D>,
+            .positive_min = sweep<R, SURVEY_FOR::POSITIVE_MIN, D>};
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

@@ -8,6 +8,7 @@
 #endif
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -60,6 +61,7 @@ template <class D, class PLAYS>
 D lowestWhere(const D* delta, int first, int last, PLAYS plays) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(first <= last && (last - first) % step == 0);
     const auto none = hn::Set(lanes, MAX<D>);
     auto low = none;
     for (int p = first; p < last; p += step) {
@@ -84,6 +86,7 @@ template <class D, class LOOK>
 void surveyGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.size % (GROUP * step) == 0);
     const auto none = hn::Set(lanes, MAX<D>);
     D* group_low = block.group_low;
     for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
@@ -121,6 +124,7 @@ template <class D>
 int vectorsBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.size % (GROUP * step) == 0);
     const auto limit = hn::Set(lanes, threshold);
     const D* group_low = block.group_low;
     int count = 0;
@@ -142,12 +146,14 @@ int vectorsBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
             }
         }
     }
+    assert(count <= block.shape.size);
     return count;
 }
 
 /** The lanes of the vector at `t` that lie within [first, last). */
 template <class TAG>
 hn::Mask<TAG> lanesIn(TAG lanes, int t, int first, int last) {
+    assert(t < last && first <= last);
     const auto before_last = hn::FirstN(lanes, static_cast<std::size_t>(last - t));
     const auto before_first = hn::FirstN(lanes, static_cast<std::size_t>(std::max(first - t, 0)));
     return hn::AndNot(before_first, before_last);
@@ -169,6 +175,8 @@ template <class D, class MATCHES>
 int findLast(const SHAPE& shape, int first, int last, MATCHES matches) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(first >= 0 && first < last && last <= shape.threads);
+    assert(shape.threads % step == 0);
     int best_thread = first - 1;
     int best_own = 0;
     for (int c = 0; c < shape.own; ++c) {

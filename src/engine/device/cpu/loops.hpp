@@ -9,6 +9,7 @@
 #endif
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <limits>
 
@@ -24,6 +25,7 @@ template <class E, class D>
 ROW_SUM<D> addRow(const BLOCK_ARRAYS<D>& block, const E* HWY_RESTRICT row, std::int8_t sign) {
     using UE = std::make_unsigned_t<E>;
     using UD = std::make_unsigned_t<D>;
+    assert(sign == 0 || sign == -1);
     const int size = block.shape.size;
     D* HWY_RESTRICT delta = block.delta;
     const std::int8_t* HWY_RESTRICT ones = block.ones;
@@ -49,6 +51,7 @@ template <class D>
 D lowest(const BLOCK_ARRAYS<D>& block) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.size % step == 0);
     auto low = hn::Set(lanes, MAX<D>);
     for (int p = 0; p < block.shape.size; p += step)
         low = hn::Min(low, hn::Load(lanes, block.delta + p));
@@ -125,6 +128,7 @@ template <class D>
 std::int32_t countEqual(const BLOCK_ARRAYS<D>& block, D value) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.size % step == 0);
     const auto wanted = hn::Set(lanes, value);
     std::size_t count = 0;
     for (int p = 0; p < block.shape.size; p += step)
@@ -136,6 +140,8 @@ template <class D>
 D lowestInSpan(const BLOCK_ARRAYS<D>& block, int first, int last) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(first >= 0 && last <= block.shape.threads);
+    assert(block.shape.threads % step == 0);
     const auto none = hn::Set(lanes, MAX<D>);
     auto low = none;
     for (int c = 0; c < block.shape.own; ++c) {
@@ -153,6 +159,7 @@ D lowestInSpan(const BLOCK_ARRAYS<D>& block, int first, int last) {
 
 template <class D>
 int findInSpan(const BLOCK_ARRAYS<D>& block, int first, int last, D value) {
+    assert(first >= 0 && last <= block.shape.threads);
     if (first >= last) return -1;
     const hn::ScalableTag<D> lanes;
     const D* delta = block.delta;

@@ -30,25 +30,25 @@ SWEEPS<D> recordSweeps() {
 
 template <class E, class D>
 BLOCK_OPS<E, D> make_ops() {
-    return {addsRecordRow<E, D>(),
-            recordSweeps<E, D>(),
-            sweeps<std::int8_t, D>(),
-            sweeps<std::int16_t, D>(),
-            sweeps<void, D>(),
-            flipList<E, D>,
-            lowest<D>,
-            lowestDiffering<D>,
-            find<D>,
-            findDiffering<D>,
-            countTabuDown<D>,
-            freeRange<D>,
-            drawBelow<D>,
-            lowestPositive<D>,
-            countEqual<D>,
-            drawWeighted<D>,
-            lowestInSpan<D>,
-            findInSpan<D>,
-            race<D>};
+    return {.addRow = addsRecordRow<E, D>(),
+            .record_rows = recordSweeps<E, D>(),
+            .byte_rows = sweeps<std::int8_t, D>(),
+            .word_rows = sweeps<std::int16_t, D>(),
+            .summed = sweeps<void, D>(),
+            .flipList = flipList<E, D>,
+            .lowest = lowest<D>,
+            .lowestDiffering = lowestDiffering<D>,
+            .find = find<D>,
+            .findDiffering = findDiffering<D>,
+            .countTabuDown = countTabuDown<D>,
+            .freeRange = freeRange<D>,
+            .drawBelow = drawBelow<D>,
+            .lowestPositive = lowestPositive<D>,
+            .countEqual = countEqual<D>,
+            .drawWeighted = drawWeighted<D>,
+            .lowestInSpan = lowestInSpan<D>,
+            .findInSpan = findInSpan<D>,
+            .race = race<D>};
 }
 
 BLOCK_OPS<std::int32_t, std::int16_t> ops_32_16() {

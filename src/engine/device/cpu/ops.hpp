@@ -7,6 +7,7 @@
 // ascending order: of equal deltas the highest thread wins, and within a thread the lowest own bit.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -56,7 +57,9 @@ constexpr bool touches_few_spans(std::ptrdiff_t elements, int size) {
 template <class E, class D>
 void addList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin, const LIST_ENTRY<E>* end,
              std::int8_t sign) {
+    assert(begin <= end && (sign == 0 || sign == -1));
     for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry) {
+        assert(entry->place < block.shape.size);
         const E flags = block.ones[entry->place] ^ sign;
         D& delta = block.delta[entry->place];
         delta = static_cast<D>(delta + ((entry->value ^ flags) - flags));

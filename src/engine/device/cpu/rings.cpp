@@ -1,6 +1,7 @@
 // How a CPU block meets its island: it enters the launch, takes instances from the send ring and
 // hands results in at the receive ring. The words that blocks share are touched here alone.
 #include <algorithm>
+#include <cassert>
 #include <thread>
 
 #include "engine/device/cpu/block.hpp"
@@ -24,7 +25,10 @@ class SPIN_GUARD {
         while (__atomic_exchange_n(&word_, 1, __ATOMIC_ACQUIRE) != 0)
             std::this_thread::yield();
     }
-    ~SPIN_GUARD() { __atomic_store_n(&word_, 0, __ATOMIC_RELEASE); }
+    ~SPIN_GUARD() {
+        assert(load_relaxed(word_) == 1);
+        __atomic_store_n(&word_, 0, __ATOMIC_RELEASE);
+    }
     SPIN_GUARD(const SPIN_GUARD&) = delete;
     SPIN_GUARD& operator=(const SPIN_GUARD&) = delete;
 
@@ -62,6 +66,8 @@ void CPU_BLOCK<E, D, N>::enter() {
 
 template <class E, class D, class N>
 unsigned char* CPU_BLOCK<E, D, N>::slot(unsigned ring, std::uint32_t ticket) const {
+    assert(ring <= 1);
+    assert(launch_.islands_per_gpu == 0 || record.island < launch_.islands_per_gpu);
     const std::size_t first =
         static_cast<std::size_t>(2 * record.island + ring) * launch_.ring_size;
     return launch_.rings + (first + ticket % launch_.ring_size) * instance_bytes(launch_.size);
@@ -69,6 +75,8 @@ unsigned char* CPU_BLOCK<E, D, N>::slot(unsigned ring, std::uint32_t ticket) con
 
 template <class E, class D, class N>
 INST_TAIL& CPU_BLOCK<E, D, N>::tail(unsigned char* slot) const {
+    assert(slot >= launch_.rings);
+    assert((slot - launch_.rings) % static_cast<std::ptrdiff_t>(instance_bytes(launch_.size)) == 0);
     return *reinterpret_cast<INST_TAIL*>(slot + launch_.size / 8 + 8);
 }
 
@@ -98,6 +106,7 @@ typename CPU_BLOCK<E, D, N>::TAKEN CPU_BLOCK<E, D, N>::takeInstance() {
     if (sequence_at(ticket) == STOP_TICKET) return TAKEN::STOP_MARK;
     record.wait_exponent =
         waits_since_ == 0 ? std::int16_t{0} : wait_exponent_of(global_timer() - waits_since_);
+    assert(record.wait_exponent >= 0 && record.wait_exponent <= 26);
     waits_since_ = 0;
     readInstance(slot(0, static_cast<std::uint32_t>(ticket)));
     return TAKEN::INSTANCE;
@@ -133,6 +142,7 @@ void CPU_BLOCK<E, D, N>::handIn() {
         ticket = static_cast<std::uint32_t>(counter);
         counter = wrapping_add(counter, 1);
     }
+    assert(record.best_energy <= 0);
     unsigned char* result = slot(1, ticket);
     *reinterpret_cast<std::int64_t*>(result) = record.best_energy;
     const SHAPE& shape = arrays_.shape;
@@ -144,6 +154,7 @@ void CPU_BLOCK<E, D, N>::handIn() {
                              << (j % 64);
 
     INST_TAIL& out = tail(result);
+    assert(out.ticket != static_cast<std::int64_t>(ticket + 1));  // not handed in yet
     const std::uint64_t start = state.start_time;
     out.found_time =
         record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);

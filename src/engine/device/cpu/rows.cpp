@@ -1,6 +1,7 @@
 #include "engine/device/cpu/rows.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 #include <thread>
 #include <type_traits>
@@ -38,6 +39,7 @@ void look_at_row(const E* row, int size, int own, ROW_SURVEY& survey) {
         sum += static_cast<std::uint64_t>(size);  // what the low bits may have come to
         sum = sum >> 48 != 0 ? std::numeric_limits<std::uint64_t>::max() : sum << 16;
     }
+    assert(entries <= static_cast<std::uint32_t>(size));
     survey.reach = std::max(survey.reach, sum);
     survey.entries += entries - (row[own] != 0);
     survey.widest = std::max<std::uint64_t>(survey.widest, widest);
@@ -51,6 +53,7 @@ template <class WORK>
 int share_rows(int size, WORK work) {
     const int processors = static_cast<int>(std::max(std::thread::hardware_concurrency(), 1u));
     const int shares = size < 4096 ? 1 : std::min(processors, MOST_SHARES);
+    assert(shares >= 1 && shares <= MOST_SHARES);
     std::vector<std::thread> threads;
     for (int share = 1; share < shares; ++share)
         threads.emplace_back([=] {
@@ -105,6 +108,8 @@ void CPU_ROWS<E>::take(ROW_FORM form) {
     if (platform::allocate(&memory, bytes) != platform::cudaSuccess) return;
     memory_.reset(memory);
     form_ = form;
+    assert(form != ROW_FORM::BYTES || survey_.widest <= 127);
+    assert(form != ROW_FORM::WORDS || survey_.widest <= 32767);
     if (form == ROW_FORM::BYTES) narrowRows<std::int8_t>();
     if (form == ROW_FORM::WORDS) narrowRows<std::int16_t>();
     if (form == ROW_FORM::LISTS) listRows();
@@ -122,6 +127,7 @@ void CPU_ROWS<E>::narrowRows() {
             NARROW* row = rows + static_cast<std::size_t>(i) * size;
             for (std::size_t p = 0; p < size; ++p)
                 row[p] = static_cast<NARROW>(from[p]);
+            assert(std::equal(row, row + shape.place(i), from));
             row[shape.place(i)] = 0;
         }
     });
@@ -142,6 +148,7 @@ void CPU_ROWS<E>::listRows() {
         for (int p = 0; p < size_; ++p)
             if (row[p] != 0 && p != own) entries[count++] = {row[p], static_cast<std::uint16_t>(p)};
     }
+    assert(count == survey_.entries);
     starts[size_] = count;
     starts_ = starts;
     entries_ = entries;

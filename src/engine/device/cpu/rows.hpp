@@ -3,6 +3,7 @@
 // not count in a flip.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,11 +28,20 @@ class CPU_ROWS {
     ROW_FORM form() const { return form_; }
 
     /** The dense row of a bit in the present form. */
-    const void* row(int bit) const { return dense_ + static_cast<std::size_t>(bit) * row_bytes_; }
+    const void* row(int bit) const {
+        assert(bit >= 0 && bit < size_ && form_ != ROW_FORM::LISTS);
+        return dense_ + static_cast<std::size_t>(bit) * row_bytes_;
+    }
 
     /** The row of a bit in the form LISTS. */
-    const LIST_ENTRY<E>* begin(int bit) const { return entries_ + starts_[bit]; }
-    const LIST_ENTRY<E>* end(int bit) const { return entries_ + starts_[bit + 1]; }
+    const LIST_ENTRY<E>* begin(int bit) const {
+        assert(bit >= 0 && bit < size_ && form_ == ROW_FORM::LISTS);
+        return entries_ + starts_[bit];
+    }
+    const LIST_ENTRY<E>* end(int bit) const {
+        assert(bit >= 0 && bit < size_ && starts_[bit] <= starts_[bit + 1]);
+        return entries_ + starts_[bit + 1];
+    }
 
   private:
     void take(ROW_FORM form);

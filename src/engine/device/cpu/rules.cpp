@@ -1,5 +1,6 @@
 // How a CPU block selects the bit of a step: the walk, the descent and the flip rules.
 #include <algorithm>
+#include <cassert>
 
 #include "engine/device/cpu/block.hpp"
 #include "engine/device/formulas.hpp"
@@ -11,6 +12,8 @@ bool CPU_BLOCK<E, D, N>::walkToTarget() {
     record.walk_min = arithmetic(ops_.lowestDiffering(arrays_));
     if (record.walk_min == BLOCK_RECORD<D>::MAX) return false;
     record.selected = ops_.findDiffering(arrays_, stored(record.walk_min));
+    assert(arrays_.differs[place(record.selected)] != 0);
+    assert(arithmetic(arrays_.delta[place(record.selected)]) == record.walk_min);
     return true;
 }
 
@@ -19,6 +22,7 @@ bool CPU_BLOCK<E, D, N>::descend() {
     record.descent_min = lowest_ < 0 ? lowest_ : BLOCK_RECORD<D>::MAX;
     if (lowest_ >= 0) return false;
     record.selected = ops_.find(arrays_, stored(lowest_));
+    assert(arrays_.delta[place(record.selected)] == stored(lowest_));
     return true;
 }
 
@@ -60,6 +64,7 @@ void CPU_BLOCK<E, D, N>::selectMaxMin() {
     int own = 0;
     for (int c = 0; r >= 0 && c < arrays_.shape.own; ++c)
         if (eligible(c) && r-- == 0) own = c;
+    assert(own >= 0 && own < arrays_.shape.own);
     record.selected = winner * arrays_.shape.own + own;
 }
 
@@ -94,6 +99,7 @@ void CPU_BLOCK<E, D, N>::selectPositiveMin() {
             if (r < 0) break;
         }
     }
+    assert(own >= 0 && own <= arrays_.shape.own);
     record.selected = winner * arrays_.shape.own + own;
 }
 
@@ -101,6 +107,8 @@ template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::selectCyclicMin() {
     const int threads = arrays_.shape.threads;
     const int width = cyclic_span_width(record.step, record.steps, threads);
+    assert(width > 0 && width <= threads);
+    assert(record.cycle_start >= 0 && record.cycle_start < threads);
     const int end = record.cycle_start + width;
     const int first_end = std::min(end, threads);
     const int wrapped_end = end - first_end;  // the span goes on at thread 0
@@ -112,6 +120,8 @@ void CPU_BLOCK<E, D, N>::selectCyclicMin() {
     } else {
         record.selected = ops_.findInSpan(arrays_, record.cycle_start, first_end, low);
         if (record.selected < 0) record.selected = ops_.findInSpan(arrays_, 0, wrapped_end, low);
+        assert(arrays_.tabu[place(record.selected)] == 0);
+        assert(arrays_.delta[place(record.selected)] == low);
     }
     record.cycle_start = end % threads;
 }
@@ -120,6 +130,7 @@ template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::selectRandomMin() {
     record.random_threshold = random_threshold(record.step, record.steps);
     record.selected = ops_.race(arrays_, record.random_threshold);
+    assert(record.selected >= 0 && record.selected < arrays_.shape.size);
 }
 
 ORVEX_INSTANTIATE_CPU_BLOCKS

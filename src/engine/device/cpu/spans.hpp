@@ -9,6 +9,7 @@
 #endif
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 
 #include <hwy/highway.h>
@@ -23,6 +24,7 @@ namespace orvex::device::HWY_NAMESPACE {
 template <class TAG, class D = hn::TFromD<TAG>>
 void takeSpan(TAG lanes, const BLOCK_ARRAYS<D>& block, int span) {
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(span >= 0 && span * SPAN * step < block.shape.size);
     const int first = span * SPAN * step;
     const int last = std::min(first + SPAN * step, block.shape.size);
     auto low = hn::Load(lanes, block.delta + first);
@@ -36,6 +38,7 @@ D flipList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin, const LIST_
            int flipped, std::int8_t sign, bool spans_known) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(flipped >= 0 && flipped < block.shape.size);
     const int spans = (block.shape.size + SPAN * step - 1) / (SPAN * step);
     addList(block, begin, end, sign);
     if (spans_known) {

@@ -1,0 +1,63 @@
+// Where the arrays of a CPU block lie: one after the other in one piece of memory, each from the
+// beginning of a cache line. Invariant: what is counted is what is placed, since one function does
+// both.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "engine/device/cpu/ops.hpp"
+
+namespace orvex::device {
+
+inline constexpr std::size_t CACHE_LINE = 64;
+
+/** Deals out a piece of memory; without one it only counts what would be dealt out. */
+class ARENA {
+  public:
+    ARENA() = default;
+    explicit ARENA(unsigned char* memory) : memory_(memory) {}
+
+    template <class X>
+    X* take(std::size_t count) {
+        X* const array = memory_ ? reinterpret_cast<X*>(memory_ + used_) : nullptr;
+        used_ += (count * sizeof(X) + CACHE_LINE - 1) / CACHE_LINE * CACHE_LINE;
+        return array;
+    }
+
+    /** Bytes dealt out, whole lines. */
+    std::size_t used() const { return used_; }
+
+  private:
+    unsigned char* memory_ = nullptr;
+    std::size_t used_ = 0;
+};
+
+/** All arrays of a block: those that the loops work on, and the two that it keeps beside them. */
+template <class N>
+struct BLOCK_MEMORY {
+    BLOCK_ARRAYS<N> arrays;
+    std::int8_t* target;  ///< S bits to which the block walks
+    std::int8_t* best;    ///< S bits of the best solution of the instance
+
+    BLOCK_MEMORY(const SHAPE& shape, ARENA& arena) : arrays{.shape = shape} {
+        const std::size_t size = static_cast<std::size_t>(shape.size);
+        const std::size_t threads = static_cast<std::size_t>(shape.threads);
+        arrays.delta = arena.take<N>(size);
+        arrays.ones = arena.take<std::int8_t>(size);
+        arrays.differs = arena.take<std::int8_t>(size);
+        arrays.tabu = arena.take<std::uint8_t>(size);
+        target = arena.take<std::int8_t>(size);
+        best = arena.take<std::int8_t>(size);
+        arrays.generators = arena.take<unsigned long>(threads);
+        arrays.weights = arena.take<float>(threads);
+        arrays.draws = arena.take<float>(threads);
+        arrays.estimates = arena.take<float>(threads);
+        arrays.drawing = arena.take<std::uint16_t>(threads + 1);
+        arrays.vectors = arena.take<std::uint16_t>(size + 1);
+        arrays.group_low = arena.take<N>(size / GROUP);
+        arrays.span_low = arena.take<N>(size / SPAN + CACHE_LINE / sizeof(N));
+    }
+};
+
+}  // namespace orvex::device
