@@ -52,16 +52,16 @@ void expect_memory(const Problem& problem, const Plan& plan, Events& events) {
     const auto machine = static_cast<std::uint64_t>(machine_memory());
     const auto left = static_cast<std::uint64_t>(free_memory());
     if (needed > machine)
-        throw InputError(need + " of memory; this machine has " + bytes_text(machine));
+        throw MemoryShortage(need + " of memory; this machine has " + bytes_text(machine));
     // The model is there already.
     if (plan.host_bytes() > left)
         events.warned(need + " of memory, of which " + bytes_text(left + problem.model_bytes()) +
                       " are free");
     for (const Device& device : devices())
         if (plan.device_bytes > device.memory)
-            throw InputError(of_problem(problem) + "a run needs " + bytes_text(plan.device_bytes) +
-                             " of a device's memory; " + device.name + " has " +
-                             bytes_text(device.memory));
+            throw MemoryShortage(of_problem(problem) + "a run needs " +
+                                 bytes_text(plan.device_bytes) + " of a device's memory; " +
+                                 device.name + " has " + bytes_text(device.memory));
 }
 
 Plan plan_of(const Problem& problem, const RunSettings& settings, Events& events) {

@@ -45,8 +45,9 @@ class NoDevice : public std::runtime_error {
  *
  * One search at a time runs in a process: another thread's waits until it is over.
  *
- * @throws InputError when an option is wrong, no band of this build holds the problem, energies are
- *     not proven to fit, or this machine has not the memory
+ * @throws InputError when an option is wrong, no band of this build holds the problem, or energies
+ *     are not proven to fit
+ * @throws MemoryShortage when this machine or a device has not the memory
  * @throws NoDevice when the build is for GPUs and there is none
  * @throws EnergyMismatch when the result is not what it claims to be
  * @throws std::logic_error when called inside an event

@@ -1,242 +1,140 @@
-// Problems from terms and files, and their energies. Sums are formed in 128 bits while the terms
-// are gathered; once a problem stands, its bounds are proven to fit into 64.
+// Problems: made of arrays, terms and files, what is known of them, their energies.
 #include <algorithm>
-#include <limits>
 #include <memory>
-#include <stdexcept>
+#include <optional>
 #include <string_view>
-#include <utility>
 
 #include "support.hpp"
 #include "toolkit/io/formats/input_file.hpp"
-#include "toolkit/model/machine.hpp"
+#include "toolkit/model/build.hpp"
+#include "toolkit/model/energy.hpp"
+#include "toolkit/run/run_settings.hpp"
 
-namespace orvex::python {
+using namespace orvex::python;
+using namespace orvex::toolkit;
+
 namespace {
 
-bool is_set(const std::uint64_t* words, std::size_t i) {
-    return words[i / 64] >> (i % 64) & 1;
-}
+constexpr Problem* NO_PROBLEM = nullptr;
 
-std::int64_t narrowed(Wide number) {
-    if (number < std::numeric_limits<std::int64_t>::min() + 1 ||
-        number > std::numeric_limits<std::int64_t>::max())
-        throw std::range_error("a coefficient of " + toolkit::to_string(number) +
-                               " does not fit into 64 bits");
-    return static_cast<std::int64_t>(number);
-}
-
-std::unique_ptr<PROBLEM> of_size(int size) {
-    auto problem = std::make_unique<PROBLEM>();
-    problem->size = size;
-    problem->linear.resize(static_cast<std::size_t>(size));
-    return problem;
-}
-
-struct TERM {
-    std::uint64_t pair;  ///< the lesser variable above, the greater below
-    std::int64_t value;
-};
-
-/** One term for each pair, in ascending order. */
-std::vector<TERM> summed(std::vector<TERM> terms) {
-    std::stable_sort(terms.begin(), terms.end(),
-                     [](const TERM& a, const TERM& b) { return a.pair < b.pair; });
-    std::vector<TERM> sums;
-    for (std::size_t k = 0; k < terms.size();) {
-        const std::uint64_t pair = terms[k].pair;
-        Wide sum = 0;
-        for (; k < terms.size() && terms[k].pair == pair; ++k)
-            sum += terms[k].value;
-        if (sum != 0) sums.push_back({pair, narrowed(sum)});
-    }
-    return sums;
+Problem* kept(Problem problem) {
+    return std::make_unique<Problem>(std::move(problem)).release();
 }
 
 }  // namespace
 
-std::int64_t PROBLEM::energy(const std::uint64_t* words) const {
-    FACTORS ones(linear.size());
-    for (std::size_t i = 0; i < ones.size(); ++i)
-        ones[i] = is_set(words, i);
-    Wide twice = 0;
-    std::visit(
-        [&](const auto& all) {
-            for (std::size_t i = 0; i < ones.size(); ++i)
-                if (ones[i] != 0) twice += 2 * Wide{linear[i]} + all.sum(i, ones);
-        },
-        rows);
-    return static_cast<std::int64_t>(twice / 2);
+/** What is known of a problem. */
+struct ORVEX_PYTHON_FACTS {
+    std::int64_t size, nonzero;
+    std::int64_t smallest, largest;  ///< weights, with 0 among them
+};
+
+/** Memory of a run, in bytes. */
+struct ORVEX_PYTHON_PLAN {
+    std::int64_t model;   ///< of the problem itself, which is there
+    std::int64_t run;     ///< of the library, at its peak
+    std::int64_t loaded;  ///< of that, what the library has loaded already
+};
+
+/** @param type of an element: "i1" for a byte with a sign, ..., "u8" for 64 bits without one */
+ORVEX_PYTHON_API Problem* orvex_python_from_matrix(std::uint32_t n, const char* type,
+                                                   const void* elements) {
+    return guarded(NO_PROBLEM, [&] {
+        const std::string_view name = type;
+        const auto made = [&]<class T>(const T*) {
+            return kept(problem_of_matrix(static_cast<int>(n), static_cast<const T*>(elements)));
+        };
+        if (name == "i1") return made(static_cast<const std::int8_t*>(nullptr));
+        if (name == "i2") return made(static_cast<const std::int16_t*>(nullptr));
+        if (name == "i4") return made(static_cast<const std::int32_t*>(nullptr));
+        if (name == "i8") return made(static_cast<const std::int64_t*>(nullptr));
+        if (name == "u1") return made(static_cast<const std::uint8_t*>(nullptr));
+        if (name == "u2") return made(static_cast<const std::uint16_t*>(nullptr));
+        if (name == "u4") return made(static_cast<const std::uint32_t*>(nullptr));
+        if (name == "u8") return made(static_cast<const std::uint64_t*>(nullptr));
+        throw InputError("there are no elements of type " + std::string(name));
+    });
 }
 
-/** With d = to - from: the sum over i of d_i (2 linear_i + couplings times (from + to)), halved. */
-std::int64_t PROBLEM::energy_change(const std::uint64_t* from, const std::uint64_t* to) const {
-    FACTORS both(linear.size());
-    for (std::size_t i = 0; i < both.size(); ++i)
-        both[i] = static_cast<std::int8_t>(is_set(from, i) + is_set(to, i));
-    Wide twice = 0;
-    std::visit(
-        [&](const auto& all) {
-            for (std::size_t i = 0; i < both.size(); ++i)
-                if (both[i] == 1)
-                    twice += (is_set(to, i) ? 1 : -1) * (2 * Wide{linear[i]} + all.sum(i, both));
-        },
-        rows);
-    return static_cast<std::int64_t>(twice / 2);
-}
-
-void PROBLEM::settle() {
-    toolkit::RowSums sums(size);
-    facts.size = size;
-    const auto take_range = [&](std::int64_t smallest, std::int64_t largest) {
-        facts.smallest = std::min<long>(facts.smallest, smallest);
-        facts.largest = std::max<long>(facts.largest, largest);
-    };
-    toolkit::Couplings& couplings = facts.couplings;
-    std::visit(
-        [&](const auto& all) {
-            for (std::size_t i = 0; i < linear.size(); ++i) {
-                const ROW_FACTS row = all.facts(i);
-                sums.set(static_cast<int>(i), linear[i], row.positive, row.negative);
-                couplings.count += row.count;
-                couplings.positive += row.positive;
-                couplings.negative += row.negative;
-                take_range(row.smallest, row.largest);
-                couplings.largest =
-                    std::max({couplings.largest, Wide{row.largest}, -Wide{row.smallest}});
-                facts.nonzero += linear[i] != 0;
-                take_range(linear[i], linear[i]);
-            }
-        },
-        rows);
-    couplings.count /= 2;  // each stands in two rows
-    couplings.positive /= 2;
-    couplings.negative /= 2;
-    facts.nonzero += couplings.count;
-    facts.entries = facts.nonzero;
-    facts.smallest_weight = facts.smallest;
-    facts.largest_weight = facts.largest;
-    facts.bound = sums.bound();
-    // The lowest weight of 32 bits has no negative there.
-    const int width = find_wbit(facts.smallest, facts.largest);
-    facts.width =
-        width == 32 && facts.smallest == std::numeric_limits<std::int32_t>::min() ? 64 : width;
-    if (facts.bound.bits(toolkit::MAX_SIZE) > 64)
-        throw std::range_error(
-            "energies may lie between " + toolkit::to_string(facts.bound.lowest_energy) + " and " +
-            toolkit::to_string(facts.bound.highest_energy) + ", which does not fit into 64 bits");
-}
-
-}  // namespace orvex::python
-
-using namespace orvex::python;
-
-/** The sum of terms; variables i and j of each stand side by side and are below n. */
-ORVEX_PYTHON_API PROBLEM* orvex_python_from_terms(std::uint32_t n, std::uint64_t count,
+/** The sum of terms; the two variables of each stand side by side. */
+ORVEX_PYTHON_API Problem* orvex_python_from_terms(std::uint32_t n, std::uint64_t count,
                                                   const std::uint32_t* pairs,
                                                   const std::int64_t* values) {
-    return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
-        auto problem = of_size(static_cast<int>(n));
-        std::vector<TERM> terms(count);
-        for (std::size_t k = 0; k < count; ++k) {
-            const std::uint64_t i = std::min(pairs[2 * k], pairs[2 * k + 1]);
-            const std::uint64_t j = std::max(pairs[2 * k], pairs[2 * k + 1]);
-            terms[k] = {i << 32 | j, values[k]};
-        }
-        const std::vector<TERM> sums = summed(std::move(terms));
-        std::int64_t smallest = 0, largest = 0;
-        std::size_t couplings = 0;
-        for (const TERM& term : sums) {
-            const std::size_t i = term.pair >> 32, j = term.pair & 0xFFFFFFFF;
-            if (i == j) {
-                problem->linear[i] = term.value;
-                continue;
-            }
-            ++couplings;
-            smallest = std::min(smallest, term.value);
-            largest = std::max(largest, term.value);
-        }
-        problem->rows = rows_of(n, couplings, smallest, largest, [&](const auto& take) {
-            for (const TERM& term : sums)
-                if (const std::size_t i = term.pair >> 32, j = term.pair & 0xFFFFFFFF; i != j)
-                    take(i, j, term.value);
-        });
-        problem->settle();
-        return problem.release();
+    return guarded(NO_PROBLEM, [&] {
+        return kept(problem_of_terms(static_cast<int>(n), {pairs, 2 * count}, {values, count}));
     });
 }
 
 /**
- * A file in any format, read and validated as the command-line caller does.
+ * A file in any format.
  *
  * @param format its name; empty to go by the contents
  * @param instance, penalty null where they are not given
  * @param sense "min", "max", or empty where it is not given
  */
-ORVEX_PYTHON_API PROBLEM* orvex_python_from_file(const char* path, const char* format,
+ORVEX_PYTHON_API Problem* orvex_python_from_file(const char* path, const char* format,
                                                  const std::int64_t* instance,
                                                  const std::int64_t* penalty, const char* sense) {
-    return guarded<>(static_cast<PROBLEM*>(nullptr), [&] {
-        orvex::toolkit::ReadOptions options{.format = format};
+    return guarded(NO_PROBLEM, [&] {
+        ReadOptions options{.format = format};
         if (instance != nullptr) options.instance = *instance;
         if (penalty != nullptr) options.penalty = *penalty;
         if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
-        orvex::toolkit::InputFile file(path, options);
-        const long matrix = long{file.size()} * file.size() * (file.width() / 8);
-        if (matrix > std::min(orvex::toolkit::machine_memory(), orvex::toolkit::free_memory()))
-            throw std::bad_alloc();
-        orvex::toolkit::Problem read = file.read();
-        auto problem = of_size(read.size);
-        for (int i = 0; i < read.size; ++i)
-            problem->linear[static_cast<std::size_t>(i)] = read.model->get(i, i);
-        // Any element of the model is within the range of its width.
-        const std::int64_t largest =
-            static_cast<std::int64_t>(~std::uint64_t{0} >> 1) >> (64 - read.width);
-        problem->rows = rows_of(
-            problem->linear.size(), static_cast<std::size_t>(read.couplings.count), -largest - 1,
-            largest, [&](const auto& take) {
-                for (int i = 0; i < read.size; ++i)
-                    for (int j = i + 1; j < read.size; ++j)
-                        if (const long value = read.model->get(i, j); value != 0)
-                            take(static_cast<std::size_t>(i), static_cast<std::size_t>(j), value);
-            });
-        problem->settle();
-        problem->facts.convention = std::move(read.convention);
-        problem->facts.warnings = std::move(read.warnings);
-        return problem.release();
+        InputFile file(path, options);
+        expect_model_memory(file.size(), file.width());
+        return kept(file.read());
     });
 }
 
 /** What the numbers of a problem's file mean, and what is odd about it: lines "name=value". */
-ORVEX_PYTHON_API const char* orvex_python_source(const PROBLEM* problem) {
+ORVEX_PYTHON_API const char* orvex_python_source(const Problem* problem) {
     thread_local std::string text;
-    const orvex::toolkit::Convention& known = problem->facts.convention;
+    const Convention& known = problem->convention;
     text = "format=" + known.format + "\nindex_base=" + std::to_string(known.index_base) +
            "\nfactor=" + std::to_string(known.factor) + "\nsense=" + known.sense() +
-           "\noffset=" + orvex::toolkit::to_string(known.offset) +
-           "\nequation=" + known.equation() + "\nnote=" + known.note;
-    for (const std::string& warning : problem->facts.warnings)
+           "\noffset=" + to_string(known.offset) + "\nequation=" + known.equation() +
+           "\nnote=" + known.note;
+    for (const std::string& warning : problem->warnings)
         text += "\nwarning=" + warning;
     return text.c_str();
 }
 
-/** The names of the formats that are read, with commas between them. */
-ORVEX_PYTHON_API const char* orvex_python_formats() {
-    static const std::string names = orvex::toolkit::format_names();
-    return names.c_str();
-}
-
-ORVEX_PYTHON_API void orvex_python_free(PROBLEM* problem) {
+ORVEX_PYTHON_API void orvex_python_free(Problem* problem) {
     delete problem;
 }
 
-ORVEX_PYTHON_API std::int64_t orvex_python_energy(const PROBLEM* problem,
-                                                  const std::uint64_t* words) {
-    return problem->energy(words);
+ORVEX_PYTHON_API void orvex_python_facts(const Problem* problem, ORVEX_PYTHON_FACTS* facts) {
+    *facts = {.size = problem->size,
+              .nonzero = problem->nonzero,
+              .smallest = std::min(problem->smallest_weight, 0L),
+              .largest = std::max(problem->largest_weight, 0L)};
 }
 
-ORVEX_PYTHON_API std::int64_t orvex_python_energy_change(const PROBLEM* problem,
-                                                         const std::uint64_t* from,
-                                                         const std::uint64_t* to) {
-    return problem->energy_change(from, to);
+/** Settles what a search with these options takes. Nonzero where there can be none. */
+ORVEX_PYTHON_API int orvex_python_plan(const Problem* problem, const ORVEX_PYTHON_OPTIONS* options,
+                                       ORVEX_PYTHON_PLAN* plan) {
+    return guarded(1, [&] {
+        const RunSettings settings = settings_for(options_of(*problem, *options), *problem);
+        const std::optional<orvex::Plan> run =
+            problem->plan(settings.arithmetic_bits, plan_request_of(settings));
+        if (!run)
+            throw InputError("this build of the library cannot solve " +
+                             std::to_string(problem->size) + " variables with coefficients of " +
+                             std::to_string(problem->width) + " bits and energies of " +
+                             std::to_string(settings.arithmetic_bits));
+        const bool loaded = problem->residency.claimed();
+        *plan = {
+            .model = static_cast<std::int64_t>(problem->model_bytes()),
+            .run = static_cast<std::int64_t>(run->host_bytes()),
+            .loaded = loaded ? static_cast<std::int64_t>(run->matrix_bytes + run->rows_bytes) : 0};
+        return 0;
+    });
+}
+
+/** An energy of a problem that can be searched, so that it fits. */
+ORVEX_PYTHON_API std::int64_t orvex_python_energy(const Problem* problem,
+                                                  const std::uint64_t* words) {
+    orvex::Sol solution(problem->size);
+    std::copy_n(words, solution.impl().words, solution.impl().data.get());
+    return static_cast<std::int64_t>(exact_energy(*problem->model, solution, problem->size));
 }

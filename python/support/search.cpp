@@ -1,59 +1,127 @@
-// The two calls of the flat interface that may throw, with what they throw caught.
-#include <limits>
+// Searches: options in, events while one runs, the result out.
+#include <algorithm>
 #include <memory>
-#include <vector>
+#include <utility>
 
 #include "support.hpp"
 
 using namespace orvex::python;
+using namespace orvex::toolkit;
 
 /**
- * Loads a problem; null on failure, with the reason in orvex_python_error.
+ * What happens in a search, told on a thread of the library.
  *
- * @param gpus devices that its searches run on; 0 for all
+ * @param seconds since the search began
+ * @param energy, words of a new best; words is null where there is none
  */
-ORVEX_PYTHON_API tarvik_orvex_handle* orvex_python_load(const PROBLEM* problem, int gpus) {
-    return guarded<>(static_cast<tarvik_orvex_handle*>(nullptr), [&] {
-        const std::size_t size = problem->linear.size();
-        std::vector<std::uint32_t> index;
-        std::vector<std::int64_t> linear;
-        // A value that the next one replaces widens the matrix, where the least needs 64 bits.
-        if (problem->facts.width == 64) {
-            index.push_back(0);
-            linear.push_back(std::int64_t{std::numeric_limits<std::int32_t>::max()} + 1);
-        }
-        for (std::size_t i = 0; i < size; ++i) {
-            index.push_back(static_cast<std::uint32_t>(i));
-            linear.push_back(problem->linear[i]);
-        }
-        const auto count = static_cast<std::size_t>(problem->facts.couplings.count);
-        const auto pairs = std::make_unique_for_overwrite<std::uint32_t[]>(2 * count);
-        const auto couplings = std::make_unique_for_overwrite<std::int64_t[]>(count);
-        std::size_t k = 0;
-        std::visit(
-            [&](const auto& rows) {
-                for (std::size_t i = 0; i < size; ++i)
-                    rows.each(i, i + 1, [&](std::size_t j, std::int64_t value) {
-                        pairs[2 * k] = static_cast<std::uint32_t>(i);
-                        pairs[2 * k + 1] = static_cast<std::uint32_t>(j);
-                        couplings[k++] = value;
-                    });
-            },
-            problem->rows);
-        tarvik_orvex_handle* const handle =
-            tarvik_orvex_create(static_cast<std::uint32_t>(size), linear.size(), index.data(),
-                                linear.data(), count, pairs.get(), couplings.get(), gpus);
-        if (handle == nullptr) last_error() = tarvik_orvex_last_error();
-        return handle;
+using ORVEX_PYTHON_EVENT = void (*)(Steering* steering, double seconds, std::int64_t energy,
+                                    const std::uint64_t* words);
+
+/** What a search brought, beside solutions and texts. */
+struct ORVEX_PYTHON_SUMMARY {
+    double load_time, search_time;
+    std::int64_t found;  ///< entries of the history
+    const char* ending;
+};
+
+namespace {
+
+constexpr Result* NO_RESULT = nullptr;
+
+orvex::Sol solution_of(int size, const std::uint64_t* words) {
+    orvex::Sol solution(size);
+    std::copy_n(words, solution.impl().words, solution.impl().data.get());
+    return solution;
+}
+
+/**
+ * Forwards what the library's threads tell, and not that a search begins: that comes on the thread
+ * that holds the library. Python may let go of a problem whenever it runs, and a problem's end asks
+ * whether the library is free.
+ */
+class Forwarder : public Events {
+  public:
+    explicit Forwarder(ORVEX_PYTHON_EVENT event) : event_(event) {}
+
+    void improved(const Moment& moment, const orvex::Sol& solution, Steering& steering) override {
+        event_(&steering, moment.best_time, moment.best, solution.impl().data.get());
+    }
+    void pulsed(const Moment& moment, Steering& steering) override {
+        event_(&steering, moment.elapsed, 0, nullptr);
+    }
+
+  private:
+    ORVEX_PYTHON_EVENT event_;
+};
+
+}  // namespace
+
+namespace orvex::python {
+
+SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& given) {
+    SolveOptions options;
+    if (given.time_limit != nullptr) options.time_limit = *given.time_limit;
+    if (given.target != nullptr) options.target = *given.target;
+    if (given.trials != nullptr) options.trials = *given.trials;
+    for (const char* const* text = given.settings; *text != nullptr; text += 2)
+        options.settings[text[0]] = text[1];
+    options.library_cycles = given.library_cycles != 0;
+    const std::uint64_t* words = given.words;
+    const auto take = [&](std::vector<Sol>& solutions, int count) {
+        for (; count > 0; --count, words += (problem.size + 63) / 64)
+            solutions.push_back(solution_of(problem.size, words));
+    };
+    take(options.starts, given.starts);
+    take(options.hints, given.hints);
+    return options;
+}
+
+}  // namespace orvex::python
+
+ORVEX_PYTHON_API Result* orvex_python_solve(const Problem* problem,
+                                            const ORVEX_PYTHON_OPTIONS* options,
+                                            ORVEX_PYTHON_EVENT event) {
+    return guarded(NO_RESULT, [&] {
+        Forwarder forwarder(event);
+        return std::make_unique<Result>(solve(*problem, options_of(*problem, *options), forwarder))
+            .release();
     });
 }
 
-/** tarvik_orvex_search, whose reason for a 1 is in orvex_python_error. */
-ORVEX_PYTHON_API int orvex_python_search(tarvik_orvex_handle* handle, const char* const* params,
-                                         const std::uint64_t* start, std::uint64_t* solution) {
-    return guarded<>(1, [&] {
-        const int status = tarvik_orvex_search(handle, params, start, solution);
-        if (status != 0) last_error() = tarvik_orvex_last_error();
-        return status;
-    });
+/** Ends the search, within an event. */
+ORVEX_PYTHON_API void orvex_python_stop(Steering* steering) {
+    steering->stop();
+}
+
+/** Gives the search a solution to start instances from, within an event. */
+ORVEX_PYTHON_API void orvex_python_hint(Steering* steering, const Problem* problem,
+                                        const std::uint64_t* words) {
+    steering->hint(solution_of(problem->size, words));
+}
+
+ORVEX_PYTHON_API void orvex_python_summary(const Result* result, ORVEX_PYTHON_SUMMARY* summary) {
+    *summary = {.load_time = result->load_time,
+                .search_time = result->search_time,
+                .found = static_cast<std::int64_t>(result->history.size()),
+                .ending = text_of(result->ending)};
+}
+
+/** The bits of an entry of the history. */
+ORVEX_PYTHON_API const std::uint64_t* orvex_python_found(const Result* result, std::int64_t index,
+                                                         double* seconds, std::int64_t* energy) {
+    const Found& found = result->history[static_cast<std::size_t>(index)];
+    *seconds = found.time;
+    *energy = found.energy;
+    return found.solution.impl().data.get();
+}
+
+/** What the library tells of the run. */
+ORVEX_PYTHON_API const char* orvex_python_info(const Result* result, const char* key) {
+    thread_local std::string text;
+    text = result->solution.get(key);
+    return text.c_str();
+}
+
+ORVEX_PYTHON_API void orvex_python_free_result(Result* result) {
+    delete result;
 }

@@ -1,53 +1,51 @@
-// What the Python package needs beside the flat interface: problems put together from arrays and
-// files, exact energies, and the command-line caller's own answers to what a run takes (width of
-// energies, band, memory, search cycles). Plain types only: Python calls it through ctypes.
-//
-// Invariant: nothing here ends the process. What fails throws inside, and becomes a null or a
-// nonzero result and a text in orvex_python_error.
+// The toolkit as Python's ctypes sees it: functions with plain types. Invariant: no exception
+// leaves a function. What fails becomes a null or a nonzero result; its kind and its text are kept
+// for the thread that called.
 #pragma once
 
-#include <cstdint>
 #include <exception>
 #include <new>
 #include <string>
-#include <vector>
 
-#include "orvex/tarvik_orvex.h"
-
-#include "rows.hpp"
-#include "toolkit/io/model_file.hpp"
-#include "toolkit/model/bounds.hpp"
+#include "toolkit/model/problem.hpp"
+#include "toolkit/solve.hpp"
 
 #define ORVEX_PYTHON_API extern "C" __attribute__((visibility("default")))
 
-namespace orvex::python {
-
-/** A problem: linear terms and couplings. */
-struct PROBLEM {
-    int size = 0;
-    std::vector<std::int64_t> linear;
-    ROWS rows;
-    toolkit::Problem facts;  ///< all but its model
-
-    std::int64_t energy(const std::uint64_t* words) const;
-    std::int64_t energy_change(const std::uint64_t* from, const std::uint64_t* to) const;
-    /** Settles the facts, once the terms stand. @throws std::range_error beyond 64 bits */
-    void settle();
+/** What a search is given; null stands for what the caller leaves open. */
+struct ORVEX_PYTHON_OPTIONS {
+    const double* time_limit;
+    const std::int64_t* target;
+    const std::int64_t* trials;
+    const char* const* settings;  ///< keys and values in turn, then null
+    int library_cycles;
+    int starts, hints;           ///< how many of each
+    const std::uint64_t* words;  ///< the bits of the starts, then of the hints
 };
 
-/** The text of the last failure of this thread. */
-std::string& last_error();
+namespace orvex::python {
 
-/** Does what it is told; what it throws becomes `failed` and a text. */
-template <class ACTION, class RESULT>
-RESULT guarded(RESULT failed, const ACTION& action) {
+/** What failed, as Python tells errors apart. */
+enum class Failure { NONE, INPUT, MEMORY, LIBRARY };
+
+void fail(Failure failure, const char* text);
+
+toolkit::SolveOptions options_of(const toolkit::Problem& problem,
+                                 const ORVEX_PYTHON_OPTIONS& options);
+
+/** Does what it is told; what it throws becomes `failed`, a kind and a text. */
+template <class Action, class Result>
+Result guarded(Result failed, const Action& action) {
     try {
-        last_error().clear();
         return action();
     } catch (const std::bad_alloc&) {
-        last_error() = "out of memory";
+        fail(Failure::MEMORY, "out of memory");
+    } catch (const toolkit::MemoryShortage& error) {
+        fail(Failure::MEMORY, error.what());
+    } catch (const toolkit::InputError& error) {
+        fail(Failure::INPUT, error.what());
     } catch (const std::exception& error) {
-        last_error() = error.what();
+        fail(Failure::LIBRARY, error.what());
     }
     return failed;
 }

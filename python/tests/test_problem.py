@@ -1,6 +1,8 @@
 """What problems may be stated by, and what is refused."""
 
 import gzip
+import subprocess
+import sys
 from fractions import Fraction
 
 import dimod
@@ -154,7 +156,6 @@ def test_dense_and_sparse_problems_have_the_same_energies(density, largest):
         for x, y in zip(words, words[1:]):
             exact = [int(b @ matrix @ b) for b in map(problem._bits, (x, y))]
             assert [problem._energy(x), problem._energy(y)] == exact
-            assert problem._energy_change(x, y) == exact[1] - exact[0]
 
 
 @pytest.mark.parametrize("upper", [random_matrix(130), np.eye(130, dtype=int)], ids=["dense", "sparse"])
@@ -185,15 +186,27 @@ def test_wrong_bit_vectors_are_refused(wrong):
         orvex.Problem(UPPER).energy(wrong)
 
 
-def test_energies_and_their_changes_are_exact():
+def test_energies_are_exact():
     matrix = random_matrix(130, largest=2**50)
     problem = orvex.Problem(matrix)
-    random = np.random.default_rng(2)
-    x, y = random.integers(0, 2, (2, 130))
-    exact = [int(v.astype(object) @ matrix.astype(object) @ v.astype(object)) for v in (x, y)]
-    assert [problem.energy(x), problem.energy(y)] == exact
-    change = problem._energy_change(problem._words(x), problem._words(y))
-    assert change == exact[1] - exact[0]
+    for x in np.random.default_rng(2).integers(0, 2, (2, 130)):
+        assert problem.energy(x) == int(x.astype(object) @ matrix.astype(object) @ x.astype(object))
+
+
+INTEGERS = [np.dtype(f"{order}{kind}{width}") for order in "<>" for kind in "iu" for width in (1, 2, 4, 8)]
+
+
+@pytest.mark.parametrize("dtype", [*INTEGERS, np.dtype(bool)], ids=str)
+def test_integers_of_all_types_are_taken_as_they_are(dtype):
+    random = np.random.default_rng(4)
+    high = 1 if dtype.kind == "b" else min(np.iinfo(dtype).max, 2**50)
+    low = -high if dtype.kind == "i" else 0
+    matrix = np.triu(random.integers(low, high, (70, 70), endpoint=True))
+    matrix[0, 0] = high
+    problem = orvex.Problem(matrix.astype(dtype))
+    for x in random.integers(0, 2, (5, 70)):
+        assert problem.energy(x) == int(x @ matrix @ x)
+    assert problem.energy(np.eye(70, dtype=int)[0]) == high
 
 
 def test_memory_is_told_and_what_does_not_fit_is_refused(monkeypatch):
@@ -208,24 +221,28 @@ def test_memory_is_told_and_what_does_not_fit_is_refused(monkeypatch):
         orvex.Problem(random_matrix(100))
 
 
-def test_what_a_gpu_cannot_hold_is_refused(monkeypatch):
-    monkeypatch.setattr("orvex._memory.support", FullGpu)
-    with pytest.raises(MemoryError, match="takes 0.00 GiB on each GPU, where 0.00 GiB are free"):
-        orvex.solve(random_matrix(100), trial_limit=5)
+def test_a_search_that_takes_more_than_this_machine_has_is_refused(monkeypatch):
+    problem = orvex.Problem(random_matrix(100))
+    assert orvex.solve(problem, trial_limit=5).status == "trial limit"
+    monkeypatch.setattr("orvex._memory.support", FullMachine)
+    with pytest.raises(MemoryError, match="a search with these settings takes .* GiB of memory"):
+        orvex.solve(problem, trial_limit=5, pool_size=10_000)
 
 
-class FullGpu:
-    @staticmethod
-    def orvex_python_machine_memory() -> int:
-        return 2**40
+OUT_OF_MEMORY = """
+import resource
+import numpy as np
+from orvex._library import failure, support
+resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
+pair, value = np.zeros(2, dtype=np.uint32), np.array([2**40])
+assert not support.orvex_python_from_terms(20_000, 1, pair.ctypes.data, value.ctypes.data)
+print(type(failure()).__name__)
+"""
 
-    @staticmethod
-    def orvex_python_free_memory() -> int:
-        return 2**40
 
-    @staticmethod
-    def orvex_python_device_memory(gpus: int) -> int:
-        return 1000
+def test_an_allocation_that_fails_is_a_memory_error():
+    run = subprocess.run([sys.executable, "-c", OUT_OF_MEMORY], capture_output=True, text=True)
+    assert run.stdout == "MemoryError\n", run.stderr
 
 
 class FullMachine:

@@ -20,7 +20,6 @@ from orvex._settings import (
     check_settings,
     library_table,
 )
-from orvex._solve import _choose
 
 GOOD = {
     "arithmetic_bits": 64,
@@ -201,15 +200,9 @@ def test_search_cycles_are_the_command_line_callers_choice():
     assert orvex.solve(abs(general), trial_limit=9).info["search_cycles"] == "200 40"
 
 
-def test_what_is_set_is_told_to_the_choice_of_the_rest(matrix, monkeypatch):
-    told = []
-
-    def choose(problem, given):
-        told.append(given)
-        return b"pool_size=10\nrestart_t0=0\n"
-
-    monkeypatch.setattr(_library.support, "orvex_python_settings", choose)
-    params = {"tabu_cycles": "3"}
-    _choose(params, orvex.Problem(matrix), automatic=False)
-    assert told == [b"tabu_cycles\nsearch_cycles"]
-    assert params == {"tabu_cycles": "3", "pool_size": "10", "restart_t0": "0"}
+def test_what_is_set_goes_before_the_choice():
+    general = random_matrix(200)
+    result = orvex.solve(general, trial_limit=9, search_cycles_factor=(1.5, 0.25))
+    assert result.info["search_cycles"] == "300 50"
+    result = orvex.solve(general, trial_limit=9, tabu_cycles=3)
+    assert result.info["search_cycles"] == "2000 20"

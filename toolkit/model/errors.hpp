@@ -11,4 +11,10 @@ class InputError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/** It is only that this machine has not the memory for it. */
+class MemoryShortage : public InputError {
+  public:
+    using InputError::InputError;
+};
+
 }  // namespace orvex::toolkit

@@ -4,7 +4,8 @@
 #include <limits>
 #include <utility>
 
-#include "toolkit/model/errors.hpp"
+#include "toolkit/model/build.hpp"
+#include "toolkit/model/facts.hpp"
 
 namespace orvex::toolkit {
 
@@ -37,30 +38,15 @@ std::optional<Plan> Problem::plan(int arithmetic_bits, PlanRequest request) cons
     return plan_run(request);
 }
 
-Problem problem_of(Model model) {
+Problem problem_of(const Model& model) {
+    return problem_of(std::make_unique<const Model>(model));
+}
+
+Problem problem_of(std::unique_ptr<const Model> model) {
+    expect_model_size(model->impl().size);
     Problem problem;
-    problem.size = model.impl().size;
-    if (problem.size < 1 || problem.size > MAX_SIZE)
-        throw InputError("the model has " + std::to_string(problem.size) +
-                         " variables, not from 1 to " + std::to_string(MAX_SIZE));
-    problem.width = model.impl().bits;
-    RowSums sums(problem.size);
-    for (int i = 0; i < problem.size; ++i) {
-        for (int j = i; j < problem.size; ++j) {
-            const long weight = model.get(i, j);
-            if (weight == 0) continue;
-            sums.change(i, j, 0, weight);
-            if (i != j) problem.couplings.change(0, weight);
-            ++problem.nonzero;
-            problem.smallest_weight = std::min(problem.smallest_weight, weight);
-            problem.largest_weight = std::max(problem.largest_weight, weight);
-        }
-    }
-    problem.entries = problem.nonzero;
-    problem.smallest = problem.smallest_weight;
-    problem.largest = problem.largest_weight;
-    problem.bound = sums.bound();
-    problem.model = std::make_unique<const Model>(std::move(model));
+    problem.model = std::move(model);
+    take_facts(problem);
     return problem;
 }
 

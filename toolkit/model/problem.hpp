@@ -57,10 +57,12 @@ struct Problem {
 /**
  * A problem of a caller's own model, whose weights are all looked at once.
  *
- * @param model by value: move it in unless it is needed elsewhere
  * @throws InputError when the model has no variables or too many
  */
-Problem problem_of(Model model);
+Problem problem_of(std::unique_ptr<const Model> model);
+
+/** The same of a copy, which the library makes of models below 4 GiB only. */
+Problem problem_of(const Model& model);
 
 /**
  * The width of a model's weights. The lowest weight of 32 bits has no negative there, so a flip

@@ -14,7 +14,9 @@ std::mutex& library_mutex() {
 }
 
 std::atomic<std::uint64_t> last_number{0};
-std::uint64_t resident = 0;  // guarded by the mutex: the problem that the library may hold
+
+// The problem that the library may hold; written with the mutex held, read at any time.
+std::atomic<std::uint64_t> resident{0};
 
 void give_back() {
     Solver(false).release();
@@ -39,6 +41,10 @@ Residency::~Residency() {
     // A search that runs just now has another problem, and the next one finds this one's number.
     const std::unique_lock lock(library_mutex(), std::try_to_lock);
     if (lock && resident == number_) give_back();
+}
+
+bool Residency::claimed() const {
+    return number_ != 0 && resident == number_;
 }
 
 void Residency::claim(const LibraryLock&) const {

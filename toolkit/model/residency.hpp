@@ -32,6 +32,9 @@ class Residency {
     /** The library is about to load this problem: what it holds of another one goes first. */
     void claim(const LibraryLock& library) const;
 
+    /** Whether the library was told last to load this problem, and has not given it back since. */
+    bool claimed() const;
+
   private:
     std::uint64_t number_;  // of the problem, from 1; 0 for one that has been moved away
 };

@@ -1,5 +1,5 @@
-"""Problems' files: which file, in which format, and what its numbers mean. Texts are read by the support
-library, with the command-line caller's own readers; scipy's .npz by scipy.
+"""Problems' files: which file, in which format, and what its numbers mean. Texts are read by the package's
+library; scipy's .npz by scipy.
 """
 
 from __future__ import annotations
@@ -13,7 +13,7 @@ from dataclasses import dataclass
 from typing import Any, Literal, Union
 from zipfile import BadZipFile
 
-from ._library import support
+from ._library import failure, support
 
 _ZIP = b"PK\x03\x04"
 
@@ -88,8 +88,8 @@ class File:
             return file.read(len(_ZIP)) == _ZIP
 
 
-def open_file(file: File) -> tuple[int | None, Source | None]:
-    """The problem of a file of text, as the support library holds it."""
+def open_file(file: File) -> tuple[int, Source]:
+    """The problem of a file of text, as the library holds it."""
     pointer: int | None = support.orvex_python_from_file(
         file.name,
         (file.format or "").encode(),
@@ -98,7 +98,7 @@ def open_file(file: File) -> tuple[int | None, Source | None]:
         (file.sense or "").encode(),
     )
     if not pointer:
-        return None, None
+        raise failure()
     lines = [line.partition("=") for line in os.fsdecode(support.orvex_python_source(pointer)).split("\n")]
     for name, _, value in lines:
         if name == "warning":

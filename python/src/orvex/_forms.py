@@ -1,5 +1,5 @@
 """What callers state problems by: each form is checked, read into exact integers, and handed to the
-support library as a matrix, as a list of terms or as the path of a file."""
+library as a matrix, as a list of terms or as the path of a file."""
 
 from __future__ import annotations
 
@@ -13,16 +13,16 @@ import numpy as np
 import numpy.typing as npt
 
 from ._files import NPZ, File, Source, load_npz, open_file
-from ._library import max_size, support
+from ._library import failure, max_size, support
 from ._memory import expect_memory
 from ._numbers import NameOf, Scale, exact, integers
 
 
 @dataclass
 class Form:
-    """A problem as the support library holds it; its pointer is 0 where that refused it."""
+    """A problem as the library holds it."""
 
-    pointer: int | None
+    pointer: int
     scale: int = 1
     offset: Fraction = Fraction(0)
     variables: Sequence[Hashable] | None = None  # None: the numbers from 0 on
@@ -146,12 +146,19 @@ def _from_matrix(problem: Any, scale: Scale | None) -> Form:
     if matrix.ndim == 0 or matrix.dtype.kind not in "iubfO":
         raise TypeError(f"no problem can be made of a {kind}")
     size = _square(matrix.shape)
-    expect_memory(_least(size) + (0 if matrix.dtype == np.int64 else 8 * size**2), _takes(size))
-    values, factor = integers(
-        matrix.reshape(-1), scale, lambda k: f"[{k // size}, {k % size}]"
-    )
+    as_it_is = matrix.dtype.kind in "iub" and matrix.dtype.isnative and scale in (None, 1, "auto")
+    expect_memory(_least(size) + (0 if as_it_is else 8 * size**2), _takes(size))
+    factor = 1
+    if as_it_is:
+        values = matrix.view(np.uint8) if matrix.dtype == np.bool_ else matrix
+    else:
+        values, factor = integers(
+            matrix.reshape(-1), scale, lambda k: f"[{k // size}, {k % size}]"
+        )
     values = np.ascontiguousarray(values)
-    return Form(support.orvex_python_from_matrix(size, values.ctypes.data), factor)
+    element = f"{values.dtype.kind}{values.dtype.itemsize}".encode()
+    pointer = support.orvex_python_from_matrix(size, element, values.ctypes.data)
+    return Form(_made(pointer), factor)
 
 
 def _from_terms(
@@ -169,7 +176,13 @@ def _from_terms(
     pointer = support.orvex_python_from_terms(
         size, len(numbers), indices.ctypes.data, numbers.ctypes.data
     )
-    return Form(pointer, factor)
+    return Form(_made(pointer), factor)
+
+
+def _made(pointer: int | None) -> int:
+    if not pointer:
+        raise failure()
+    return pointer
 
 
 def _pairs(listed: list[tuple[int, int]]) -> npt.NDArray[np.uint32]:

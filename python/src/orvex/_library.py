@@ -1,13 +1,11 @@
-"""The two shared libraries of the package, as ctypes sees them.
-
-`flat` is ORVEX itself by its flat interface; `support` is what this package has beside it: problems
-from arrays and files, exact energies, and the two calls of the flat interface that may throw, with
-what they throw caught. Everything else is built on these and on numpy.
+"""The package's shared library as ctypes sees it: problems, searches, and what the library tells of
+itself. Everything else is built on it and on numpy.
 """
 
 from __future__ import annotations
 
 import ctypes
+import os
 from ctypes import POINTER, c_char_p, c_double, c_int, c_int64, c_uint32, c_uint64, c_void_p
 from pathlib import Path
 from typing import Any
@@ -18,81 +16,104 @@ class OrvexError(RuntimeError):
 
 
 class Facts(ctypes.Structure):
-    """What is known of a problem and of its run; memory in bytes."""
+    """What is known of a problem."""
 
     size: int
     nonzero: int
     smallest: int
     largest: int
-    width: int
-    proven_bits: int
-    band_size: int
-    band_matrix_bits: int
-    band_arithmetic_bits: int
-    loading_band: int
-    memory_rows: int
-    memory_terms: int
-    memory_model: int
-    memory_bands: int
-    memory_rest: int
-    memory_block: int
 
 
-Facts._fields_ = [(name, c_int64) for name in Facts.__annotations__]
+class Plan(ctypes.Structure):
+    """Memory of a search, in bytes."""
 
-#: The caller's event function: user, event, bits, value.
-EVENT_FUNCTION = ctypes.CFUNCTYPE(None, c_void_p, c_int, c_void_p, c_double)
-
-
-def _load(name: str) -> ctypes.CDLL:
-    return ctypes.CDLL(str(Path(__file__).with_name(name)))
+    model: int  #: of the problem itself, which is there
+    run: int  #: of the library, at its peak
+    loaded: int  #: of that, what the library has loaded already
 
 
-def _declare(library: ctypes.CDLL, result: Any, name: str, *arguments: Any) -> None:
-    function = getattr(library, name)
+for _structure in (Facts, Plan):
+    _structure._fields_ = [(name, c_int64) for name in _structure.__annotations__]
+
+
+class Options(ctypes.Structure):
+    """What a search is given; null stands for what the caller leaves open."""
+
+    _fields_ = [
+        ("time_limit", POINTER(c_double)),
+        ("target", POINTER(c_int64)),
+        ("trials", POINTER(c_int64)),
+        ("settings", POINTER(c_char_p)),  # keys and values in turn, then null
+        ("library_cycles", c_int),
+        ("starts", c_int),
+        ("hints", c_int),
+        ("words", c_void_p),  # of the starts, then of the hints
+    ]
+
+
+class Summary(ctypes.Structure):
+    """What a search brought, beside solutions and texts."""
+
+    load_time: float
+    search_time: float
+    found: int
+    ending: bytes
+    _fields_ = [
+        ("load_time", c_double), ("search_time", c_double), ("found", c_int64), ("ending", c_char_p)
+    ]  # fmt: skip
+
+
+#: Receives the events of a search: steering, seconds, energy and bits of a new best.
+EVENT_FUNCTION = ctypes.CFUNCTYPE(None, c_void_p, c_double, c_int64, c_void_p)
+
+support = ctypes.CDLL(str(Path(__file__).with_name("liborvex_python.so")))
+
+
+def _declare(result: Any, name: str, *arguments: Any) -> None:
+    function = getattr(support, name)
     function.restype = result
     function.argtypes = list(arguments)
 
 
-flat = _load("liborvex.so")
-_declare(flat, c_char_p, "tarvik_orvex_version")
-_declare(flat, c_int, "tarvik_orvex_max_size")
-_declare(flat, None, "tarvik_orvex_destroy", c_void_p)
-_declare(flat, None, "tarvik_orvex_set_callback", c_void_p, EVENT_FUNCTION, c_void_p)
-_declare(flat, c_char_p, "tarvik_orvex_info", c_void_p, c_char_p)
-_declare(flat, None, "tarvik_orvex_cb_timer", c_void_p, c_double)
-_declare(flat, None, "tarvik_orvex_cb_hint", c_void_p, c_void_p)
-_declare(flat, None, "tarvik_orvex_cb_terminate", c_void_p)
+_declare(c_int, "orvex_python_failure")
+_declare(c_char_p, "orvex_python_failure_text")
+_declare(c_char_p, "orvex_python_library", c_char_p)
+_declare(c_char_p, "orvex_python_formats")
+_declare(c_char_p, "orvex_python_parameters")
+_declare(c_char_p, "orvex_python_check_parameter", c_char_p, c_char_p)
+_declare(c_int, "orvex_python_devices")
+_declare(c_int64, "orvex_python_machine_memory")
+_declare(c_int64, "orvex_python_free_memory")
 
-support = _load("liborvex_python.so")
-_declare(support, c_char_p, "orvex_python_error")
-_declare(support, c_void_p, "orvex_python_from_matrix", c_uint32, c_void_p)
-_declare(support, c_void_p, "orvex_python_from_terms", c_uint32, c_uint64, c_void_p, c_void_p)
+_declare(c_void_p, "orvex_python_from_matrix", c_uint32, c_char_p, c_void_p)
+_declare(c_void_p, "orvex_python_from_terms", c_uint32, c_uint64, c_void_p, c_void_p)
 _declare(
-    support, c_void_p, "orvex_python_from_file",
+    c_void_p, "orvex_python_from_file",
     c_char_p, c_char_p, POINTER(c_int64), POINTER(c_int64), c_char_p,
 )  # fmt: skip
-_declare(support, c_char_p, "orvex_python_source", c_void_p)
-_declare(support, c_char_p, "orvex_python_formats")
-_declare(support, None, "orvex_python_free", c_void_p)
-_declare(support, c_int64, "orvex_python_energy", c_void_p, c_void_p)
-_declare(support, c_int64, "orvex_python_energy_change", c_void_p, c_void_p, c_void_p)
-_declare(support, None, "orvex_python_facts", c_void_p, c_int, POINTER(Facts))
-_declare(support, c_char_p, "orvex_python_parameters")
-_declare(support, c_char_p, "orvex_python_check_parameter", c_char_p, c_char_p)
-_declare(support, c_char_p, "orvex_python_settings", c_void_p, c_char_p)
-_declare(support, c_int, "orvex_python_devices")
-_declare(support, c_int64, "orvex_python_device_memory", c_int)
-_declare(support, c_int64, "orvex_python_machine_memory")
-_declare(support, c_int64, "orvex_python_free_memory")
-_declare(support, c_void_p, "orvex_python_load", c_void_p, c_int)
-_declare(support, c_int, "orvex_python_search", c_void_p, POINTER(c_char_p), c_void_p, c_void_p)
+_declare(c_char_p, "orvex_python_source", c_void_p)
+_declare(None, "orvex_python_free", c_void_p)
+_declare(None, "orvex_python_facts", c_void_p, POINTER(Facts))
+_declare(c_int, "orvex_python_plan", c_void_p, POINTER(Options), POINTER(Plan))
+_declare(c_int64, "orvex_python_energy", c_void_p, c_void_p)
+
+_declare(c_void_p, "orvex_python_solve", c_void_p, POINTER(Options), EVENT_FUNCTION)
+_declare(None, "orvex_python_stop", c_void_p)
+_declare(None, "orvex_python_hint", c_void_p, c_void_p, c_void_p)
+_declare(None, "orvex_python_summary", c_void_p, POINTER(Summary))
+_declare(
+    c_void_p, "orvex_python_found", c_void_p, c_int64, POINTER(c_double), POINTER(c_int64)
+)  # fmt: skip
+_declare(c_char_p, "orvex_python_info", c_void_p, c_char_p)
+_declare(None, "orvex_python_free_result", c_void_p)
+
+_FAILURES: dict[int, type[Exception]] = {1: ValueError, 2: MemoryError, 3: OrvexError}
 
 
-def last_error() -> str:
-    """Why the last call of this thread into `support` failed."""
-    text: bytes = support.orvex_python_error()
-    return text.decode()
+def failure() -> Exception:
+    """Why the last call of this thread failed."""
+    text: bytes = support.orvex_python_failure_text()
+    return _FAILURES[support.orvex_python_failure()](os.fsdecode(text))
 
 
 def device_count() -> int:
@@ -101,7 +122,7 @@ def device_count() -> int:
 
 
 def expect_device() -> None:
-    """Refuses to search where the library would end the process for want of a GPU."""
+    """Refuses a search that has nothing to run on before anything is made for it."""
     if device_count() == 0:
         raise OrvexError(
             "this build of the library searches on GPUs, and there is none that it can use: no GPU is "
@@ -112,10 +133,10 @@ def expect_device() -> None:
 
 def max_size() -> int:
     """The most variables that this build solves."""
-    return int(flat.tarvik_orvex_max_size())
+    return int(support.orvex_python_library(b"max_size"))
 
 
 def engine_version() -> str:
     """The release of the library, a date."""
-    text: bytes = flat.tarvik_orvex_version()
+    text: bytes = support.orvex_python_library(b"version")
     return text.decode()

@@ -10,19 +10,12 @@ def gib(amount: int) -> str:
     return f"{amount / 2**30:.2f} GiB"
 
 
-def expect_memory(needed: int, what: str) -> None:
-    """Refuses what this machine cannot hold at present."""
+def expect_memory(needed: int, what: str, there: int = 0) -> None:
+    """Refuses what this machine cannot hold at present; so much of the need is `there` already."""
     machine = support.orvex_python_machine_memory()
     free = support.orvex_python_free_memory()
-    if needed > min(machine, free):
+    if needed > machine or needed - there > free:
         raise MemoryError(
             f"{what} {gib(needed)} of memory; this machine has {gib(machine)}, of which "
             f"{gib(free)} are free"
         )
-
-
-def expect_device_memory(needed: int, gpus: int) -> None:
-    """Refuses what a GPU cannot hold at present; `gpus` are used, or with 0 all."""
-    free = support.orvex_python_device_memory(gpus)
-    if needed > free:
-        raise MemoryError(f"this problem takes {gib(needed)} on each GPU, where {gib(free)} are free")

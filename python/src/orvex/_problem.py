@@ -20,15 +20,15 @@ import numpy.typing as npt
 
 from . import _forms
 from ._files import File, Source
-from ._library import Facts, last_error, support
+from ._library import Facts, Options, Plan, failure, support
 from ._memory import expect_memory, gib
 from ._numbers import Scale, check_scale
 
 #: From here on a problem's memory is told before it is loaded.
 _LARGE = 1 << 30
 
-#: What loading takes beside the arrays: code that runs for the first time, small things.
-_OVERHEAD = 16 << 20
+#: A search of which nothing is said.
+_OPEN = Options(settings=(ctypes.c_char_p * 1)(None))
 
 Words = npt.NDArray[np.uint64]
 Bits = npt.NDArray[np.bool_]
@@ -87,9 +87,6 @@ class Problem:
 
     def __init__(self, problem: Any, *, scale: Scale | None = None) -> None:
         form = _forms.read(problem, check_scale(scale))
-        if not form.pointer:
-            text = last_error()
-            raise MemoryError(text) if text == "out of memory" else ValueError(text)
         self._pointer = form.pointer
         weakref.finalize(self, support.orvex_python_free, form.pointer)
         self.scale = form.scale
@@ -101,33 +98,35 @@ class Problem:
 
     # ---- whether a search is possible
 
-    def _facts(self, arithmetic_bits: int = 0) -> Facts:
+    def _facts(self) -> Facts:
         facts = Facts()
-        support.orvex_python_facts(self._pointer, arithmetic_bits, ctypes.byref(facts))
+        support.orvex_python_facts(self._pointer, ctypes.byref(facts))
         return facts
+
+    def _plan(self, options: Options = _OPEN) -> Plan:
+        """The memory of a search with these options, if there can be one."""
+        plan = Plan()
+        if support.orvex_python_plan(self._pointer, ctypes.byref(options), ctypes.byref(plan)) != 0:
+            raise failure()
+        return plan
 
     @property
     def memory(self) -> int:
-        """Peak memory of loading and searching the problem with default settings, in bytes.
+        """Peak memory of the problem and of searching it with default settings, in bytes.
 
-        A problem that takes more than this machine has free is refused when it is made, before any
-        of it is loaded. Not counted is what stated the problem, such as a matrix.
+        A problem that takes more than this machine has free is refused when it is made, before the
+        library loads any of it. Not counted is what stated the problem, such as a matrix.
         """
-        facts = self._facts()
-        loaded = facts.memory_rows + facts.memory_model + facts.memory_bands
-        return loaded + max(facts.memory_terms + _OVERHEAD, facts.memory_rest)
+        plan = self._plan()
+        return plan.model + plan.run
 
     def _expect_to_fit(self) -> None:
-        facts = self._facts()
-        if facts.band_size == 0 or facts.loading_band == 0:
-            raise ValueError(
-                f"this build of the library cannot solve {facts.size} variables with coefficients "
-                f"of {facts.width} bits and energies of {facts.proven_bits}"
-            )
-        expect_memory(self.memory, f"this problem of {self.size} variables takes")
-        if self.memory >= _LARGE:
+        plan = self._plan()
+        memory = plan.model + plan.run
+        expect_memory(memory, f"this problem of {self.size} variables takes", there=plan.model)
+        if memory >= _LARGE:
             warnings.warn(
-                f"this problem of {self.size} variables takes {gib(self.memory)} of memory at its "
+                f"this problem of {self.size} variables takes {gib(memory)} of memory at its "
                 f"peak; {gib(support.orvex_python_free_memory())} are free",
                 LargeProblemWarning,
                 stacklevel=3,
@@ -151,10 +150,6 @@ class Problem:
 
     def _energy(self, words: Words) -> int:
         return int(support.orvex_python_energy(self._pointer, words.ctypes.data))
-
-    def _energy_change(self, before: Words, after: Words) -> int:
-        change = support.orvex_python_energy_change
-        return int(change(self._pointer, before.ctypes.data, after.ctypes.data))
 
     def _in_callers_units(self, energy: int) -> int | float:
         number = Fraction(energy, self.scale) + self.offset

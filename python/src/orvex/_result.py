@@ -16,7 +16,7 @@ if TYPE_CHECKING:
 
 Energy = Union[int, float]
 Status = Literal[
-    "target reached", "time limit", "trial limit", "stopped by callback", "interrupted"
+    "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
 ]
 
 
@@ -31,14 +31,14 @@ class Result:
     history: list[tuple[float, Energy]]
     """Seconds since the search began, and energy, of every new best; a start stands at 0.0."""
     status: Status
-    """What ended the search."""
+    """What ended the search; "ended" where the library tells no reason."""
     info: dict[str, str]
     """What the library tells of the run: "solver", "gpu" (the device), "solver_size", "solver_bits",
     "arithmetic_bits", "runtime", "search_cycles", "total_flips", "tts" (seconds to the solution).
     Empty when the search was interrupted before the library had finished."""
     timings: dict[str, float]
-    """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library,
-    "search", and "total", which is all of the call."""
+    """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library, with
+    the wait for another thread's search, "search", and "total", which is all of the call."""
     objective: Energy
     """The energy in the terms of the problem's file: a cut, a value, a cost with its offset. The energy
     itself where there is no file."""

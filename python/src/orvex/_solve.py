@@ -6,18 +6,17 @@ may take time or fail happens here.
 from __future__ import annotations
 
 import inspect
-import math
 import time
 from collections.abc import Callable, Iterable
 from contextlib import ExitStack
 from fractions import Fraction
-from typing import TYPE_CHECKING, Any
+from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
 import numpy.typing as npt
 
-from ._engine import Run
-from ._library import OrvexError, expect_device, support
+from ._engine import Question, Run
+from ._library import expect_device
 from ._memory import expect_memory
 from ._numbers import Scale, exact
 from ._problem import Problem, Words, as_problem
@@ -122,11 +121,22 @@ def solve(
     limits = _Limits(time_limit, target, trial_limit)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
-    _complete(params, made, automatic=settings.get("search_cycles") is None)
-    limits.enter(params, made)
-    starts_words = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
-    hints_words = [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)]
-    search = _Search(made, params, limits, starts_words, hints_words, callback)
+    found = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
+    found.sort(key=made._energy)
+    question = Question(
+        params,
+        settings.get("search_cycles") == "default",
+        limits.time,
+        limits.target_of(made),
+        limits.trials,
+        found,
+        [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)],
+    )
+    plan = made._plan(question.options)
+    expect_memory(
+        plan.model + plan.run, "a search with these settings takes", there=plan.model + plan.loaded
+    )
+    search = _Search(made, question, found, callback)
     with ExitStack() as stack:
         if progress:
             search.progress = stack.enter_context(Progress(limits.time))
@@ -135,36 +145,6 @@ def solve(
 
 
 _ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
-
-
-def _complete(params: dict[str, str], problem: Problem, automatic: bool) -> None:
-    """Settles what the caller left open: width of energies, how the problem is searched."""
-    proven = problem._facts().proven_bits
-    bits = int(params.setdefault("arithmetic_bits", str(proven)))
-    if bits < proven:
-        raise ValueError(
-            f"arithmetic_bits={bits} is not enough: energies of this problem may need {proven} bits"
-        )
-    facts = problem._facts(bits)
-    if facts.band_size == 0:
-        raise ValueError(f"this build has no energies of {bits} bits for {problem.size} variables")
-    _choose(params, problem, automatic)
-    islands = int(params.get("islands_per_gpu", 8))
-    pools = islands * int(params.get("pool_size", 100)) * (facts.band_size // 8 + 64)
-    blocks = islands * int(params.get("blocks_per_island", 0)) * facts.memory_block
-    expect_memory(
-        facts.memory_model + facts.memory_bands + facts.memory_rest + pools + blocks,
-        "a search with these settings takes",
-    )
-
-
-def _choose(params: dict[str, str], problem: Problem, automatic: bool) -> None:
-    """Adds what the command-line caller would choose, search cycles only if they are `automatic`."""
-    given = [*params, *([] if automatic else ["search_cycles"])]
-    chosen: bytes = support.orvex_python_settings(problem._pointer, "\n".join(given).encode())
-    for line in chosen.decode().splitlines():
-        key, _, value = line.partition("=")
-        params[key] = value
 
 
 class _Limits:
@@ -182,20 +162,12 @@ class _Limits:
             self._target = exact(target, "target")
         if self.time is None and self.trials is None and target is None:
             self.time = DEFAULT_TIME_LIMIT
-        self.target: int | None = None
 
-    def enter(self, params: dict[str, str], problem: Problem) -> None:
-        """The library counts whole seconds and takes a target of 0 for none: it gets what it can
-        have, and the rest is seen to here."""
-        if self.time is not None:
-            params["time_limit"] = str(math.ceil(self.time))
-        if self.trials is not None:
-            params["trial_limit"] = str(self.trials)
-        if self._target is not None:
-            own = problem._in_own_units(self._target)
-            self.target = max(-(2**63) + 1, min(own, 2**63 - 1))
-            if self.target != 0:
-                params["target_energy"] = str(self.target)
+    def target_of(self, problem: Problem) -> int | None:
+        """The target in the problem's own units."""
+        if self._target is None:
+            return None
+        return max(-(2**63) + 1, min(problem._in_own_units(self._target), 2**63 - 1))
 
 
 class _Search:
@@ -204,27 +176,21 @@ class _Search:
     def __init__(
         self,
         problem: Problem,
-        params: dict[str, str],
-        limits: _Limits,
+        question: Question,
         starts: list[Words],
-        hints: list[Words],
         callback: Callback | None,
     ) -> None:
         self.problem = problem
         self.progress: Progress | None = None
-        self._limits = limits
         self._callback = callback
         self._status: Status | None = None  # why the caller's side ended the search
         self._failure: BaseException | None = None
         self._own: list[int] = []  # energies of the history, as integers
         self._words: list[Words] = []
         self._times: list[float] = []
-        starts = sorted(starts, key=problem._energy)
         if starts:
-            self._note(0.0, starts[0], problem._energy(starts[0]))
-        first = starts[0] if starts else None
-        gpus = int(params.pop("gpus", 0))
-        self.run = Run(problem, gpus, params, first, starts[1:] + hints)
+            self._note(0.0, problem._energy(starts[0]), starts[0])
+        self.run = Run(problem, question)
 
     def end(self, status: Status) -> None:
         """Asks the search to end; the first reason counts."""
@@ -252,41 +218,33 @@ class _Search:
             pass
 
     def _watch(self) -> None:
-        run, limit = self.run, self._limits.time
+        run = self.run
         while not run.ended.is_set():
             run.changed.wait(0.05)
             run.changed.clear()
             self._take_news()
-            elapsed = 0.0 if run.began is None else time.perf_counter() - run.began
-            if limit is not None and run.began is not None and elapsed >= limit:
-                self.end("time limit")
             if self.progress is not None:
                 best = self._own[-1] if self._own else None
                 shown = None if best is None else self.problem._in_callers_units(best)
-                self.progress.show(elapsed, shown)
+                self.progress.show(self._elapsed(), shown)
         self._take_news()
 
     def _take_news(self) -> None:
         while self.run.news:
-            at, words = self.run.news.popleft()
-            if self._own:
-                energy = self._own[-1] + self.problem._energy_change(self._words[-1], words)
-            else:
-                energy = self.problem._energy(words)
-            if self._own and energy >= self._own[-1]:
-                continue  # as good as the start
-            self._note(at, words, energy)
-            if self._limits.target is not None and energy <= self._limits.target:
-                self.end("target reached")
+            at, energy, words = self.run.news.popleft()
+            self._note(at, energy, words)
             if self._callback is not None:
                 units = self.problem._in_callers_units(energy)
                 if self._callback(Event(self, self.problem._bits(words), units, at)) is True:
                     self.end("stopped by callback")
 
-    def _note(self, at: float, words: Words, energy: int) -> None:
+    def _note(self, at: float, energy: int, words: Words) -> None:
         self._times.append(at)
-        self._words.append(words)
         self._own.append(energy)
+        self._words.append(words)
+
+    def _elapsed(self) -> float:
+        return 0.0 if self.run.began is None else time.perf_counter() - self.run.began
 
     def result(self, built: float, begin: float) -> Result:
         run, problem = self.run, self.problem
@@ -294,26 +252,22 @@ class _Search:
             raise self._failure
         if run.error is not None:
             raise run.error
-        self._add_final()
+        self._callback = None  # what came while an interrupt was on its way is taken without it
+        self._take_news()
         if not self._own:  # interrupted before there was anything
-            zeros = np.zeros((problem.size + 63) // 64, dtype=np.uint64)
-            self._note(0.0, zeros, 0)
-        energy = problem._energy(self._words[-1])
-        if energy != self._own[-1]:
-            raise OrvexError(f"internal error: energy {self._own[-1]} is {energy} by its bits")
-        searched = run.search_time
-        if not run.ended.is_set():
-            searched = 0.0 if run.began is None else time.perf_counter() - run.began
+            self._note(0.0, 0, np.zeros((problem.size + 63) // 64, dtype=np.uint64))
+        energy = self._own[-1]
+        finished = run.ending is not None
         return Result(
             x=problem._bits(self._words[-1]),
             energy=problem._in_callers_units(energy),
             history=[(t, problem._in_callers_units(e)) for t, e in zip(self._times, self._own)],
-            status=self._why(energy),
+            status=self._why(),
             info=dict(run.info),
             timings={
                 "build": built,
                 "load": run.load_time,
-                "search": searched,
+                "search": run.search_time if finished else self._elapsed(),
                 "total": time.perf_counter() - begin,
             },
             objective=problem.objective(problem._in_callers_units(energy)),
@@ -322,30 +276,10 @@ class _Search:
             solutions=[problem._bits(words) for words in self._words],
         )
 
-    def _add_final(self) -> None:
-        """The library's own result, which must not be worse than the last event."""
-        final = self.run.solution
-        if final is None:
-            self._take_late_news()
-            return
-        energy = self.problem._energy(final)
-        if self._own and energy > self._own[-1]:
-            raise OrvexError(f"internal error: energy {self._own[-1]} came back as {energy}")
-        if not self._own or energy < self._own[-1]:
-            self._note(self.run.search_time, final, energy)
-
-    def _take_late_news(self) -> None:
-        """What came while an interrupt was on its way."""
-        self._callback = None
-        self._take_news()
-
-    def _why(self, energy: int) -> Status:
-        if self._limits.target is not None and energy <= self._limits.target:
-            return "target reached"
-        if self._status is not None:
-            return self._status
-        # The library ended the search itself.
-        runtime = float(self.run.info.get("runtime") or 0)
-        if self._limits.time is not None and runtime >= self._limits.time:
-            return "time limit"
-        return "trial limit" if self._limits.trials is not None else "time limit"
+    def _why(self) -> Status:
+        """What was asked for from here goes before how the library took it, but not before a target."""
+        ending = cast("Status | None", self.run.ending)
+        if self._status is None or ending == "target reached":
+            assert ending is not None
+            return ending
+        return self._status

@@ -99,9 +99,9 @@ void InputFile::expect_memory() const {
     const auto n = static_cast<std::uint64_t>(size());
     const std::uint64_t matrix = n * n * static_cast<std::uint64_t>(width() / 8);
     if (matrix <= machine) return;
-    throw InputError(file_ + ": a model of " + std::to_string(n) + " variables and " +
-                     std::to_string(width()) + "-bit weights takes " + bytes_text(matrix) +
-                     "; this machine has " + bytes_text(machine));
+    throw MemoryShortage(file_ + ": a model of " + std::to_string(n) + " variables and " +
+                         std::to_string(width()) + "-bit weights takes " + bytes_text(matrix) +
+                         "; this machine has " + bytes_text(machine));
 }
 
 void InputFile::expect_memory_of_run() const {
@@ -111,9 +111,9 @@ void InputFile::expect_memory_of_run() const {
     const std::uint64_t needed =
         n * n * static_cast<std::uint64_t>(width() / 8) + plan->matrix_bytes;
     if (needed > static_cast<std::uint64_t>(machine_memory()))
-        throw InputError(file_ + ": a run needs " + bytes_text(needed) +
-                         " of memory; this machine has " +
-                         bytes_text(static_cast<std::uint64_t>(machine_memory())));
+        throw MemoryShortage(file_ + ": a run needs " + bytes_text(needed) +
+                             " of memory; this machine has " +
+                             bytes_text(static_cast<std::uint64_t>(machine_memory())));
 }
 
 Problem InputFile::read() {

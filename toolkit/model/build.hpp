@@ -1,0 +1,54 @@
+// Problems put together from numbers in memory. The weights go into the rows of a model once, in
+// the narrowest width that holds them, and what is known of them is formed on the way. Invariant:
+// nothing is allocated that this machine has not free, and what cannot be a problem is refused.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "toolkit/model/problem.hpp"
+
+namespace orvex::toolkit {
+
+/**
+ * The problem of a square matrix: its upper triangle, with the diagonal. What is below must repeat
+ * it or be zero throughout; a pair's weight counts once either way.
+ *
+ * @tparam T any integer type of 8, 16, 32 or 64 bits
+ * @param elements size * size of them, row after row
+ * @throws InputError when the size is none, the matrix is neither symmetric nor upper triangular,
+ *     or an element does not fit into 64 bits with a sign
+ * @throws MemoryShortage
+ */
+template <class T>
+Problem problem_of_matrix(int size, const T* elements);
+
+extern template Problem problem_of_matrix(int, const std::int8_t*);
+extern template Problem problem_of_matrix(int, const std::int16_t*);
+extern template Problem problem_of_matrix(int, const std::int32_t*);
+extern template Problem problem_of_matrix(int, const std::int64_t*);
+extern template Problem problem_of_matrix(int, const std::uint8_t*);
+extern template Problem problem_of_matrix(int, const std::uint16_t*);
+extern template Problem problem_of_matrix(int, const std::uint32_t*);
+extern template Problem problem_of_matrix(int, const std::uint64_t*);
+
+/**
+ * The problem of a sum of terms, of which several may have the same variables.
+ *
+ * @param pairs the two variables of each term side by side, in either order; one twice for a
+ *     linear term
+ * @param values the coefficient of each
+ * @throws InputError when the size is none, a variable is not below it, or a sum does not fit into
+ *     64 bits
+ * @throws MemoryShortage
+ */
+Problem problem_of_terms(int size, std::span<const std::uint32_t> pairs,
+                         std::span<const std::int64_t> values);
+
+/** @throws InputError when no model has so many variables */
+void expect_model_size(int size);
+
+/** @throws MemoryShortage when this machine has not the memory free for a model's matrix */
+void expect_model_memory(int size, int width);
+
+}  // namespace orvex::toolkit
