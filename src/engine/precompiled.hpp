@@ -11,6 +11,7 @@
 #include "orvex/registry.hpp"
 
 #include "engine/band.hpp"
+#include "engine/device/kernel.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
 #include "engine/entry.hpp"
@@ -19,7 +20,3 @@
 #include "engine/matrix.hpp"
 #include "engine/run_state.hpp"
 #include "platform/platform.hpp"
-
-#ifndef ORVEX_PLATFORM_CUDA
-#include "engine/device/cpu/kernel.hpp"
-#endif

@@ -28,8 +28,9 @@ ALLOWED = {
     "engine/device": DEVICE,
     "engine/device/cpu": ["engine/device/cpu", *DEVICE],
     "engine/device/cuda": ["engine/device/cuda", *DEVICE],
-    "engine": ["engine", "engine/device/cpu", *DEVICE],
-    "engine/band": ["engine/band", "engine", "engine/device/cpu", "engine/device/cuda", *DEVICE],
+    "kernels": ["engine/device/cpu", "engine/device/cuda"],
+    "engine": ["engine", "engine/device/cpu", "kernels", *DEVICE],
+    "engine/band": ["engine/band", "engine", "kernels", *DEVICE],
     "front": ["front", "engine", "engine/device", "platform", "problem"],
     "bands": ["engine", "engine/band", "engine/device/cuda"],
     "toolkit/model": ["toolkit/model"],
@@ -41,8 +42,10 @@ ALLOWED = {
     "app": ["app", "toolkit", *TOOLKIT_ROOMS],
     "python": ["python", "toolkit", *TOOLKIT_ROOMS],
 }
-# The table of contents of a band is part of what it lists.
-CONTENTS = "engine/qubo.hpp"
+# Files that belong elsewhere than their folder says: the table of contents of a band is part of what it
+# lists, and the choice of the platform's kernel is above both blocks.
+ELSEWHERE = {"engine/qubo.hpp": "engine/band", "engine/device/kernel.hpp": "kernels",
+             "engine/device/kernel.inl": "kernels"}
 # They only open and close a band's namespace, which the engine and its device part share.
 FRAME = ["engine/band/band_begin.inl", "engine/band/band_end.inl"]
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
@@ -52,8 +55,8 @@ BAND = re.compile(r"qb\d+_\d+_\d+")
 
 def folder_of(path):
     """The layer of a path below src/, or None for a public header."""
-    if path == CONTENTS:
-        return "engine/band"
+    if path in ELSEWHERE:
+        return ELSEWHERE[path]
     matches = [folder for folder in ALLOWED if path.startswith(folder + "/")]
     return max(matches, key=len, default=None)
 
