@@ -3,10 +3,11 @@
 
 Each case is solved in processes of their own, since the first problem of a process costs most, as it
 does in a script that solves one. "added" is the time of the call less that of the search, which begins
-when the library has the problem; the medians of the runs are shown, in milliseconds, with the least of
-them. "shortest" is the whole of a call that ends after the first start instance, and "processor" the
-processor time of that, which other work on the machine disturbs less. Then the highest memory of a
-process, what stated the problem not counted, beside what orvex.Problem.memory foretells for it.
+when the library has the problem; at its end the memory of both is given back. The medians of the runs
+are shown, in milliseconds, with the least of them. "shortest" is the whole of a call that ends after
+the first start instance, and "processor" the processor time of that, which other work on the machine
+disturbs less. Then the highest memory of a process, what stated the problem not counted, beside what
+orvex.Problem.memory foretells for it.
 """
 import argparse
 import json
