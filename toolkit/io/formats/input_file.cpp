@@ -109,7 +109,7 @@ void InputFile::expect_memory_of_run() const {
     if (!plan) return expect_memory();  // refused for the size when the problem is there
     const auto n = static_cast<std::uint64_t>(size());
     const std::uint64_t needed =
-        n * n * static_cast<std::uint64_t>(width() / 8) + plan->matrix_bytes;
+        n * n * static_cast<std::uint64_t>(width() / 8) + plan->host_bytes();
     if (needed > static_cast<std::uint64_t>(machine_memory()))
         throw MemoryShortage(file_ + ": a run needs " + bytes_text(needed) +
                              " of memory; this machine has " +
