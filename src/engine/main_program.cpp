@@ -35,9 +35,8 @@ void survey_devices(GLOBAL_VARS& run) {
 /** Blocks, islands and rings, all devices alike, by the one surveyed last. */
 void size_run(GLOBAL_VARS& run) {
     run.blocks_per_sm = run.prop.maxThreadsPerMultiProcessor / run.band.threads();
-    const RUN_SHAPE shape =
-        sized({run.blocks_per_gpu, run.islands_per_gpu, run.blocks_per_island}, run.gpus,
-              run.blocks_per_sm, run.prop.multiProcessorCount);
+    const RUN_SHAPE shape = sized({run.blocks_per_gpu, run.islands_per_gpu, run.blocks_per_island},
+                                  run.gpus, run.blocks_per_sm, run.prop.multiProcessorCount);
     if (!can_be_launched(shape, run.gpus)) cuda_check(cudaErrorInvalidConfiguration);
     run.blocks_per_gpu = shape.blocks_per_gpu;
     run.islands_per_gpu = shape.islands_per_gpu;
