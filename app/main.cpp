@@ -76,11 +76,11 @@ struct CommandLine {
         solve->footer(SOLVE_FOOTER);
         solve
             ->add_option("--time-limit", options.time_limit,
-                         "end after so many seconds; 0: no limit")
+                         "end after this many seconds; 0: no limit")
             ->type_name("SECONDS");
         solve->add_option("--target", options.target, "end at this energy or below")
             ->type_name("ENERGY");
-        solve->add_option("--trials", options.trials, "end after so many instances")
+        solve->add_option("--trials", options.trials, "end after this many instances")
             ->type_name("N");
         solve
             ->add_option("--param", params,

@@ -54,7 +54,7 @@ std::string live_line(const Moment& moment, int columns) {
     else
         line += " | no result yet";
     line += " | " + flips_text(moment);
-    // The last column stays free: some terminals begin a new line behind it.
+    // The last column stays free: some terminals begin a new line after it.
     if (columns > 1 && line.size() >= static_cast<std::size_t>(columns))
         line.resize(static_cast<std::size_t>(columns - 1));
     return line;

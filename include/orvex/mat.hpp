@@ -24,7 +24,7 @@ ORVEX_API int find_wbit(long min, long max);
 
 /**
  * A dense square matrix of signed integers of 8, 16, 32 or 64 bits, row-major: element (i, j)
- * stands at index i * size + j.
+ * is at index i * size + j.
  *
  * Setters keep the low bits of a value that is too wide, without notice; getters extend the sign.
  * Indices are not checked.

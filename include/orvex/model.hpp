@@ -59,7 +59,7 @@ class ORVEX_API Model {
      * it.
      *
      * The width comes from the bounds in the header alone: a weight beyond them may be cut to its
-     * low bits. A file with fewer entries than its header promises is accepted as it stands. Both
+     * low bits. A file with fewer entries than its header promises is accepted as it is. Both
      * attributes "size" and "bits" are set to n.
      *
      * Ends the process with status 1 and, on standard error, "Error: Cannot open <file>" when the
@@ -92,7 +92,7 @@ class ORVEX_API Model {
      * Sets the weight of a pair of variables, at (i, j) and at (j, i), and counts up the revision.
      *
      * @param i a variable, from 0 to n - 1, not checked
-     * @param j the other one; the linear term of i stands at j == i
+     * @param j the other one; the linear term of i is at j == i
      * @param value the weight; of one that is too wide the low bits are kept, without notice
      */
     void set(int i, int j, long value);
@@ -122,14 +122,14 @@ class ORVEX_API Model {
     /** The same with the arguments the other way round. */
     void print(std::ostream& out, const std::string& option) const;
 
-    Impl& impl();              ///< what the handle stands for
-    const Impl& impl() const;  ///< what the handle stands for
+    Impl& impl();              ///< what the handle refers to
+    const Impl& impl() const;  ///< what the handle refers to
 
   private:
     std::unique_ptr<Impl> impl_;
 };
 
-/** What a Model stands for, as the engines read it. */
+/** What a Model refers to, as the engines read it. */
 struct ORVEX_API Model::Impl {
     int size;                    ///< n, the same number as mat.size
     int bits;                    ///< width of a weight, the same number as mat.bits

@@ -54,7 +54,7 @@ class ORVEX_API Param {
      * Writes the settings as key=value on one line, in no particular order. Those with an empty
      * value are left out; without any settings not even the newline is written.
      *
-     * @param delimiter what stands between two settings; a blank when it is empty
+     * @param delimiter what is written between two settings; a blank when it is empty
      * @param out the stream, flushed at the end
      */
     void print(const std::string& delimiter, std::ostream& out) const;
@@ -62,14 +62,14 @@ class ORVEX_API Param {
     /** The same with the arguments the other way round. */
     void print(std::ostream& out, const std::string& delimiter) const;
 
-    Impl& impl();              ///< what the handle stands for
-    const Impl& impl() const;  ///< what the handle stands for
+    Impl& impl();              ///< what the handle refers to
+    const Impl& impl() const;  ///< what the handle refers to
 
   private:
     std::unique_ptr<Impl> impl_;
 };
 
-/** What a Param stands for, as the engines read it. */
+/** What a Param refers to, as the engines read it. */
 struct ORVEX_API Param::Impl {
     std::unordered_map<std::string, std::string> params;  ///< the settings
     Callback* callback = nullptr;                         ///< not owned; receives the run's events

@@ -17,7 +17,7 @@
 
 namespace orvex {
 
-/** The form of a value. Numbers and words end at white space, and what stands behind is ignored. */
+/** The form of a value. Numbers and words end at white space, and what follows is ignored. */
 enum class ParameterKind {
     INTEGER,  ///< decimal digits, with or without a sign
     NUMBER,   ///< a decimal number, with or without an exponent
@@ -32,7 +32,7 @@ struct ParameterRange {
     std::string_view most;
 };
 
-/** One of the one or two values that stand behind a key. */
+/** One of the one or two values of a key. */
 struct ParameterValue {
     ParameterKind kind;
     /** What it settles. Keys that settle the same contradict each other: a run takes either. */
@@ -42,7 +42,7 @@ struct ParameterValue {
      * to the width of its type, or read as a number that no search can go by.
      */
     ParameterRange sensible{};
-    /** Beyond this a run ends the process, as it does for what is no number at all. */
+    /** Beyond this a run ends the process, as it does for what is not a number at all. */
     ParameterRange accepted{};
     /** The words or names to choose from. */
     std::span<const std::string_view> words{};

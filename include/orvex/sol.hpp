@@ -45,7 +45,7 @@ class ORVEX_API Sol {
     /** Copies bits, attributes and log. The source's log is read, which moves its read position. */
     Sol(const Sol& other);
 
-    /** Takes over what the source stands for; the source is left without. */
+    /** Takes over what the source holds; the source is left without. */
     Sol(Sol&& other) noexcept;
 
     /**
@@ -89,14 +89,14 @@ class ORVEX_API Sol {
     /** The same with the arguments the other way round. */
     void print(std::ostream& out, const std::string& option) const;
 
-    Impl& impl();              ///< what the handle stands for
-    const Impl& impl() const;  ///< what the handle stands for
+    Impl& impl();              ///< what the handle refers to
+    const Impl& impl() const;  ///< what the handle refers to
 
   private:
     std::unique_ptr<Impl> impl_;
 };
 
-/** What a Sol stands for, as the engines read and fill it. */
+/** What a Sol refers to, as the engines read and fill it. */
 struct ORVEX_API Sol::Impl {
     int bits;                                            ///< number of variables n
     int words;                                           ///< (n + 63) / 64

@@ -87,7 +87,7 @@ class ORVEX_API Solver {
     /**
      * Writes the information that get reads as key=value on one line, in no particular order.
      *
-     * @param delimiter what stands between two entries; a blank when it is empty
+     * @param delimiter what is written between two entries; a blank when it is empty
      * @param out the stream, flushed at the end
      */
     void print(const std::string& delimiter, std::ostream& out) const;

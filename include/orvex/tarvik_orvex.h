@@ -157,7 +157,7 @@ TARVIK_ORVEX_API void tarvik_orvex_destroy(tarvik_orvex_handle* handle);
  *
  * @param handle a handle; NULL does nothing
  * @param function the event function; NULL for no events
- * @param user handed to the function as it stands; may be NULL
+ * @param user handed to the function unchanged; may be NULL
  */
 TARVIK_ORVEX_API void tarvik_orvex_set_callback(tarvik_orvex_handle* handle,
                                                 tarvik_orvex_event_function function, void* user);
@@ -224,10 +224,10 @@ TARVIK_ORVEX_API const char* tarvik_orvex_info(const tarvik_orvex_handle* handle
 /* ---- Requests from within the event function. */
 
 /**
- * Asks for an event 2 after so many seconds.
+ * Asks for an event 2 after this many seconds.
  *
  * It comes once: the event function asks again for another one. Any event that comes first puts a
- * timer that is not due yet back to the full delay, so that it runs out behind so many seconds of
+ * timer that is not due yet back to the full delay, so that it runs out after so many seconds of
  * quiet; asking anew within that event changes the delay. The event is brought by the next result
  * that comes back from a block, and so is late by at most that.
  *
@@ -235,7 +235,7 @@ TARVIK_ORVEX_API const char* tarvik_orvex_info(const tarvik_orvex_handle* handle
  * while that waits for the caller's.
  *
  * @param handle the handle whose event it is; NULL does nothing
- * @param seconds the delay; 0 or less asks for an event at once, and what is no number for nothing
+ * @param seconds the delay; 0 or less asks for an event at once, and what is not a number for nothing
  */
 TARVIK_ORVEX_API void tarvik_orvex_cb_timer(tarvik_orvex_handle* handle, double seconds);
 

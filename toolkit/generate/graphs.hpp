@@ -36,7 +36,7 @@ Graph torus(int rows, int columns);
  */
 Graph planar(int size, double density, std::uint32_t seed);
 
-/** The edges of both, on the same vertices; one that is in both stands once. */
+/** The edges of both, on the same vertices; one that is in both counts once. */
 Graph united(const Graph& first, const Graph& second);
 
 /** Makes each weight 1 or -1, with equal chances. */

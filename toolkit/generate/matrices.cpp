@@ -18,7 +18,7 @@ Rows palubeckis(int size, float density, std::int64_t seed) {
                         row.push_back({i, -linear});
                     for (int j = i + 1; j < size; ++j) {
                         if (!is_wanted()) continue;
-                        // A pair stands twice in the full matrix.
+                        // A pair is twice in the full matrix.
                         if (const std::int64_t value = coefficient(); value != 0)
                             row.push_back({j, -2 * value});
                     }

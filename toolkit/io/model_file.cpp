@@ -51,7 +51,7 @@ void ModelFile::read_header() {
     problem_.smallest = reader_.number("the smallest weight");
     problem_.largest = reader_.number("the largest weight");
     // The library's writer never looks at the first weight for the largest; with one variable, none
-    // is left and the starting value stands.
+    // is left and the starting value remains.
     const bool written_so = size == 1 && problem_.largest == LOWEST_64;
     if (problem_.smallest > problem_.largest && !written_so)
         reader_.fail("the header's smallest weight is above its largest (" +

@@ -23,9 +23,18 @@ void give_back() {
     resident = 0;
 }
 
+/** A thread must not ask for a mutex that it holds, as it would where an event ends a problem. */
+thread_local bool holds_library = false;
+
 }  // namespace
 
-LibraryLock::LibraryLock() : lock_(library_mutex()) {}
+LibraryLock::LibraryLock() : lock_(library_mutex()) {
+    holds_library = true;
+}
+
+LibraryLock::~LibraryLock() {
+    holds_library = false;
+}
 
 Residency::Residency() : number_(++last_number) {}
 
@@ -37,7 +46,7 @@ Residency& Residency::operator=(Residency&& other) noexcept {
 }
 
 Residency::~Residency() {
-    if (number_ == 0) return;
+    if (number_ == 0 || holds_library) return;
     // A search that runs just now has another problem, and the next one finds this one's number.
     const std::unique_lock lock(library_mutex(), std::try_to_lock);
     if (lock && resident == number_) give_back();

@@ -14,6 +14,9 @@ class LibraryLock {
   public:
     /** Waits until no other search runs. */
     LibraryLock();
+    ~LibraryLock();
+    LibraryLock(const LibraryLock&) = delete;
+    LibraryLock& operator=(const LibraryLock&) = delete;
 
   private:
     std::unique_lock<std::mutex> lock_;

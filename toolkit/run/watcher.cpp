@@ -68,7 +68,7 @@ void Watcher::handle(const std::string& event) {
     if (limits_.abort && moment_.elapsed >= *limits_.abort) steering_.stop(Ending::TIME_LIMIT);
 }
 
-/** What stands is asked for again at each event: a run takes one request at a time. */
+/** What has been asked for is asked for again at each event: a run takes one request at a time. */
 void Watcher::request() {
     if (steering_.ending_) {
         set("abort");

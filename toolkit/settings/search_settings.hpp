@@ -1,7 +1,7 @@
 // The one place that decides how a model is searched when the user says nothing: how many flips an
 // instance may take and how many of them make one search, and for large sparse models the pool and
 // the rule. With the few blocks of a CPU this decides the time to a good solution more than
-// anything else; docs/performance.md has the measurements behind it.
+// anything else; docs/performance.md has the measurements that it rests on.
 #pragma once
 
 #include <algorithm>
@@ -45,7 +45,7 @@ inline std::string choose_search_cycles(int size, const Couplings& couplings) {
  *
  * - "search_cycles", as above.
  * - Large models of few neighbours each: in the seconds of a run their blocks do some hundred
- *   instances, too few to fill large pools again behind every restart. Pools of ten, no restarts.
+ *   instances, too few to fill large pools again after every restart. Pools of ten, no restarts.
  * - Of these, unweighted graphs with hardly more edges than a tree: long searches by "CyclicMin"
  *   without tabus, whose step costs a tenth of the others' there since it draws nothing.
  */

@@ -17,7 +17,7 @@ inline constexpr double DEFAULT_TIME_LIMIT = 10;
 struct SolveOptions {
     std::optional<double> time_limit{};  ///< seconds, as exact as results come in; 0: no limit
     std::optional<long> target{};        ///< ends at this energy or below
-    std::optional<long> trials{};        ///< ends after so many start instances, at least 1
+    std::optional<long> trials{};        ///< ends after this many start instances, at least 1
 
     /**
      * Parameters of the library (docs/parameters.md), by key. They go before what the members above

@@ -39,7 +39,7 @@ def check_scale(scale: object) -> Scale | None:
 
 
 def exact(value: object, name: str) -> Fraction:
-    """A caller's number, exactly; a float stands for the decimal number that it prints as."""
+    """A caller's number, exactly; a float means the decimal number that it prints as."""
     if isinstance(value, (bool, np.bool_)):
         raise TypeError(f"{name} must be a number, not {value!r}")
     if isinstance(value, numbers.Rational):

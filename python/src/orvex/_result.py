@@ -29,7 +29,7 @@ class Result:
     energy: Energy
     """Its energy, computed from the bits in exact integers: an int where it is whole."""
     history: list[tuple[float, Energy]]
-    """Seconds since the search began, and energy, of every new best; a start stands at 0.0."""
+    """Seconds since the search began, and energy, of every new best; a start is at 0.0."""
     status: Status
     """What ended the search; "ended" where the library tells no reason."""
     info: dict[str, str]

@@ -88,7 +88,7 @@ def solve(
     target
         The search ends at this energy or below.
     trial_limit
-        The search ends after so many start instances.
+        The search ends after this many start instances.
     starts
         Bit vectors that count as found when the search begins. The best is searched from at once, the
         others are given as hints.

@@ -2,6 +2,7 @@
 #include "toolkit/solve.hpp"
 
 #include <limits>
+#include <memory>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -135,6 +136,21 @@ TEST(Solve, InsideAnEventIsRefused) {
     const Problem problem = random_problem(100, 100);
     Nested nested(problem);
     EXPECT_THROW(solve(problem, {.time_limit = 60}, nested), std::logic_error);
+}
+
+/** Lets go of a problem while the library is held by this very thread. */
+struct LetsGo : Events {
+    void began(const Moment&, Steering&) override { problem.reset(); }
+    std::unique_ptr<Problem> problem;
+};
+
+TEST(Solve, AProblemMayEndInsideAnEventOfAnother) {
+    LetsGo events;
+    events.problem = std::make_unique<Problem>(random_problem(20, 100, 1));
+    solve(*events.problem, {.trials = 1});
+    const Problem other = random_problem(20, 100, 2);
+    EXPECT_EQ(solve(other, {.trials = 1}, events).ending, Ending::TRIAL_LIMIT);
+    EXPECT_EQ(events.problem, nullptr);
 }
 
 TEST(Solve, OnSeveralThreadsTakesTurns) {

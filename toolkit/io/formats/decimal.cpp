@@ -15,7 +15,7 @@ bool is_digit(char c) {
     return '0' <= c && c <= '9';
 }
 
-/** The digits of a number without its point, and how many of them stand behind it. */
+/** The digits of a number without its point, and how many of them follow it. */
 struct Digits {
     bool negative = false;
     std::string digits;

@@ -20,7 +20,7 @@ class Statement {
     /** @param lines where the statement comes from, for messages */
     explicit Statement(const Lines& lines) : lines_(lines) {}
 
-    /** Makes room for so many variables; never makes it less. */
+    /** Makes room for this many variables; never makes it less. */
     void resize(int size);
 
     /** Adds to the weight of a pair of variables, or of one variable with itself. */

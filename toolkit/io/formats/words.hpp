@@ -1,4 +1,4 @@
-// Words of a line: what stands between white space.
+// Words of a line: what is between white space.
 #pragma once
 
 #include <algorithm>
