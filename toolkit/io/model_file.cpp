@@ -10,7 +10,6 @@
 namespace orvex::toolkit {
 namespace {
 
-constexpr long LOWEST_32 = std::numeric_limits<std::int32_t>::min();
 constexpr long LOWEST_64 = std::numeric_limits<long>::min();
 
 std::string range_text(long smallest, long largest) {
