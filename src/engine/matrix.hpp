@@ -17,9 +17,15 @@ inline constexpr int FILLER = 255;
 /** Refuses a model that is too large for the band. */
 void check_model_fits(int n, int band_size);
 
-/** Fills all S rows and the diagonal from the model's n variables. E is int32_t or int64_t. */
+/**
+ * Fills all S rows and the diagonal from the model's n variables. E is int32_t or int64_t.
+ *
+ * @param zeros whether the rows are zero; then nothing is written where few elements are not, so
+ *     that a sparse model takes few of the pages of its record
+ */
 template <class E>
-void load_rows(E* rows, E* diagonal, int n, const device::SHAPE& shape, const Model::Impl& model);
+void load_rows(E* rows, E* diagonal, int n, const device::SHAPE& shape, const Model::Impl& model,
+               bool zeros);
 
 /**
  * The energy of a solution, computed from the matrix alone in 64 bits: a check on the energies that

@@ -1,7 +1,10 @@
 // The matrix as the search reads it: its layout, the places of its columns, the filler behind the
 // model's variables, and the energy computed from it.
 #include <cstddef>
+#include <cstring>
+#include <fstream>
 #include <memory>
+#include <unistd.h>
 
 #include "engine/support/band_10240_32_32.hpp"
 #include "engine/support/band_10240_64_64.hpp"
@@ -185,6 +188,44 @@ TEST(Wmat, TheEnergyDoesNotLookAtFillerBits) {
     instance.bits[0] = ~std::uint64_t{7};
     instance.bits[1] = ~std::uint64_t{0};
     EXPECT_EQ(matrix128(model)->compEnergy(instance), 0);
+}
+
+/** Rows of few elements are written in another way than full ones, into memory of zeros. */
+TEST(Wmat, IsTheSameWhateverWayItIsFilled) {
+    for (const int bits : {8, 16, 32, 64}) {
+        Model model(200, bits);
+        for (int i = 0; i < 200; i += 3) {
+            model.set(i, i, 5 - i % 11);
+            model.set(i, (i * 7) % 200, -100 + i % 100);
+        }
+        for (int j = 0; j < 200; ++j)
+            model.set(100, j, j % 5);  // a full row among sparse ones
+        const auto into_zeros = matrix256(model);
+        const auto into_anything = matrix256(Model(1, 8));
+        std::memset(into_anything->w, 0x5A, sizeof(into_anything->w));
+        into_anything->n = 200;
+        into_anything->load(model.impl());
+        EXPECT_EQ(std::memcmp(into_zeros.get(), into_anything.get(), sizeof(*into_zeros)), 0)
+            << bits;
+    }
+}
+
+/** Bytes of memory that this process has touched. */
+long resident_bytes() {
+    std::ifstream file("/proc/self/statm");
+    long pages = 0, resident = 0;
+    file >> pages >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+TEST(Wmat, OfASparseModelTakesFewPages) {
+    Model model(10000, 8);
+    for (int i = 0; i + 1 < 10000; ++i)
+        model.set(i, i + 1, -1);
+    const long before = resident_bytes();
+    const auto wmat = loaded<qb10240_32_32::WMAT>(qb10240_32_32::own, model);
+    EXPECT_EQ(wmat->w[10240 * 5L + device::SHAPE(10240).place(6)], -1);
+    EXPECT_LT(resident_bytes() - before, static_cast<long>(sizeof(*wmat)) / 3);
 }
 
 }  // namespace

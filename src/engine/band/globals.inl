@@ -13,7 +13,7 @@ inline BAND& own = *new BAND{.size = S,
                              .load = [](void* record, const Model::Impl& model) {
                                  WMAT& wmat = *static_cast<WMAT*>(record);
                                  wmat.n = model.size;
-                                 wmat.load(model);
+                                 wmat.load(model, HOST_MEMORY_IS_ZERO);
                              }};
 
 inline GLOBAL_VARS*& gv = own.gv;           ///< the run in progress

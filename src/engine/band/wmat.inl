@@ -11,8 +11,10 @@ struct WMAT {
     E diag[S];                             ///< the diagonal, in row order
     int n;                                 ///< the model's number of variables, at most S
 
-    /** Fills the record from the model; `n` has been set before. */
-    void load(const Model::Impl& model) { load_rows(w, diag, n, BLOCK_SHAPE, model); }
+    /** Fills the record from the model; `n` has been set before. `zeros`: all else is zero. */
+    void load(const Model::Impl& model, bool zeros = false) {
+        load_rows(w, diag, n, BLOCK_SHAPE, model, zeros);
+    }
 
     /** The energy of the instance, computed from the matrix alone and stored in it. */
     std::int64_t compEnergy(INST_t& instance) const {

@@ -4,7 +4,10 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <map>
+#include <mutex>
 #include <string>
+#include <sys/mman.h>
 
 #include "platform/cpu/runtime.hpp"
 #include "platform/cpu/signal.hpp"
@@ -15,6 +18,7 @@ namespace {
 
 constexpr std::size_t ALIGNMENT = 64;  // a cache line, and the widest vector
 constexpr std::size_t WORTH_CHECKING = 1 << 26;
+constexpr std::size_t WORTH_MAPPING = 1 << 20;
 
 std::atomic<long> large_count{0};
 
@@ -59,22 +63,66 @@ void copy_bytes(void* to, const void* from, std::size_t bytes) {
                          __ATOMIC_RELAXED);
 }
 
+/** Whether there is room for so much; counts it if there is. */
+bool granted(std::size_t bytes) {
+    if (bytes > static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max())) return false;
+    if (bytes >= WORTH_CHECKING && (bytes > meminfo_available() || bytes > container_available()))
+        return false;
+    if (bytes >= LARGE_ALLOCATION) large_count.fetch_add(1);
+    return true;
+}
+
+/** Memory that is mapped page by page as it is written, with its lengths. */
+struct MAPPED {
+    std::mutex mutex;
+    std::map<void*, std::size_t> lengths;
+};
+MAPPED& mapped() {
+    static MAPPED& all = *new MAPPED;  // never destroyed: sessions end with the process
+    return all;
+}
+
+/** Gives mapped memory back; false if it is not. */
+bool unmapped(void* memory) {
+    MAPPED& all = mapped();
+    const std::lock_guard lock(all.mutex);
+    const auto found = all.lengths.find(memory);
+    if (found == all.lengths.end()) return false;
+    munmap(memory, found->second);
+    all.lengths.erase(found);
+    return true;
+}
+
 }  // namespace
 
 cudaError_t allocate(void** memory, std::size_t bytes) {
     *memory = nullptr;
-    if (bytes > static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max()))
-        return cudaErrorMemoryAllocation;
-    if (bytes >= WORTH_CHECKING && (bytes > meminfo_available() || bytes > container_available()))
-        return cudaErrorMemoryAllocation;
-    if (bytes >= LARGE_ALLOCATION) large_count.fetch_add(1);
+    if (!granted(bytes)) return cudaErrorMemoryAllocation;
     const std::size_t rounded = (bytes + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
     *memory = std::aligned_alloc(ALIGNMENT, rounded == 0 ? ALIGNMENT : rounded);
     return *memory ? cudaSuccess : cudaErrorMemoryAllocation;
 }
 
+cudaError_t allocate_zeros(void** memory, std::size_t bytes) {
+    if (bytes < WORTH_MAPPING) {
+        if (allocate(memory, bytes) != cudaSuccess) return cudaErrorMemoryAllocation;
+        std::memset(*memory, 0, bytes);
+        return cudaSuccess;
+    }
+    *memory = nullptr;
+    if (!granted(bytes)) return cudaErrorMemoryAllocation;
+    void* const pages =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) return cudaErrorMemoryAllocation;
+    MAPPED& all = mapped();
+    const std::lock_guard lock(all.mutex);
+    all.lengths.emplace(pages, bytes);
+    *memory = pages;
+    return cudaSuccess;
+}
+
 cudaError_t release(void* memory) {
-    std::free(memory);
+    if (!unmapped(memory)) std::free(memory);
     return cudaSuccess;
 }
 

@@ -57,7 +57,12 @@ struct STREAM;
 using cudaStream_t = STREAM*;
 
 cudaError_t allocate(void** memory, std::size_t bytes);
+/** Memory of zeros, of which the pages that nobody writes cost nothing. */
+cudaError_t allocate_zeros(void** memory, std::size_t bytes);
 cudaError_t release(void* memory);
+
+/** Whether cudaMallocHost gives memory of zeros. */
+inline constexpr bool HOST_MEMORY_IS_ZERO = true;
 
 template <class T>
 cudaError_t cudaMalloc(T** memory, std::size_t bytes) {
@@ -65,7 +70,7 @@ cudaError_t cudaMalloc(T** memory, std::size_t bytes) {
 }
 template <class T>
 cudaError_t cudaMallocHost(T** memory, std::size_t bytes) {
-    return allocate(reinterpret_cast<void**>(memory), bytes);
+    return allocate_zeros(reinterpret_cast<void**>(memory), bytes);
 }
 template <class T>
 cudaError_t cudaHostAlloc(T** memory, std::size_t bytes, unsigned) {

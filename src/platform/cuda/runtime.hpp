@@ -53,6 +53,9 @@ inline void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStrea
 
 // ---- memory --------------------------------------------------------------------------------
 
+/** Whether cudaMallocHost gives memory of zeros. */
+inline constexpr bool HOST_MEMORY_IS_ZERO = false;
+
 /**
  * The device's copy of a large read-only record of `bytes` bytes in page-locked host memory, the
  * same for all kernels. On a stream of its own the copy is still under way when this returns; on

@@ -45,6 +45,16 @@ void look_at_row(const E* row, int size, int own, ROW_SURVEY& survey) {
     survey.widest = std::max<std::uint64_t>(survey.widest, widest);
 }
 
+constexpr int LINE = 16;  ///< elements that are looked at together; every size is a multiple
+
+template <class E>
+bool is_zero(const E* line) {
+    E any = 0;
+    for (int k = 0; k < LINE; ++k)
+        any |= line[k];
+    return any == 0;
+}
+
 /**
  * Calls work(first, last, share) for shares of the rows, on as many threads as there are processors
  * where the matrix is large: what is done here runs in front of a search.
@@ -145,8 +155,12 @@ void CPU_ROWS<E>::listRows() {
         starts[i] = count;
         const E* row = weights_ + static_cast<std::size_t>(i) * static_cast<std::size_t>(size_);
         const int own = shape.place(i);
-        for (int p = 0; p < size_; ++p)
-            if (row[p] != 0 && p != own) entries[count++] = {row[p], static_cast<std::uint16_t>(p)};
+        for (int line = 0; line < size_; line += LINE) {
+            if (is_zero(row + line)) continue;
+            for (int p = line; p < line + LINE; ++p)
+                if (row[p] != 0 && p != own)
+                    entries[count++] = {row[p], static_cast<std::uint16_t>(p)};
+        }
     }
     assert(count == survey_.entries);
     starts[size_] = count;
