@@ -39,6 +39,7 @@ void solve(BAND& band, Sol::Impl& sol, const Model::Impl& model, const Param::Im
            const Sol::Impl* start) {
     int devices = 0;
     if (cudaGetDeviceCount(&devices) != cudaSuccess || devices == 0) error_exit("No GPU found.");
+    assert(devices > 0 && band.load && band.kernel);
     drop_stale_session(band, model);
     assert(!band.gv);  // a band does one run at a time
     const auto run = std::make_unique<GLOBAL_VARS>(band, sol, model, param, start);
@@ -48,7 +49,10 @@ void solve(BAND& band, Sol::Impl& sol, const Model::Impl& model, const Param::Im
     set_param(*run, *device_parameters);
     if (run->gpus == 0) run->gpus = run->available_gpus;
 
+    assert(run->gpus <= devices);
+
     main_program(*run);
+    assert(run->stop_code != -1);  // an overflow has ended the process
 
     store_session(band, model, run->owns_wmat ? run->wmat : nullptr);
     run->owns_wmat = false;

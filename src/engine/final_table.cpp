@@ -1,5 +1,7 @@
 // The table at the end of a run: one row for each island, one for all of them, and what each device
 // was kept busy with.
+#include <cassert>
+
 #include "engine/display.hpp"
 #include "engine/island.hpp"
 
@@ -13,6 +15,7 @@ void ISLAND::print(int number, bool winner, long best_energy) const {
 }
 
 void ALLISLAND::print() {
+    assert(islands.size() == static_cast<std::size_t>(count) && run.dev_threads);
     summary.received = 0;
     summary.flips = 0;
     for (const auto& island : islands) {
@@ -40,6 +43,7 @@ void ALLISLAND::printOccupancy(const DEV_THREAD& device) const {
         if (run.islands_per_gpu > 1)
             write_stderr(run, 2, "Isl %d: %d blocks ", island->id, island->deliveringBlocks());
     }
+    assert(blocks >= 0 && blocks <= run.islands_per_gpu * run.blocks_per_gpu);
     const int available = run.prop.multiProcessorCount * run.prop.maxThreadsPerMultiProcessor;
     const int threads = blocks * run.band.threads();
     write_stderr(run, 2, "%d total blocks with %d/%d total threads occupancy=%.2f%%\n", blocks,

@@ -30,7 +30,9 @@ GLOBAL_VARS::~GLOBAL_VARS() {
 }
 
 void set_param(GLOBAL_VARS& run, device::GPU_PARAMS& gpu_params) {
+    assert(run.param && run.available_gpus > 0);
     read_params(run, gpu_params, run.band.size);
+    assert(gpu_params.tabu_cycles <= 255 && run.pool_size >= 2);
 }
 
 }  // namespace orvex::engine

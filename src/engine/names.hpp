@@ -42,6 +42,17 @@ inline constexpr ALGORITHM_NAMES ALGORITHM_TABLE = [] {
     return names;
 }();
 
+/** The display tells kinds apart by their letters. */
+template <class TABLE>
+constexpr bool has_letters_of_its_own(const TABLE& table) {
+    for (std::size_t i = 0; i < table.size(); ++i)
+        for (std::size_t k = 0; k < i; ++k)
+            if (table[i][0] == table[k][0]) return false;
+    return true;
+}
+static_assert(has_letters_of_its_own(INSTANCE_TABLE) && INSTANCE_TABLE.back() == "*");
+static_assert(has_letters_of_its_own(ALGORITHM_TABLE) && ALGORITHM_TABLE.back() == "*");
+
 /** Letter of a kind; "*" for a number outside the table. */
 template <class TABLE>
 char letter(const TABLE& table, int kind) {

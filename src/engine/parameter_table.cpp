@@ -269,6 +269,15 @@ constexpr PARAMETER_ROW ROWS[] = {
      into<&RUN_STATE::exp_popcount>},
 };
 
+static_assert(
+    [] {
+        for (const PARAMETER_ROW& row : ROWS)
+            for (const PARAMETER_ROW* other = ROWS; other != &row; ++other)
+                if (other->told.key == row.told.key) return false;
+        return true;
+    }(),
+    "every key has one row");
+
 constexpr auto TOLD = [] {
     std::array<Parameter, std::size(ROWS)> told{};
     for (std::size_t i = 0; i < told.size(); ++i)

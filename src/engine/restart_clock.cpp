@@ -31,7 +31,9 @@ RESTART_CLOCK::RESTART_CLOCK(double limit_, double t0_, double b_, double nobest
       nobest(nobest_),
       start(now()),
       end(limit_ > 0 ? start + nanoseconds(limit_) : std::numeric_limits<std::int64_t>::max()) {
+    assert(end >= start && limit_ >= 0);
     nextPeriod();
+    assert(count == 1);
 }
 
 void RESTART_CLOCK::nextPeriod() {

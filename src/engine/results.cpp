@@ -55,6 +55,7 @@ void ISLAND::showProgress(bool new_best) const {
                       recv_buf->overflow != 0};
     for (const auto& island : run.allisland->islands)
         progress.islands.push_back(shown(island->current));
+    assert(progress.islands.size() == static_cast<std::size_t>(run.islands));
     write_stderr(run, 1, "%s", progress_line(progress, run, *run.restart_clock).c_str());
 }
 

@@ -23,6 +23,8 @@ struct LIST_ENTRY {
     std::uint16_t place;
 };
 
+static_assert(sizeof(LIST_ENTRY<std::int32_t>) == 8 && sizeof(LIST_ENTRY<std::int64_t>) == 16);
+
 /** Name of a form in reports. */
 constexpr const char* form_name(ROW_FORM form, int record_bits) {
     switch (form) {

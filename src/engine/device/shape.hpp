@@ -34,5 +34,9 @@ struct SHAPE {
         return (place % threads) * own + place / threads;
     }
 };
+static_assert(SHAPE(64).own == 1 && SHAPE(256).own == 4 && SHAPE(4096).own == 4);
+static_assert(SHAPE(65536).threads == 1024 && SHAPE(65536).own == 64);
+static_assert(SHAPE(5120).bit(SHAPE(5120).place(4711)) == 4711);
+static_assert(SHAPE(64).place(17) == 17, "with one bit for each thread, places are bits");
 
 }  // namespace orvex::device

@@ -62,14 +62,14 @@ TEST(Plan, IsNoneWhereNoBandHoldsTheModel) {
 
 TEST(Plan, DealsBlocksToIslandsAsTheRunDoes) {
     const int processors = platform::usable_processors();
-    const std::optional<Plan> plan = plan_run({.size = 1024});  // four blocks on each processor
+    const std::optional<Plan> plan = plan_run({.size = 256});  // 16 blocks on each processor
     ASSERT_TRUE(plan);
-    EXPECT_EQ(plan->threads_per_block, 256);
-    EXPECT_EQ(plan->islands, std::min(5, 4 * processors));
-    EXPECT_GE(plan->islands * plan->blocks_per_island, 4 * processors);
+    EXPECT_EQ(plan->threads_per_block, 64);
+    EXPECT_EQ(plan->islands, 5);
+    EXPECT_GE(plan->islands * plan->blocks_per_island, 16 * processors);
 
     const std::optional<Plan> chosen =
-        plan_run({.size = 1024, .islands_per_gpu = 3, .blocks_per_island = 7});
+        plan_run({.size = 256, .islands_per_gpu = 3, .blocks_per_island = 7});
     EXPECT_EQ(chosen->islands, 3);
     EXPECT_EQ(chosen->blocks_per_island, 7);
 }
@@ -84,30 +84,30 @@ TEST(Plan, SeesAShapeThatCannotBeLaunched) {
 TEST(Plan, SharesRowsAndDeltasOutByTheStatistics) {
     const auto plan = [](std::uint64_t largest, std::uint64_t entries, std::uint64_t sum) {
         return *plan_run(
-            {.size = 1024,
+            {.size = 256,
              .rows = {.largest = largest, .entries = entries, .largest_row_sum = sum}});
     };
-    constexpr std::uint64_t ALL = 1024 * 1023;
+    constexpr std::uint64_t ALL = 256 * 255;
     EXPECT_EQ(plan(100, ALL, 100'000).rows, "8-bit");
-    EXPECT_EQ(plan(100, ALL, 100'000).rows_bytes, 1024u * 1024);
+    EXPECT_EQ(plan(100, ALL, 100'000).rows_bytes, 256u * 256);
     EXPECT_EQ(plan(1000, ALL, 1'000'000).rows, "16-bit");
     EXPECT_EQ(plan(100'000, ALL, 100'000'000).rows, "32-bit");
     EXPECT_EQ(plan(100'000, ALL, 100'000'000).rows_bytes, 0u);
-    EXPECT_EQ(plan(1, 4096, 4).rows, "sparse");
-    EXPECT_EQ(plan(1, 4096, 4).delta_bits, 16);
-    EXPECT_EQ(plan(1, ALL, 1023).delta_bits, 16);
+    EXPECT_EQ(plan(1, 512, 4).rows, "sparse");
+    EXPECT_EQ(plan(1, 512, 4).delta_bits, 16);
+    EXPECT_EQ(plan(1, ALL, 255).delta_bits, 16);
     EXPECT_EQ(plan(100, ALL, 100'000).delta_bits, 32);
 }
 
 TEST(Plan, CountsTheMemoryOfMatrixPoolsAndBlocks) {
-    const Plan plan = *plan_run({.size = 1000, .matrix_bits = 16});
-    EXPECT_EQ(plan.matrix_bytes, (1024u * 1024 + 1024) * 4 + 4);
+    const Plan plan = *plan_run({.size = 250, .matrix_bits = 16});
+    EXPECT_EQ(plan.matrix_bytes, (256u * 256 + 256) * 4 + 4);
     EXPECT_EQ(plan.device_bytes, 0u);
-    const Plan larger_pools = *plan_run({.size = 1000, .matrix_bits = 16, .pool_size = 1100});
+    const Plan larger_pools = *plan_run({.size = 250, .matrix_bits = 16, .pool_size = 1100});
     EXPECT_EQ(larger_pools.search_bytes - plan.search_bytes,
-              static_cast<std::uint64_t>(plan.islands) * 1000 * (1024 / 8 + 64));
-    const Plan more_blocks = *plan_run(
-        {.size = 1000, .matrix_bits = 16, .islands_per_gpu = 5, .blocks_per_island = 500});
+              static_cast<std::uint64_t>(plan.islands) * 1000 * (256 / 8 + 64));
+    const Plan more_blocks =
+        *plan_run({.size = 250, .matrix_bits = 16, .islands_per_gpu = 5, .blocks_per_island = 500});
     EXPECT_GT(more_blocks.search_bytes, plan.search_bytes);
     // The largest model does not overflow.
     const std::optional<Plan> largest = plan_run({.size = 65536, .matrix_bits = 64});

@@ -46,6 +46,7 @@ std::unique_ptr<platform::DEVICE_COPY> CPU_KERNEL<E, D>::copyOf(const void* reco
 template <class E, class D>
 std::unique_ptr<platform::BLOCK_TASK> CPU_KERNEL<E, D>::makeBlock(int index,
                                                                   void** arguments) const {
+    assert(index >= 0 && arguments);
     // The kernel's parameters: the device's number, the seeds, the matrix, the slots of a ring, the
     // islands of the device, the rings, words that no block uses, the state of the device.
     const auto& matrix = static_cast<const CPU_MATRIX<E>&>(

@@ -3,6 +3,7 @@
 // both.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,6 +21,8 @@ class ARENA {
 
     template <class X>
     X* take(std::size_t count) {
+        static_assert(alignof(X) <= CACHE_LINE);
+        assert(reinterpret_cast<std::uintptr_t>(memory_) % CACHE_LINE == 0);
         X* const array = memory_ ? reinterpret_cast<X*>(memory_ + used_) : nullptr;
         used_ += (count * sizeof(X) + CACHE_LINE - 1) / CACHE_LINE * CACHE_LINE;
         return array;
