@@ -235,7 +235,8 @@ TARVIK_ORVEX_API const char* tarvik_orvex_info(const tarvik_orvex_handle* handle
  * while that waits for the caller's.
  *
  * @param handle the handle whose event it is; NULL does nothing
- * @param seconds the delay; 0 or less asks for an event at once, and what is not a number for nothing
+ * @param seconds the delay; 0 or less asks for an event at once, and what is not a number for
+ * nothing
  */
 TARVIK_ORVEX_API void tarvik_orvex_cb_timer(tarvik_orvex_handle* handle, double seconds);
 
