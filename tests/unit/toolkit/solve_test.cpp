@@ -62,7 +62,8 @@ TEST(Solve, KeepsAHistoryThatOnlyGetsBetter) {
         EXPECT_LT(found.energy, result.history[k - 1].energy);
     }
     EXPECT_EQ(result.ending, Ending::TIME_LIMIT);
-    EXPECT_NEAR(result.search_time, 0.3, 0.2);
+    EXPECT_GE(result.search_time, 0.29);
+    EXPECT_LT(result.search_time, 5);  // the instances under way come to their end
 }
 
 TEST(Solve, EndsAfterSoManyTrials) {
