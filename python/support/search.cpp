@@ -65,7 +65,7 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
     if (given.trials != nullptr) options.trials = *given.trials;
     for (const char* const* text = given.settings; *text != nullptr; text += 2)
         options.settings[text[0]] = text[1];
-    options.library_cycles = given.library_cycles != 0;
+    options.engine_cycles = given.engine_cycles != 0;
     const std::uint64_t* words = given.words;
     const auto take = [&](std::vector<Sol>& solutions, int count) {
         for (; count > 0; --count, words += (problem.size + 63) / 64)

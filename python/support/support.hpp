@@ -18,7 +18,7 @@ struct ORVEX_PYTHON_OPTIONS {
     const std::int64_t* target;
     const std::int64_t* trials;
     const char* const* settings;  ///< keys and values in turn, then null
-    int library_cycles;
+    int engine_cycles;
     int starts, hints;           ///< how many of each
     const std::uint64_t* words;  ///< the bits of the starts, then of the hints
 };

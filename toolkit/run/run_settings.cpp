@@ -82,7 +82,7 @@ RunSettings settings_for(const SolveOptions& options, const Problem& problem) {
     settings.arithmetic_bits = std::min(proven, 64);
     settings.params["arithmetic_bits"] = std::to_string(settings.arithmetic_bits);
     const auto given = [&](const std::string& key) {
-        return options.settings.contains(key) || (options.library_cycles && key == "search_cycles");
+        return options.settings.contains(key) || (options.engine_cycles && key == "search_cycles");
     };
     settings.params.merge(choose_settings(problem.size, problem.couplings, given));
 

@@ -24,7 +24,7 @@ struct SolveOptions {
      * say and before what would be chosen.
      */
     Settings settings{};
-    bool library_cycles = false;  ///< leaves an open "search_cycles" to the library
+    bool engine_cycles = false;  ///< leaves an open "search_cycles" to the library
 
     /**
      * Solutions that count as found when the search begins. The best is searched from at once, the

@@ -31,7 +31,7 @@ class Question:
     def __init__(
         self,
         settings: Mapping[str, str],
-        library_cycles: bool,
+        engine_cycles: bool,
         time_limit: float | None,
         target: int | None,
         trials: int | None,
@@ -46,7 +46,7 @@ class Question:
             None if target is None else ctypes.pointer(c_int64(target)),
             None if trials is None else ctypes.pointer(c_int64(trials)),
             (c_char_p * (len(texts) + 1))(*texts, None),
-            library_cycles,
+            engine_cycles,
             len(starts),
             len(hints),
             self._words.ctypes.data,

@@ -44,7 +44,7 @@ class Options(ctypes.Structure):
         ("target", POINTER(c_int64)),
         ("trials", POINTER(c_int64)),
         ("settings", POINTER(c_char_p)),  # keys and values in turn, then null
-        ("library_cycles", c_int),
+        ("engine_cycles", c_int),
         ("starts", c_int),
         ("hints", c_int),
         ("words", c_void_p),  # of the starts, then of the hints

@@ -102,7 +102,7 @@ TEST(RunSettings, EnergiesThatMayNotFitAreRefused) {
 
 TEST(RunSettings, CyclesCanBeLeftToTheLibrary) {
     SolveOptions options;
-    options.library_cycles = true;
+    options.engine_cycles = true;
     EXPECT_EQ(settings(options).params.count("search_cycles"), 0u);
 }
 

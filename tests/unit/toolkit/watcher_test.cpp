@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "toolkit/model/energy.hpp"
 #include "unit/toolkit/random_problem.hpp"
 
 namespace orvex::toolkit::test {
@@ -26,14 +25,6 @@ class WatcherTest : public testing::Test {
         if (name == "alarm") requests.alarm_armed = 0;
         watcher.callback(name);
         return requests.abort_request != 0;
-    }
-
-    Watcher watcher(const Watcher::Limits& limits, Events& events) {
-        return Watcher(problem_, limits, {}, {}, events);
-    }
-
-    long energy(const Sol& solution) {
-        return static_cast<long>(exact_energy(*problem_.model, solution, SIZE));
     }
 
     /** The one that is set alone. */
