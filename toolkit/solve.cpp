@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "toolkit/model/energy.hpp"
 #include "toolkit/model/memory.hpp"
 #include "toolkit/run/run_settings.hpp"
 #include "toolkit/run/watcher.hpp"
@@ -38,7 +37,7 @@ void expect_bits(const std::vector<Sol>& solutions, const char* name, int size) 
 void expect_sound(const Problem& problem, const SolveOptions& options) {
     if (Watcher::in_event())
         throw std::logic_error("solve() inside an event of a search would wait for itself");
-    if (!problem.model) throw InputError("the problem has no model");
+    if (problem.weights.empty()) throw InputError("the problem has no model");
     expect_settings(options.settings);
     expect_bits(options.starts, "start", problem.size);
     expect_bits(options.hints, "hint", problem.size);
@@ -86,8 +85,7 @@ Plan plan_of(const Problem& problem, const RunSettings& settings, Events& events
 std::vector<Found> scored(const Problem& problem, const std::vector<Sol>& starts) {
     std::vector<Found> found;
     for (const Sol& start : starts)
-        found.push_back(
-            {0, static_cast<long>(exact_energy(*problem.model, start, problem.size)), start});
+        found.push_back({0, static_cast<long>(problem.weights.energy(start)), start});
     std::stable_sort(found.begin(), found.end(),
                      [](const Found& a, const Found& b) { return a.energy < b.energy; });
     return found;
@@ -101,16 +99,16 @@ Sol run(const Problem& problem, const RunSettings& settings, Watcher& watcher) {
         param.set(key, value);
     param.set(watcher);
     const Solver solver(false);
-    if (watcher.history().empty()) return solver(*problem.model, param);
+    if (watcher.history().empty()) return solver(problem.weights.matrix(), param);
     const Sol start = watcher.history().front().solution;
-    return solver(*problem.model, param, start);
+    return solver(problem.weights.matrix(), param, start);
 }
 
 // ---- verify --------------------------------------------------------------------------------
 
 /** Adds up the energy of the library's result and compares it with what the library reports. */
 void verify(const Problem& problem, const Sol& solution) {
-    const Wide exact = exact_energy(*problem.model, solution, problem.size);
+    const Wide exact = problem.weights.energy(solution);
     const long reported = std::stol(solution.get("energy"));
     // A run that was ended before its first result reports the start solution and no energy.
     const bool nothing_found =

@@ -7,7 +7,6 @@
 #include "support.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/model/build.hpp"
-#include "toolkit/model/energy.hpp"
 #include "toolkit/run/run_settings.hpp"
 
 using namespace orvex::python;
@@ -81,7 +80,6 @@ ORVEX_PYTHON_API Problem* orvex_python_from_file(const char* path, const char* f
         if (penalty != nullptr) options.penalty = *penalty;
         if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
         InputFile file(path, options);
-        expect_model_memory(file.size(), file.width());
         return kept(file.read());
     });
 }
@@ -136,5 +134,5 @@ ORVEX_PYTHON_API std::int64_t orvex_python_energy(const Problem* problem,
                                                   const std::uint64_t* words) {
     orvex::Sol solution(problem->size);
     std::copy_n(words, solution.impl().words, solution.impl().data.get());
-    return static_cast<std::int64_t>(exact_energy(*problem->model, solution, problem->size));
+    return static_cast<std::int64_t>(problem->weights.energy(solution));
 }

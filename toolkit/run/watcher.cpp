@@ -4,8 +4,6 @@
 #include <string>
 #include <utility>
 
-#include "toolkit/model/energy.hpp"
-
 namespace orvex::toolkit {
 namespace {
 
@@ -104,11 +102,10 @@ double Watcher::elapsed() const {
 
 /** From the last best on, which most of the bits agree with. */
 long Watcher::energy_of(const Sol& solution) const {
-    const Model& model = *problem_.model;
-    if (history_.empty()) return static_cast<long>(exact_energy(model, solution, problem_.size));
+    const Weights& weights = problem_.weights;
+    if (history_.empty()) return static_cast<long>(weights.energy(solution));
     const Found& last = history_.back();
-    return static_cast<long>(last.energy +
-                             energy_change(model, last.solution, solution, problem_.size));
+    return static_cast<long>(last.energy + weights.energy_change(last.solution, solution));
 }
 
 }  // namespace orvex::toolkit

@@ -66,9 +66,9 @@ TEST(Assignments, TspLibKnowsCoordinatesAndMatrices) {
             "EDGE_WEIGHT_FORMAT: " +
             section + "\n");
         EXPECT_EQ(objective(matrix, assignment({0, 1, 2})), 7) << section;
-        EXPECT_EQ(matrix.model->get(0 * 3 + 0, 1 * 3 + 1), 1) << section;
-        EXPECT_EQ(matrix.model->get(0 * 3 + 0, 2 * 3 + 1), 2) << section;
-        EXPECT_EQ(matrix.model->get(1 * 3 + 0, 2 * 3 + 1), 4) << section;
+        EXPECT_EQ(matrix.weights.get(0 * 3 + 0, 1 * 3 + 1), 1) << section;
+        EXPECT_EQ(matrix.weights.get(0 * 3 + 0, 2 * 3 + 1), 2) << section;
+        EXPECT_EQ(matrix.weights.get(1 * 3 + 0, 2 * 3 + 1), 4) << section;
     }
 }
 
@@ -141,7 +141,7 @@ TEST(Assignments, DistancesAreRoundedByTheirType) {
     const auto distance = [](const std::string& type, const std::string& place) {
         const Problem problem = read("TYPE: TSP\nDIMENSION: 2\nEDGE_WEIGHT_TYPE: " + type +
                                      "\nNODE_COORD_SECTION\n1 0 0\n2 " + place + "\nEOF\n");
-        return problem.model->get(0, 3) / 2;  // there and back
+        return problem.weights.get(0, 3) / 2;  // there and back
     };
     EXPECT_EQ(distance("EUC_2D", "1 1"), 1);
     EXPECT_EQ(distance("EUC_2D", "1.5 0"), 2);
