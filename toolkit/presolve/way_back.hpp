@@ -1,0 +1,77 @@
+// The way from a reduced model back to the original and forward again. It is kept in spins: each
+// bit is a spin against the spin of one more node, the field, to which the linear terms couple.
+// Energies do not change when all spins turn, so only products of spins mean anything. Invariant:
+// each step takes its nodes out for good, and refers to nodes that are still there after it.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <vector>
+
+#include "toolkit/model/bounds.hpp"
+#include "toolkit/model/sparse_qubo.hpp"
+
+namespace orvex::toolkit {
+
+/** Two spins are tied: that of `gone` is `sign` times that of `kept`. */
+struct Tie {
+    std::int32_t gone;
+    std::int32_t kept;  ///< may be the field
+    std::int8_t sign;
+    /** Of a solution in which they are not tied so, which end turns to be no worse. */
+    bool kept_yields = false;
+};
+
+class WayBack {
+  public:
+    /** The way to a model that is the original itself. */
+    explicit WayBack(int size);
+
+    int original_size() const { return size_; }
+    int reduced_size() const { return static_cast<int>(left_.size()); }
+
+    /**
+     * With `x` a solution of the reduced model, the energy of `restore(x)` in the original is at
+     * most the energy of `x` plus this, divided by factor(); the same at an optimum.
+     */
+    Wide offset() const { return offset_; }
+
+    /**
+     * What the reduced model's couplings are multiplied by. Every rule keeps the sum of couplings
+     * at a node even, which is all that integers ask for, so it is 1.
+     */
+    static constexpr int factor() { return 1; }
+
+    /** A solution of the original, from one of the reduced model. Both sizes must be right. */
+    Bits restore(const Bits& reduced) const;
+
+    /** A solution of the reduced model; what it restores to is never worse than the original. */
+    Bits project(const Bits& original) const;
+
+    /** For each reduced variable the variable of the original that it stands for. */
+    std::vector<int> origin() const;
+
+    /** The field's number, one after the last variable. */
+    int field() const { return size_; }
+
+    /** For the rules, in the order in which they take nodes out. */
+    void add(const Tie& tie) { ties_.push_back(tie); }
+
+    /**
+     * Ends the list.
+     *
+     * @param left the nodes that are the reduced model's variables
+     * @param references for each of them the node against whose spin its bit is to be understood
+     */
+    void finish(std::vector<std::int32_t> left, std::vector<std::int32_t> references, Wide offset);
+
+  private:
+    using Spins = std::vector<std::int8_t>;
+
+    int size_;
+    Wide offset_ = 0;
+    std::vector<Tie> ties_;
+    std::vector<std::int32_t> left_, references_;
+};
+
+}  // namespace orvex::toolkit
