@@ -20,7 +20,7 @@ import subprocess
 import sys
 
 # Which folders (of src/ without that word) the files of a folder may include. The longest matching folder counts.
-TOOLKIT_ROOMS = [f"toolkit/{room}" for room in ("model", "settings", "io", "generate", "run")]
+TOOLKIT_ROOMS = [f"toolkit/{room}" for room in ("model", "settings", "io", "generate", "run", "companion")]
 DEVICE = ["engine/device", "platform", "problem"]
 ALLOWED = {
     "problem": ["problem"],
@@ -37,6 +37,7 @@ ALLOWED = {
     "toolkit/settings": ["toolkit/settings", "toolkit/model"],
     "toolkit/io": ["toolkit/io", "toolkit/model"],
     "toolkit/generate": ["toolkit/generate", "toolkit/io", "toolkit/model"],
+    "toolkit/companion": ["toolkit/companion", "toolkit/model"],
     "toolkit/run": ["toolkit/run", "toolkit/settings", "toolkit/model"],
     "toolkit": ["toolkit", *TOOLKIT_ROOMS],
     "app": ["app", "toolkit", *TOOLKIT_ROOMS],
