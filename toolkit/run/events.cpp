@@ -4,6 +4,8 @@ namespace orvex::toolkit {
 
 const char* text_of(Ending ending) {
     switch (ending) {
+        case Ending::OPTIMAL:
+            return "optimal";
         case Ending::TARGET:
             return "target reached";
         case Ending::TIME_LIMIT:
@@ -18,6 +20,22 @@ const char* text_of(Ending ending) {
             break;
     }
     return "ended";
+}
+
+const char* text_of(Source source) {
+    switch (source) {
+        case Source::START:
+            return "start";
+        case Source::PRESOLVE:
+            return "presolve";
+        case Source::COMPANION:
+            return "companion";
+        case Source::MERGE:
+            return "merge";
+        case Source::SEARCH:
+            break;
+    }
+    return "search";
 }
 
 }  // namespace orvex::toolkit
