@@ -44,10 +44,16 @@ struct CommandLine {
     CLI::App* solve = app.add_subcommand("solve", "search for the bit vector of lowest energy");
     CLI::App* check = app.add_subcommand("check", "validate a model file, tell what a run takes");
     CLI::App* convert = app.add_subcommand("convert", "write a problem's file in another format");
+    CLI::App* presolve =
+        app.add_subcommand("presolve", "write what exact reductions leave of a problem");
+    CLI::App* restore = app.add_subcommand(
+        "restore", "turn a solution of what presolve left into one of the problem");
     CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
     GenerateCommand generate{app};
     SolveCommand options;
     ConvertCommand conversion;
+    PresolveCommand reduction;
+    RestoreCommand restoration;
     std::string sense;
     std::vector<std::string> params;
 
@@ -65,9 +71,10 @@ struct CommandLine {
                 ->type_name("");
         describe_solve();
         describe_convert();
-        for (CLI::App* command : {solve, check, convert})
+        describe_presolve();
+        for (CLI::App* command : {solve, check, convert, presolve})
             describe_reading(command);
-        for (CLI::App* command : {solve, check, convert, info})
+        for (CLI::App* command : {solve, check, convert, presolve, restore, info})
             command->add_flag("--json", options.json,
                               "result as one JSON object on standard output");
     }
@@ -88,6 +95,21 @@ struct CommandLine {
                          "be repeated")
             ->type_name("KEY=VALUE")
             ->allow_extra_args(false);
+        solve
+            ->add_option("--presolve", options.presolve,
+                         "exact reductions before the search: auto, off or full")
+            ->check(CLI::IsMember({"auto", "off", "full"}))
+            ->type_name("EFFORT");
+        solve
+            ->add_option("--companion", options.companion,
+                         "share of the processors for the companion, which works on parts of "
+                         "structured models: from 0 (none) to 1 (all), or auto")
+            ->type_name("SHARE");
+        solve
+            ->add_option("--groups", options.groups,
+                         "one-hot groups for the companion: a line of variables for each group of "
+                         "which exactly one is 1; at most one where the line begins with <=")
+            ->type_name("FILE");
         solve->add_option("--start", options.start, "begin with the solution in this file")
             ->type_name("FILE");
         solve->add_option("--output", options.output, "write the solution and its results here")
@@ -108,6 +130,28 @@ struct CommandLine {
         convert->add_option("--to", conversion.to, "format to write: " + written_format_names())
             ->required()
             ->type_name("FORMAT");
+    }
+
+    void describe_presolve() {
+        presolve->footer(
+            "Beside OUT the way back is written to OUT.back: \"orvex restore\" takes it and a\n"
+            "solution of OUT, and writes one of IN.");
+        presolve->add_option("IN", reduction.input, "file of a problem")->required()->type_name("");
+        presolve
+            ->add_option("OUT", reduction.output,
+                         "file to write, compressed if its name ends in .gz")
+            ->required()
+            ->type_name("");
+        presolve->add_flag("--full", reduction.full, "all rules, however long they take");
+        restore->add_option("BACK", restoration.way_back, "the way back, of \"orvex presolve\"")
+            ->required()
+            ->type_name("");
+        restore->add_option("IN", restoration.input, "file of a solution of the reduced problem")
+            ->required()
+            ->type_name("");
+        restore->add_option("OUT", restoration.output, "file for the solution of the problem")
+            ->required()
+            ->type_name("");
     }
 
     void describe_reading(CLI::App* command) {
@@ -141,6 +185,10 @@ struct CommandLine {
         if (*solve) return cli::solve(options);
         if (*check) return cli::check(options.file, options.read, options.json);
         if (*convert) return cli::convert(conversion);
+        reduction.read = options.read;
+        reduction.json = restoration.json = options.json;
+        if (*presolve) return cli::presolve(reduction);
+        if (*restore) return cli::restore(restoration);
         if (generate.chosen()) return generate.run();
         return cli::info(options.json);
     }

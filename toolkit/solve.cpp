@@ -10,11 +10,10 @@
 
 #include "toolkit/companion/companion.hpp"
 #include "toolkit/run/companion_run.hpp"
-#include "toolkit/run/crew.hpp"
 #include "toolkit/run/library_run.hpp"
+#include "toolkit/run/prepare.hpp"
 #include "toolkit/run/record.hpp"
 #include "toolkit/run/run_settings.hpp"
-#include "toolkit/run/view.hpp"
 #include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::toolkit {
@@ -60,54 +59,6 @@ std::vector<Found> scored(const Problem& problem, const std::vector<Sol>& starts
     std::stable_sort(found.begin(), found.end(),
                      [](const Found& a, const Found& b) { return a.energy < b.energy; });
     return found;
-}
-
-// ---- presolve ------------------------------------------------------------------------------
-
-/** The lists of a large dense model would take more memory and time than its matrix. */
-bool has_lists(const Problem& problem) {
-    constexpr int SMALL = 2048;
-    return problem.weights.stated_sparse() || problem.size <= SMALL;
-}
-
-/** In a dense model the rules find nothing. */
-bool worth_presolving(const Problem& problem, PresolveEffort effort) {
-    constexpr int SMALL = 512;
-    if (effort == PresolveEffort::OFF) return false;
-    return effort == PresolveEffort::FULL || problem.weights.stated_sparse() ||
-           problem.size <= SMALL;
-}
-
-View view_of(const Problem& problem, const SolveOptions& options) {
-    if (!worth_presolving(problem, options.presolve)) return View(problem);
-    constexpr double SHARE_OF_TIME = 0.02;
-    const double limit = options.time_limit.value_or(DEFAULT_TIME_LIMIT);
-    const bool full = options.presolve == PresolveEffort::FULL;
-    Presolved presolved =
-        presolve(problem.weights.sparse(),
-                 {.effort = options.presolve, .time_limit = full ? 0 : SHARE_OF_TIME * limit});
-    return View(problem, std::move(presolved));
-}
-
-/** The caller's groups, or those that are found, in the variables of the searched model. */
-Groups groups_of(const View& view, const SolveOptions& options) {
-    if (options.companion == 0.0 || view.searched().size == 0) return {};
-    if (options.groups) return view.searched_groups(*options.groups);
-    const Problem& searched = view.searched();
-    return has_lists(searched) ? find_groups(searched.weights.sparse()) : Groups{};
-}
-
-Preparation preparation_of(const View& view, const Groups& groups, const Crew& crew,
-                           double seconds) {
-    Preparation preparation{.size = view.searched().size,
-                            .couplings = view.searched().couplings.count,
-                            .presolve_time = seconds,
-                            .rules = {},
-                            .groups = static_cast<long>(groups.members.size()),
-                            .companion_threads = crew.companion_threads,
-                            .library = crew.library};
-    if (view.presolved() != nullptr) preparation.rules = view.presolved()->rules();
-    return preparation;
 }
 
 // ---- settle --------------------------------------------------------------------------------
@@ -172,12 +123,11 @@ Sol told(const Record& record, const Sol* librarys, double search_time) {
 Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
     const Clock::time_point begin = Clock::now();
     expect_sound(problem, options);
-    const View view = view_of(problem, options);
-    const double presolve_time = seconds_since(begin);
+    const Prepared prepared = prepare(problem, options);
+    const View& view = prepared.view;
+    const Crew& crew = prepared.crew;
     const Problem& searched = view.searched();
     const bool anything_left = searched.size > 0;
-    const Groups groups = anything_left ? groups_of(view, options) : Groups{};
-    const Crew crew = anything_left ? crew_for(options, searched, groups) : Crew{.library = false};
     RunSettings settings = anything_left ? settings_for(searched_options(view, options), searched)
                                          : settings_for(options, problem);
     make_room(crew, settings.params);
@@ -185,12 +135,13 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
     Record record(view, limits, scored(problem, options.starts), options.hints, events);
 
     Result result;
-    result.preparation = preparation_of(view, groups, crew, presolve_time);
+    result.preparation = prepared.told;
     events.prepared(result.preparation);
     std::optional<Companion> companion;
     if (crew.companion_threads > 0)
-        companion.emplace(searched.weights.sparse(),
-                          CompanionOptions{.threads = crew.companion_threads, .groups = groups});
+        companion.emplace(
+            searched.weights.sparse(),
+            CompanionOptions{.threads = crew.companion_threads, .groups = prepared.groups});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
     if (start && companion) companion->offer(bits_of(*start));

@@ -6,20 +6,22 @@ namespace orvex::toolkit {
 
 View::View(const Problem& problem, Presolved presolved)
     : problem_(problem), presolved_(std::move(presolved)) {
-    reduced_ = problem_of(SparseQubo(presolved_->reduced()));
+    if (presolved_->reduced_size() == problem.size) return;  // nothing was taken out
+    const bool solved = presolved_->optimal();
+    reduced_ = solved ? Problem{} : problem_of(SparseQubo(presolved_->reduced()));
     reduced_->file = problem.file;
 }
 
 Sol View::original_of(const Sol& searched) const {
-    return presolved_ ? solution_of(presolved_->restore(bits_of(searched))) : searched;
+    return reduced_ ? solution_of(presolved_->restore(bits_of(searched))) : searched;
 }
 
 Sol View::searched_of(const Sol& original) const {
-    return presolved_ ? solution_of(presolved_->project(bits_of(original))) : original;
+    return reduced_ ? solution_of(presolved_->project(bits_of(original))) : original;
 }
 
 Groups View::searched_groups(const Groups& groups) const {
-    if (!presolved_) return groups;
+    if (!reduced_) return groups;
     const std::vector<int> origin = presolved_->origin();
     std::vector<std::int32_t> left(static_cast<std::size_t>(problem_.size), -1);
     for (std::size_t k = 0; k < origin.size(); ++k)
@@ -40,7 +42,7 @@ Groups View::searched_groups(const Groups& groups) const {
 }
 
 Wide View::searched_energy(Wide energy) const {
-    return presolved_ ? energy * presolved_->factor() - presolved_->offset() : energy;
+    return reduced_ ? energy * presolved_->factor() - presolved_->offset() : energy;
 }
 
 }  // namespace orvex::toolkit

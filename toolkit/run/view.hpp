@@ -25,7 +25,7 @@ class View {
     /** The one that is searched. */
     const Problem& searched() const { return reduced_ ? *reduced_ : problem_; }
 
-    /** What presolve did, if it left anything else than the problem. */
+    /** What presolve did, if it was asked. */
     const Presolved* presolved() const { return presolved_ ? &*presolved_ : nullptr; }
 
     /** Groups of the problem, as far as they are groups of the searched model too. */

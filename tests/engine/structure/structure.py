@@ -36,7 +36,7 @@ ALLOWED = {
     "bands": ["engine", "engine/band", "engine/device/cuda"],
     "toolkit/model": ["toolkit/model"],
     "toolkit/settings": ["toolkit/settings", "toolkit/presolve", "toolkit/companion", "toolkit/model"],
-    "toolkit/io": ["toolkit/io", "toolkit/model"],
+    "toolkit/io": ["toolkit/io", "toolkit/companion", "toolkit/model"],
     "toolkit/generate": ["toolkit/generate", "toolkit/io", "toolkit/model"],
     "toolkit/presolve": ["toolkit/presolve", "toolkit/model"],
     "toolkit/companion": ["toolkit/companion", "toolkit/model"],
