@@ -1,22 +1,101 @@
 #include "toolkit/presolve/presolve.hpp"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstdlib>
+#include <limits>
+#include <utility>
 
-#include "toolkit/presolve/reduction.hpp"
+#include "toolkit/presolve/reduce.hpp"
 #include "toolkit/presolve/rules.hpp"
 
 namespace orvex::toolkit {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::array RULES{
+    Rule{"heavy couplings", heavy_couplings, true},
+    Rule{"stars", stars, true},
+};
+
+/** Below this many couplings a node may be worth a look of the rules that compare assignments. */
+constexpr std::size_t FEW = 16;
+
+/**
+ * Whether any rule could begin: a dense model in which no coupling is heavy is not even made a
+ * graph.
+ */
+bool promising(const SparseQubo& qubo) {
+    for (int v = 0; v < qubo.size(); ++v) {
+        if (qubo.degree(v) <= FEW) return true;
+        Wide field = Wide{2} * qubo.linear[static_cast<std::size_t>(v)], sum = 0, largest = 0;
+        for (const std::int64_t weight : qubo.weights_of(v)) {
+            const Wide magnitude = weight < 0 ? -Wide{weight} : Wide{weight};
+            field += weight;
+            sum += magnitude;
+            largest = std::max(largest, magnitude);
+        }
+        field = field < 0 ? -field : field;
+        if (2 * std::max(largest, field) >= sum + field) return true;
+    }
+    return false;
+}
+
+int proven_bits(const SparseQubo& qubo) {
+    RowSums rows(qubo.size());
+    for (int v = 0; v < qubo.size(); ++v) {
+        Wide positive = 0, negative = 0;
+        for (const std::int64_t weight : qubo.weights_of(v))
+            (weight > 0 ? positive : negative) += weight;
+        rows.set(v, qubo.linear[static_cast<std::size_t>(v)], positive, negative);
+    }
+    return rows.bound().bits(0);
+}
+
+Presolved unreduced(const SparseQubo& qubo) {
+    return {WayBack(qubo.size()), qubo, std::nullopt, {}};
+}
+
+}  // namespace
+
+std::span<const Rule> all_rules() {
+    return RULES;
+}
+
+Presolved reduce(const SparseQubo& qubo, const PresolveOptions& options,
+                 std::span<const Rule> rules) {
+    const Clock::time_point start = Clock::now();
+    const auto seconds_since = [](Clock::time_point before) {
+        return std::chrono::duration<double>(Clock::now() - before).count();
+    };
+    Reduction reduction(qubo);
+    std::vector<RuleUse> uses;
+    for (const Rule& rule : rules)
+        uses.push_back({rule.name});
+    for (std::size_t next = 0; next < rules.size();) {
+        const bool late = options.time_limit > 0 && seconds_since(start) > options.time_limit;
+        if (late && !rules[next].cheap) break;
+        const Clock::time_point begin = Clock::now();
+        const int before = reduction.graph().alive();
+        rules[next].apply(reduction);
+        const int taken = before - reduction.graph().alive();
+        uses[next].nodes += taken;
+        uses[next].seconds += seconds_since(begin);
+        next = taken > 0 && next > 0 ? 0 : next + 1;
+    }
+    if (reduction.graph().alive() == qubo.size()) return unreduced(qubo);
+    Presolved presolved = std::move(reduction).finish(std::move(uses));
+    if (proven_bits(presolved.reduced()) > proven_bits(qubo)) return unreduced(qubo);
+    return presolved;
+}
 
 Presolved presolve(const SparseQubo& qubo, const PresolveOptions& options) {
-    if (options.effort == PresolveEffort::OFF || SpinGraph::weight_of(qubo) > SpinGraph::MOST)
-        return {WayBack(qubo.size()), qubo, std::nullopt, {}};
-    Reduction reduction(qubo);
-    RuleUse use{"heavy couplings"};
-    const auto start = std::chrono::steady_clock::now();
-    heavy_couplings(reduction);
-    use.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    use.nodes = qubo.size() - reduction.graph().alive();
-    return std::move(reduction).finish({use});
+    if (options.effort == PresolveEffort::OFF || !promising(qubo) ||
+        SpinGraph::weight_of(qubo) > SpinGraph::MOST)
+        return unreduced(qubo);
+    return reduce(qubo, options, RULES);
 }
 
 }  // namespace orvex::toolkit

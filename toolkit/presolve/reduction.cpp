@@ -61,6 +61,29 @@ void Reduction::tie(int yields, int other, int sign) {
     }
 }
 
+void Reduction::replace(std::span<const std::int32_t> nodes,
+                        std::span<const std::int32_t> terminals, std::span<const Wide> energies,
+                        std::span<const std::uint8_t> choices) {
+    way_back_.add_piece(nodes, terminals, choices);
+    for (const int v : nodes)
+        graph_.remove(v);
+    const auto& f = energies;
+    const auto add = [&](int i, int j, Wide weight) {
+        graph_.add(terminals[at(i)], terminals[at(j)], static_cast<std::int64_t>(weight));
+    };
+    if (terminals.size() == 1) {
+        graph_.constant += f[0];
+    } else if (terminals.size() == 2) {
+        graph_.constant += (f[0] + f[1]) / 2;
+        add(0, 1, (f[1] - f[0]) / 2);
+    } else {
+        graph_.constant += (f[0] + f[1] + f[2] + f[3]) / 4;
+        add(0, 2, (f[1] + f[3] - f[0] - f[2]) / 4);
+        add(1, 2, (f[2] + f[3] - f[0] - f[1]) / 4);
+        add(0, 1, (f[0] + f[3] - f[1] - f[2]) / 4);
+    }
+}
+
 Presolved Reduction::finish(std::vector<RuleUse> rules) && {
     const std::vector<std::int32_t> reference_of = references_of(graph_);
     std::vector<std::int32_t> left, references, number(at(graph_.size()), -1);

@@ -3,6 +3,7 @@
 // restored from, its constant included.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "toolkit/presolve/presolve.hpp"
@@ -27,6 +28,19 @@ class Reduction {
      * @param sign of the product of their spins
      */
     void tie(int yields, int other, int sign);
+
+    /**
+     * Takes out nodes whose couplings go to each other and to the terminals only, and puts their
+     * least energies in their place.
+     *
+     * @param nodes of the piece
+     * @param terminals one to three; the field may be among them
+     * @param energies the least energy of the piece's couplings for each assignment, of which bit i
+     *     says whether terminal i is like the last one
+     * @param choices of each node, its spins there, as WayBack::add_piece takes them
+     */
+    void replace(std::span<const std::int32_t> nodes, std::span<const std::int32_t> terminals,
+                 std::span<const Wide> energies, std::span<const std::uint8_t> choices);
 
     /** The reduced model, and the end of the way back. */
     Presolved finish(std::vector<RuleUse> rules) &&;

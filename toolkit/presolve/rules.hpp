@@ -9,4 +9,7 @@ namespace orvex::toolkit {
 /** Ties a node to the neighbour whose coupling outweighs all its others. */
 void heavy_couplings(Reduction& reduction);
 
+/** Takes out nodes with three couplings. */
+void stars(Reduction& reduction);
+
 }  // namespace orvex::toolkit
