@@ -18,16 +18,21 @@ using Clock = std::chrono::steady_clock;
 constexpr std::array RULES{
     Rule{"heavy couplings", heavy_couplings, true},
     Rule{"stars", stars, true},
+    Rule{"pieces", pieces},
 };
 
 /** Below this many couplings a node may be worth a look of the rules that compare assignments. */
 constexpr std::size_t FEW = 16;
+
+/** A model of this size is solved, whatever its couplings. */
+constexpr int SMALL = 21;
 
 /**
  * Whether any rule could begin: a dense model in which no coupling is heavy is not even made a
  * graph.
  */
 bool promising(const SparseQubo& qubo) {
+    if (qubo.size() <= SMALL) return true;
     for (int v = 0; v < qubo.size(); ++v) {
         if (qubo.degree(v) <= FEW) return true;
         Wide field = Wide{2} * qubo.linear[static_cast<std::size_t>(v)], sum = 0, largest = 0;
@@ -64,19 +69,17 @@ std::span<const Rule> all_rules() {
     return RULES;
 }
 
-Presolved reduce(const SparseQubo& qubo, const PresolveOptions& options,
-                 std::span<const Rule> rules) {
-    const Clock::time_point start = Clock::now();
+Presolved reduce_with(const SparseQubo& qubo, const PresolveOptions& options,
+                      std::span<const Rule> rules) {
     const auto seconds_since = [](Clock::time_point before) {
         return std::chrono::duration<double>(Clock::now() - before).count();
     };
-    Reduction reduction(qubo);
+    Reduction reduction(qubo, limits_of(options));
     std::vector<RuleUse> uses;
     for (const Rule& rule : rules)
         uses.push_back({rule.name});
     for (std::size_t next = 0; next < rules.size();) {
-        const bool late = options.time_limit > 0 && seconds_since(start) > options.time_limit;
-        if (late && !rules[next].cheap) break;
+        if (reduction.late() && !rules[next].cheap) break;
         const Clock::time_point begin = Clock::now();
         const int before = reduction.graph().alive();
         rules[next].apply(reduction);
@@ -95,7 +98,7 @@ Presolved presolve(const SparseQubo& qubo, const PresolveOptions& options) {
     if (options.effort == PresolveEffort::OFF || !promising(qubo) ||
         SpinGraph::weight_of(qubo) > SpinGraph::MOST)
         return unreduced(qubo);
-    return reduce(qubo, options, RULES);
+    return reduce_with(qubo, options, RULES);
 }
 
 }  // namespace orvex::toolkit

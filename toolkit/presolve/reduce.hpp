@@ -19,7 +19,7 @@ struct Rule {
 std::span<const Rule> all_rules();
 
 /** What presolve() does, with these rules. */
-Presolved reduce(const SparseQubo& qubo, const PresolveOptions& options,
-                 std::span<const Rule> rules);
+Presolved reduce_with(const SparseQubo& qubo, const PresolveOptions& options,
+                      std::span<const Rule> rules);
 
 }  // namespace orvex::toolkit

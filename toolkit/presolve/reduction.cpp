@@ -42,7 +42,26 @@ Wide floor_of_quarter(Wide number) {
     return number >= 0 ? number / 4 : -((-number + 3) / 4);
 }
 
+/** What a slow machine does of them, so that a programme is not begun that would end late. */
+constexpr double STEPS_IN_A_SECOND = 2e8;
+
 }  // namespace
+
+Limits limits_of(const PresolveOptions& options) {
+    const bool full = options.effort == PresolveEffort::FULL;
+    return {.width = full ? 25 : 20,
+            .memory = options.memory,
+            .steps = full ? 3e10 : 6e8,
+            .seconds = options.time_limit};
+}
+
+bool Reduction::may_spend(double steps) {
+    if (late() || spent_ + steps > limits_.steps) return false;
+    if (limits_.seconds > 0 && seconds() + steps / STEPS_IN_A_SECOND > limits_.seconds)
+        return false;
+    spent_ += steps;
+    return true;
+}
 
 void Reduction::tie(int yields, int other, int sign) {
     int gone = yields, kept = other;

@@ -3,6 +3,7 @@
 // restored from, its constant included.
 #pragma once
 
+#include <chrono>
 #include <span>
 #include <vector>
 
@@ -12,9 +13,29 @@
 
 namespace orvex::toolkit {
 
+/** How far the dear rules go. */
+struct Limits {
+    int width = 0;             ///< nodes that a table of a dynamic programme may depend on
+    std::uint64_t memory = 0;  ///< bytes of such tables
+    double steps = 0;          ///< entries of tables and assignments looked at, in all
+    double seconds = 0;        ///< until no dear rule begins anything more; 0: no limit
+};
+
+/** The limits that these options mean. */
+Limits limits_of(const PresolveOptions& options);
+
 class Reduction {
   public:
-    explicit Reduction(const SparseQubo& qubo) : graph_(qubo), way_back_(qubo.size()) {}
+    Reduction(const SparseQubo& qubo, const Limits& limits)
+        : graph_(qubo), way_back_(qubo.size()), limits_(limits) {}
+
+    const Limits& limits() const { return limits_; }
+
+    /** Whether no dear rule may begin anything more. */
+    bool late() const { return limits_.seconds > 0 && seconds() > limits_.seconds; }
+
+    /** Whether this many steps fit into what is left of the limits, from which they are taken. */
+    bool may_spend(double steps);
 
     SpinGraph& graph() { return graph_; }
     const SpinGraph& graph() const { return graph_; }
@@ -46,8 +67,15 @@ class Reduction {
     Presolved finish(std::vector<RuleUse> rules) &&;
 
   private:
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+    const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     SpinGraph graph_;
     WayBack way_back_;
+    Limits limits_;
+    double spent_ = 0;
     std::vector<Link> links_;
 };
 

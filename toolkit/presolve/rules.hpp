@@ -12,4 +12,7 @@ void heavy_couplings(Reduction& reduction);
 /** Takes out nodes with three couplings. */
 void stars(Reduction& reduction);
 
+/** Solves pieces behind at most three nodes, whole components among them. */
+void pieces(Reduction& reduction);
+
 }  // namespace orvex::toolkit
