@@ -18,7 +18,10 @@ using Clock = std::chrono::steady_clock;
 constexpr std::array RULES{
     Rule{"heavy couplings", heavy_couplings, true},
     Rule{"stars", stars, true},
+    Rule{"twins", twins, true},
+    Rule{"pairs", pairs},
     Rule{"pieces", pieces},
+    Rule{"balls", balls},
 };
 
 /** Below this many couplings a node may be worth a look of the rules that compare assignments. */
@@ -46,17 +49,6 @@ bool promising(const SparseQubo& qubo) {
         if (2 * std::max(largest, field) >= sum + field) return true;
     }
     return false;
-}
-
-int proven_bits(const SparseQubo& qubo) {
-    RowSums rows(qubo.size());
-    for (int v = 0; v < qubo.size(); ++v) {
-        Wide positive = 0, negative = 0;
-        for (const std::int64_t weight : qubo.weights_of(v))
-            (weight > 0 ? positive : negative) += weight;
-        rows.set(v, qubo.linear[static_cast<std::size_t>(v)], positive, negative);
-    }
-    return rows.bound().bits(0);
 }
 
 Presolved unreduced(const SparseQubo& qubo) {

@@ -33,7 +33,7 @@ INSTANTIATE_TEST_SUITE_P(PRESOLVE, EACH_RULE_TEST,
 /** Ties each node to its strongest neighbour, whether or not that outweighs the others. */
 void wrong(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
-    for (int v; (v = graph.next_changed(SpinGraph::HEAVY)) >= 0;) {
+    for (int v; (v = graph.next_changed(SpinGraph::BALLS)) >= 0;) {
         if (v == graph.field() || graph.degree(v) == 0) continue;
         Link strongest{-1, 0};
         graph.for_each(v, [&](const Link& link) {
@@ -45,7 +45,7 @@ void wrong(Reduction& reduction) {
 
 TEST(RULES_TEST, a_wrong_rule_among_the_right_ones_is_found) {
     std::vector<Rule> rules(all_rules().begin(), all_rules().end());
-    rules.insert(rules.begin() + 2, Rule{"wrong", wrong});
+    rules.insert(rules.begin(), Rule{"wrong", wrong});
     std::mt19937 random(3);
     int found = 0;
     for (int trial = 0; trial < 300; ++trial) {
