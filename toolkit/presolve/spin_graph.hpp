@@ -86,6 +86,9 @@ class SpinGraph {
     /** A node that has changed since the watcher was last given it, or -1. */
     int next_changed(Watcher watcher);
 
+    /** Whether a node is still to be given to the watcher. */
+    bool awaits(int v, Watcher watcher) const { return (nodes_[at(v)].listed >> watcher & 1) != 0; }
+
     /** The constant of the energies, four times. */
     Wide constant = 0;
 

@@ -4,8 +4,10 @@
 // each step takes its nodes out for good, and refers to nodes that are still there after it.
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <iosfwd>
+#include <span>
+#include <variant>
 #include <vector>
 
 #include "toolkit/model/bounds.hpp"
@@ -20,6 +22,23 @@ struct Tie {
     std::int8_t sign;
     /** Of a solution in which they are not tied so, which end turns to be no worse. */
     bool kept_yields = false;
+};
+
+/** Nodes that were solved for each assignment of at most three others, their terminals. */
+struct Piece {
+    std::uint32_t first, count;  ///< where its nodes and their choices stand in their lists
+    std::array<std::int32_t, 3> terminals;  ///< -1 for none; the last one is what spins are against
+};
+
+/**
+ * Before two nodes are tied: the nodes that turn for it, with all their couplings. A solution in
+ * which the two are not so gets the best spins of these nodes in which they are.
+ */
+struct Ball {
+    std::uint32_t first, count;               ///< where its nodes stand
+    std::uint32_t first_coupling, couplings;  ///< and their couplings
+    std::int32_t one, other;                  ///< the two, of which one is in the ball
+    std::int8_t sign;
 };
 
 class WayBack {
@@ -55,7 +74,20 @@ class WayBack {
     int field() const { return size_; }
 
     /** For the rules, in the order in which they take nodes out. */
-    void add(const Tie& tie) { ties_.push_back(tie); }
+    void add(const Tie& tie) { steps_.emplace_back(tie); }
+
+    /**
+     * @param nodes that are taken out
+     * @param terminals one to three nodes, the field may be among them
+     * @param choices of each node four bits: whether its spin is that of the last terminal, for
+     * each assignment of the others, of which bit i says whether terminal i is like the last
+     */
+    void add_piece(std::span<const std::int32_t> nodes, std::span<const std::int32_t> terminals,
+                   std::span<const std::uint8_t> choices);
+
+    /** Prepares for a tie of `one` and `other`. @param couplings of the nodes, each once */
+    void add_ball(std::span<const std::int32_t> nodes, std::span<const Coupling> couplings,
+                  std::int32_t one, std::int32_t other, int sign);
 
     /**
      * Ends the list.
@@ -67,10 +99,17 @@ class WayBack {
 
   private:
     using Spins = std::vector<std::int8_t>;
+    using Step = std::variant<Tie, Piece, Ball>;
+
+    void restore_piece(const Piece& piece, Spins& spins) const;
+    void turn(const Ball& ball, Spins& spins) const;
 
     int size_;
     Wide offset_ = 0;
-    std::vector<Tie> ties_;
+    std::vector<Step> steps_;
+    std::vector<std::int32_t> nodes_;    // of pieces and balls
+    std::vector<std::uint8_t> choices_;  // beside the nodes; unused for balls
+    std::vector<Coupling> couplings_;    // of balls
     std::vector<std::int32_t> left_, references_;
 };
 
