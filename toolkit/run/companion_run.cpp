@@ -37,6 +37,9 @@ void run_companion(Record& record, Companion& companion) {
     }
     companion.stop();
     take_best(record, companion, known);
+    // The first anneal of a large model may take longer than the limit.
+    if (record.history().empty())
+        record.take(Sol(record.view().searched().size), Source::COMPANION);
 }
 
 }  // namespace orvex::toolkit

@@ -7,8 +7,10 @@ namespace orvex::toolkit {
 View::View(const Problem& problem, Presolved presolved)
     : problem_(problem), presolved_(std::move(presolved)) {
     if (presolved_->reduced_size() == problem.size) return;  // nothing was taken out
-    const bool solved = presolved_->optimal();
-    reduced_ = solved ? Problem{} : problem_of(SparseQubo(presolved_->reduced()));
+    if (presolved_->optimal())
+        reduced_.emplace();
+    else
+        reduced_ = problem_of(SparseQubo(presolved_->reduced()));
     reduced_->file = problem.file;
 }
 
