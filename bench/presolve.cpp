@@ -138,6 +138,8 @@ void measure(const std::string& name, const PresolveOptions& options) {
         const std::chrono::duration<double, std::milli> time =
             std::chrono::steady_clock::now() - start;
         times.push_back(time.count());
+        if (presolved.optimal() && energy_of(qubo, presolved.restore({})) != presolved.bound())
+            throw std::runtime_error(name + ": the optimum does not have the energy of its bound");
         if (run > 0) continue;
         uses = presolved.rules();
         std::printf("| %s | %d | %zu | %d | %zu |", title_of(name).c_str(), qubo.size(),
