@@ -13,6 +13,7 @@
 // (2019). Cost. At most 2^(|B| + |R| - 1) energies for a ball; 2^|B| for each assignment of R
 // looked at.
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -137,7 +138,7 @@ std::optional<Surrounded::Found> Surrounded::tied_pair() const {
             energies[x] += within[x];
             least = std::min(least, energies[x]);
         }
-        std::vector<std::uint32_t> seen_alike(inner), seen_unlike(inner);
+        std::array<std::uint32_t, MOST_INSIDE> seen_alike{}, seen_unlike{};
         for (std::uint32_t x = 0; x < energies.size(); ++x) {
             if (energies[x] != least) continue;
             const std::uint32_t spins = x | surroundings << inner;

@@ -28,7 +28,7 @@
 namespace orvex::toolkit {
 namespace {
 
-/** Beyond these couplings at both nodes together no pair is worth its cost. */
+/** No node with more couplings is looked at. */
 constexpr int MOST_COUPLINGS = 512;
 
 /** The two pulls of one node. */
@@ -88,27 +88,63 @@ bool holds_together(const std::vector<Pull>& pulls, std::int64_t coupling) {
     return sum <= (Wide{p} + q) * std::abs(coupling);
 }
 
+/** The couplings of one node, found by the other end. */
+class Marks {
+  public:
+    explicit Marks(int nodes) : weights_(static_cast<std::size_t>(nodes)) {}
+    std::int64_t operator[](int v) const { return weights_[static_cast<std::size_t>(v)]; }
+    void set(const std::vector<Link>& links) {
+        for (const Link& link : links)
+            weights_[static_cast<std::size_t>(link.node)] = link.weight;
+    }
+    void clear(const std::vector<Link>& links) {
+        for (const Link& link : links)
+            weights_[static_cast<std::size_t>(link.node)] = 0;
+    }
+
+  private:
+    std::vector<std::int64_t> weights_;
+};
+
+/** Whether what pulls at u alone, or at v alone, is at most their coupling. */
+bool may_hold(const SpinGraph& graph, const Marks& at_u, int u, int v, std::int64_t coupling) {
+    std::int64_t alone_u = graph.weight(u), alone_v = graph.weight(v);
+    graph.for_each(v, [&](const Link& link) {
+        const std::int64_t shared = at_u[link.node];
+        if (shared == 0) return;
+        alone_u -= std::abs(shared);
+        alone_v -= std::abs(link.weight);
+    });
+    // The coupling itself is still in both.
+    return std::min(alone_u, alone_v) <= 2 * std::abs(coupling);
+}
+
 }  // namespace
 
 void pairs(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
+    Marks marks(graph.size() + 1);
     std::vector<Link> at_u, at_v;
     std::vector<Pull> pulls;
     for (int u; (u = graph.next_changed(SpinGraph::PAIRS)) >= 0;) {
-        if (u == graph.field()) continue;
+        if (u == graph.field() || graph.degree(u) > MOST_COUPLINGS) continue;
+        if (!reduction.may_spend(graph.degree(u))) return;
         graph.copy_links(u, at_u);
-        for (const auto& [v, coupling] : at_u) {
+        marks.set(at_u);
+        const auto tied = std::find_if(at_u.begin(), at_u.end(), [&](const Link& link) {
+            const auto [v, coupling] = link;
             // A pair waits for its other node if that one is to come.
-            if (v == graph.field() || graph.awaits(v, SpinGraph::PAIRS)) continue;
-            const int couplings = graph.degree(u) + graph.degree(v);
-            if (couplings > MOST_COUPLINGS || !reduction.may_spend(couplings)) continue;
+            if (v == graph.field() || graph.awaits(v, SpinGraph::PAIRS)) return false;
+            if (graph.degree(v) > MOST_COUPLINGS || !may_hold(graph, marks, u, v, coupling))
+                return false;
             graph.copy_links(v, at_v);
-            const int sign = coupling > 0 ? -1 : 1;
-            pulls_of(at_u, at_v, u, v, sign, pulls);
-            if (!holds_together(pulls, coupling) || !reduction.may_merge(u, v)) continue;
-            reduction.tie_in_ball(std::array{u, v}, u, v, sign);
-            break;  // what is left of the two has changed and will come again
-        }
+            pulls_of(at_u, at_v, u, v, coupling > 0 ? -1 : 1, pulls);
+            return holds_together(pulls, coupling) && reduction.may_merge(u, v);
+        });
+        marks.clear(at_u);
+        if (tied != at_u.end())
+            reduction.tie_in_ball(std::array{u, tied->node}, u, tied->node,
+                                  tied->weight > 0 ? -1 : 1);
     }
 }
 

@@ -12,6 +12,7 @@
 // without a terminal but the field. Cost. That of the order, and of the programme, which is told
 // beforehand and must fit.
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "toolkit/presolve/dynamic_program.hpp"
@@ -26,23 +27,32 @@ std::size_t at(int i) {
 
 constexpr std::size_t MOST_TERMINALS = 3;
 
-/** For each place of the elimination the top of the piece it belongs to, or -1. */
-std::vector<std::int32_t> tops_of(const SpinGraph& graph, const Elimination& elimination) {
+/**
+ * For each place of the elimination the top of the piece it belongs to, or -1.
+ *
+ * @param steps that a piece's programme may take about
+ */
+std::vector<std::int32_t> tops_of(const SpinGraph& graph, const Elimination& elimination,
+                                  double steps) {
     const std::size_t size = elimination.size();
     std::vector<std::int32_t> above(size, -1), tops(size, -1);
     std::vector<bool> coupled(size);
+    std::vector<double> costs(size);
     for (std::size_t k = 0; k < size; ++k) {
         if (graph.field_of(elimination.order[k]) != 0) coupled[k] = true;
         for (const std::int32_t u : elimination.scope_of(k)) {
             const std::int32_t place = elimination.places[at(u)];
             if (place >= 0 && (above[k] < 0 || place < above[k])) above[k] = place;
         }
-        if (above[k] >= 0 && coupled[k]) coupled[at(above[k])] = true;
+        costs[k] += std::ldexp(5, static_cast<int>(elimination.scope_of(k).size()));
+        if (above[k] < 0) continue;
+        costs[at(above[k])] += costs[k];
+        if (coupled[k]) coupled[at(above[k])] = true;
     }
     for (std::size_t k = size; k-- > 0;) {
         if (above[k] >= 0) tops[k] = tops[at(above[k])];
         const bool small = elimination.scope_of(k).size() + coupled[k] <= MOST_TERMINALS;
-        if (tops[k] == -1 && small) tops[k] = static_cast<std::int32_t>(k);
+        if (tops[k] == -1 && small && costs[k] <= steps) tops[k] = static_cast<std::int32_t>(k);
     }
     return tops;
 }
@@ -52,7 +62,7 @@ std::vector<std::int32_t> tops_of(const SpinGraph& graph, const Elimination& eli
 void pieces(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
     const Elimination elimination = eliminate(graph, reduction.limits().width);
-    const std::vector<std::int32_t> tops = tops_of(graph, elimination);
+    const std::vector<std::int32_t> tops = tops_of(graph, elimination, reduction.limits().steps);
 
     // The places of each piece, ascending, piece after piece.
     std::vector<std::int32_t> places;

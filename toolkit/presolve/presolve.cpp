@@ -51,8 +51,8 @@ bool promising(const SparseQubo& qubo) {
     return false;
 }
 
-Presolved unreduced(const SparseQubo& qubo) {
-    return {WayBack(qubo.size()), qubo, std::nullopt, {}};
+Presolved unreduced(const SparseQubo& qubo, std::vector<RuleUse> uses = {}) {
+    return {WayBack(qubo.size()), qubo, std::nullopt, std::move(uses)};
 }
 
 }  // namespace
@@ -80,10 +80,10 @@ Presolved reduce_with(const SparseQubo& qubo, const PresolveOptions& options,
         uses[next].seconds += seconds_since(begin);
         next = taken > 0 && next > 0 ? 0 : next + 1;
     }
-    if (reduction.graph().alive() == qubo.size()) return unreduced(qubo);
+    if (reduction.graph().alive() == qubo.size()) return unreduced(qubo, std::move(uses));
     Presolved presolved = std::move(reduction).finish(std::move(uses));
-    if (proven_bits(presolved.reduced()) > proven_bits(qubo)) return unreduced(qubo);
-    return presolved;
+    const bool wider = proven_bits(presolved.reduced()) > proven_bits(qubo);
+    return wider ? unreduced(qubo) : std::move(presolved);
 }
 
 Presolved presolve(const SparseQubo& qubo, const PresolveOptions& options) {

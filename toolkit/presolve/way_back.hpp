@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <iosfwd>
 #include <span>
 #include <variant>
 #include <vector>
@@ -97,6 +98,9 @@ class WayBack {
      */
     void finish(std::vector<std::int32_t> left, std::vector<std::int32_t> references, Wide offset);
 
+    friend void write_way_back(const WayBack& way_back, std::ostream& out);
+    friend class WayBackReader;
+
   private:
     using Spins = std::vector<std::int8_t>;
     using Step = std::variant<Tie, Piece, Ball>;
@@ -112,5 +116,19 @@ class WayBack {
     std::vector<Coupling> couplings_;    // of balls
     std::vector<std::int32_t> left_, references_;
 };
+
+/**
+ * Writes a way back as text: one line for each step, in numbers, so that a reduced model can be
+ * solved elsewhere and its solutions restored later. docs/presolve.md defines the lines.
+ */
+void write_way_back(const WayBack& way_back, std::ostream& out);
+
+/**
+ * Reads what write_way_back() wrote.
+ *
+ * @throws InputError when anything in it is not what it could have written: whatever is read, a
+ *     solution of the right size is restored from any other without a step outside of its lists
+ */
+WayBack read_way_back(std::istream& in);
 
 }  // namespace orvex::toolkit

@@ -19,7 +19,7 @@ class EACH_RULE_TEST : public testing::TestWithParam<Rule> {};
 TEST_P(EACH_RULE_TEST, is_exact_by_itself) {
     const std::array rule{GetParam()};
     const auto alone = [&](const SparseQubo& qubo) { return reduce_with(qubo, {}, rule); };
-    EXPECT_GT(expect_exact(alone, trials(4000), 2), 0);
+    EXPECT_GT(expect_exact(alone, trials(1000), 2), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(PRESOLVE, EACH_RULE_TEST,

@@ -83,9 +83,18 @@ inline Bits bits_of_number(unsigned number, int size) {
 }
 
 inline std::vector<std::int64_t> all_energies(const SparseQubo& qubo) {
-    std::vector<std::int64_t> energies(std::size_t{1} << qubo.size());
-    for (unsigned x = 0; x < energies.size(); ++x)
-        energies[x] = static_cast<std::int64_t>(energy_of(qubo, bits_of_number(x, qubo.size())));
+    std::vector<std::int64_t> energies{0};
+    for (int i = 0; i < qubo.size(); ++i) {
+        const auto neighbours = qubo.neighbours_of(i);
+        const auto weights = qubo.weights_of(i);
+        const std::size_t before = energies.size();
+        for (std::size_t x = 0; x < before; ++x) {
+            std::int64_t energy = energies[x] + qubo.linear[std::size_t(i)];
+            for (std::size_t k = 0; k < neighbours.size() && neighbours[k] < i; ++k)
+                if ((x >> neighbours[k] & 1) != 0) energy += weights[k];
+            energies.push_back(energy);
+        }
+    }
     return energies;
 }
 
