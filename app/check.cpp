@@ -24,7 +24,7 @@ std::string range(Wide from, Wide to) {
 }
 
 Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional<Plan>& plan) {
-    Report facts;
+    Report facts = Report::object();
     facts["file"] = problem.file;
     add_convention(problem.convention, facts);
     facts["size"] = problem.size;
@@ -60,7 +60,7 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
 
 Report summary_of(const Problem& problem, const Report& facts) {
     const Bound& bound = problem.bound;
-    Report summary;
+    Report summary = Report::object();
     for (const char* key : {"file", "format", "index_base", "factor", "sense", "offset", "equation",
                             "note", "size", "entries", "nonzero"})
         if (facts.contains(key)) summary[key] = facts[key];

@@ -81,7 +81,7 @@ std::vector<std::string> lines_of(const Preparation& preparation, int size) {
 Report report_of(const Problem& problem, const Result& result, const std::optional<long>& target,
                  double read_time) {
     const Sol& solution = result.solution;
-    Report report;
+    Report report = Report::object();
     report["file"] = problem.file;
     report["size"] = problem.size;
     report["energy"] = result.energy;
@@ -115,7 +115,7 @@ Report report_of(const Problem& problem, const Result& result, const std::option
 }
 
 Report summary_of(const Report& report) {
-    Report summary;
+    Report summary = Report::object();
     summary["energy"] = report["energy"];
     if (report["format"] != Convention{}.format) summary["objective"] = report["objective"];
     summary["status"] = report["status"];
