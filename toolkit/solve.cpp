@@ -121,6 +121,17 @@ void verify(const Problem& problem, const Sol& solution) {
                              to_string(exact));
 }
 
+/** A result may come in behind one that is worse and was found later, and so never was the best. */
+std::vector<Found> bests_in_time(const std::vector<Found>& history) {
+    std::vector<Found> bests;
+    for (const Found& found : history) {
+        while (!bests.empty() && bests.back().time > found.time)
+            bests.pop_back();
+        bests.push_back(found);
+    }
+    return bests;
+}
+
 /** A start may be better than what a short run has found since. */
 void put_bits(Sol& solution, const Found& best) {
     std::copy_n(best.solution.impl().data.get(), solution.impl().words, solution.impl().data.get());
@@ -141,7 +152,10 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
     const LibraryLock library;
     problem.residency.claim(library);
     const Clock::time_point entered = Clock::now();
-    Sol solution = run(problem, settings, watcher);
+    Sol solution = [&] {
+        const Pulse pulse(watcher);
+        return run(problem, settings, watcher);
+    }();
     const double in_library = seconds_since(entered);
     watcher.rethrow();
 
@@ -158,7 +172,7 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
     return {.solution = std::move(solution),
             .energy = energy,
             .ending = ending,
-            .history = watcher.history(),
+            .history = bests_in_time(watcher.history()),
             .plan = plan,
             .parameters = settings.params,
             .load_time = load_time,
