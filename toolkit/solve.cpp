@@ -148,9 +148,9 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
 
     const Clock::time_point searching = Clock::now();
     if (!anything_left) {
-        record.begin(0);
+        record.begin();
         record.take(Sol(0), Source::PRESOLVE);
-        record.tell(0);
+        record.tell();
         result.search_time = seconds_since(searching);
     } else if (crew.library) {
         result.plan = plan_of(searched, settings, events);
@@ -168,7 +168,7 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
     result.load_time = seconds_since(begin) - result.search_time;
 
     result.solution = told(record, librarys ? &*librarys : nullptr, result.search_time);
-    result.history = record.history();
+    result.history = record.bests_in_time();
     result.energy = result.history.back().energy;
     result.bound = limits.bound;
     settings.target = limits.target;

@@ -28,12 +28,6 @@ namespace {
 
 constexpr Result* NO_RESULT = nullptr;
 
-orvex::Sol solution_of(int size, const std::uint64_t* words) {
-    orvex::Sol solution(size);
-    std::copy_n(words, solution.impl().words, solution.impl().data.get());
-    return solution;
-}
-
 /**
  * Forwards what the library's threads tell, and not that a search begins: that comes on the thread
  * that holds the library. Python may let go of a problem whenever it runs, and a problem's end asks
@@ -57,6 +51,12 @@ class Forwarder : public Events {
 }  // namespace
 
 namespace orvex::python {
+
+Sol solution_of(int size, const std::uint64_t* words) {
+    Sol solution(size);
+    std::copy_n(words, solution.impl().words, solution.impl().data.get());
+    return solution;
+}
 
 SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& given) {
     SolveOptions options;
@@ -97,6 +97,14 @@ ORVEX_PYTHON_API void orvex_python_stop(Steering* steering) {
 ORVEX_PYTHON_API void orvex_python_hint(Steering* steering, const Problem* problem,
                                         const std::uint64_t* words) {
     steering->hint(solution_of(problem->size, words));
+}
+
+/** Changes a setting of the search, within an event; the package has checked it. */
+ORVEX_PYTHON_API void orvex_python_change(Steering* steering, const char* key, const char* value) {
+    static_cast<void>(guarded(1, [&] {
+        steering->change(key, value);
+        return 0;
+    }));
 }
 
 ORVEX_PYTHON_API void orvex_python_summary(const Result* result, ORVEX_PYTHON_SUMMARY* summary) {

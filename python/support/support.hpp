@@ -30,6 +30,9 @@ enum class Failure { NONE, INPUT, MEMORY, LIBRARY };
 
 void fail(Failure failure, const char* text);
 
+/** A solution of these bits. */
+Sol solution_of(int size, const std::uint64_t* words);
+
 toolkit::SolveOptions options_of(const toolkit::Problem& problem,
                                  const ORVEX_PYTHON_OPTIONS& options);
 

@@ -124,6 +124,7 @@ void ISLAND::device2host() {
         cuda_check(cudaStreamSynchronize(stream));
         if (static_cast<std::uint64_t>(ticket) > static_cast<std::uint64_t>(received)) break;
         wait_for_ticket(&slot.ticket, ticket, delay);
+        run.obeyOwner();
         if (relaxed(run.killed)) return;
         if (delay < LONG_DELAY) delay *= 2;
     }

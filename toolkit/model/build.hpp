@@ -11,13 +11,14 @@
 namespace orvex::toolkit {
 
 /**
- * The problem of a square matrix: its upper triangle, with the diagonal. What is below must repeat
- * it or be zero throughout; a pair's weight counts once either way.
+ * The problem of a square matrix Q, whose energies are x'Qx: the weight of a pair of variables is
+ * the sum of the two elements that it has, so that symmetric, triangular and general matrices of
+ * one function make one problem.
  *
  * @tparam T any integer type of 8, 16, 32 or 64 bits
  * @param elements size * size of them, row after row
- * @throws InputError when the size is none, the matrix is neither symmetric nor upper triangular,
- *     or an element does not fit into 64 bits with a sign
+ * @throws InputError when the size is none, or an element or a weight does not fit into 64 bits
+ * with a sign
  * @throws MemoryShortage
  */
 template <class T>

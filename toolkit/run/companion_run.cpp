@@ -26,14 +26,15 @@ std::optional<Sol> take_best(Record& record, Companion& companion, Wide& known) 
 void run_companion(Record& record, Companion& companion) {
     Wide known = std::numeric_limits<Wide>::max();
     companion.start();
-    record.begin(0);
+    record.begin();
     while (!record.ending()) {
         for (const Sol& hint : record.take_hints())
             companion.offer(bits_of(hint));
         const double wait = std::min(record.left().value_or(PULSE_SECONDS), PULSE_SECONDS);
         std::this_thread::sleep_for(std::chrono::duration<double>(wait));
         take_best(record, companion, known);
-        record.tell(companion.attempted_flips());
+        record.count(companion.attempted_flips());
+        record.tell();
     }
     companion.stop();
     take_best(record, companion, known);

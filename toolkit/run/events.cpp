@@ -1,6 +1,17 @@
 #include "toolkit/run/events.hpp"
 
+#include "toolkit/model/errors.hpp"
+#include "toolkit/settings/check_settings.hpp"
+
 namespace orvex::toolkit {
+
+void Steering::change(const std::string& key, const std::string& value) {
+    if (key != "batch_factor" && key != "annealing_factor")
+        throw InputError(
+            key + " cannot be changed during a search; batch_factor and annealing_factor can");
+    expect_settings({{key, value}});
+    changes_.emplace_back(key, value);
+}
 
 const char* text_of(Ending ending) {
     switch (ending) {

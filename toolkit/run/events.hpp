@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <orvex/orvex.hpp>
@@ -62,17 +63,28 @@ class Steering {
     /** Gives the search a solution to start instances from, at one of the next events. */
     void hint(const Sol& solution) { hints_.push_back(solution); }
 
+    /**
+     * Changes a parameter of the library from one of the next results on.
+     *
+     * @param key "batch_factor" or "annealing_factor"
+     * @throws InputError when it is another, or the value is wrong
+     */
+    void change(const std::string& key, const std::string& value);
+
   private:
     friend class Record;
+    std::vector<std::pair<std::string, std::string>> changes_;
     std::optional<Ending> ending_;
     std::vector<Sol> hints_;
 };
 
 /**
- * Receives what happens, one event at a time. Those of the search itself come on threads of the
- * library, some tenths of a second apart at most while results come in. An exception that leaves an
- * event ends the search and is thrown by solve(). A solve() inside an event would wait for itself
- * and is refused.
+ * Receives what happens, one event at a time, on threads that are not the caller's. While a search
+ * goes on no more than a tenth of a second is between two events, however quiet it is: what is due
+ * without a result comes as pulsed(). What is asked for in an event goes to the library with its
+ * next result; the end, where none comes in time, without it. An exception that leaves an event
+ * ends the search and is thrown by solve(). A solve() inside an event would wait for itself and is
+ * refused.
  */
 class Events {
   public:
@@ -94,7 +106,7 @@ class Events {
     virtual void improved(const Moment& moment, const Sol& solution, Steering& steering) {
         static_cast<void>(moment), static_cast<void>(solution), static_cast<void>(steering);
     }
-    /** The search goes on. */
+    /** The search goes on; at most a tenth of a second after the event before. */
     virtual void pulsed(const Moment& moment, Steering& steering) {
         static_cast<void>(moment), static_cast<void>(steering);
     }

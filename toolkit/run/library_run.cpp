@@ -79,8 +79,11 @@ LibraryResult run_library(const Problem& searched, const RunSettings& settings, 
     searched.residency.claim(library);
     const auto entered = std::chrono::steady_clock::now();
     const Solver solver(false);
-    Sol solution = start == nullptr ? solver(searched.weights.matrix(), param)
-                                    : solver(searched.weights.matrix(), param, *start);
+    Sol solution = [&] {
+        const Pulse pulse(watcher);
+        const Model& model = searched.weights.matrix();
+        return start == nullptr ? solver(model, param) : solver(model, param, *start);
+    }();
     const std::chrono::duration<double> in_library = std::chrono::steady_clock::now() - entered;
     watcher.finish();
 

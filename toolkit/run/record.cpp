@@ -35,11 +35,12 @@ bool Record::in_event() {
     return inside_event;
 }
 
-void Record::begin(long flips) {
+void Record::begin() {
     start_ = Clock::now();
-    moment_.flips = flips;
-    const EventScope scope;
-    events_.began(moment_, steering_);
+    {
+        const EventScope scope;
+        events_.began(moment_, steering_);
+    }
     look_at_limits();
 }
 
@@ -54,9 +55,8 @@ void Record::take(const Sol& searched, Source source, double time) {
     moment_.source = source;
 }
 
-void Record::tell(long flips) {
+void Record::tell() {
     moment_.elapsed = elapsed();
-    moment_.flips = flips;
     {
         const EventScope scope;
         if (history_.size() > told_)
@@ -81,6 +81,20 @@ std::vector<Sol> Record::take_hints() {
     for (Sol& hint : hints)
         hint = view_.searched_of(hint);
     return hints;
+}
+
+std::vector<std::pair<std::string, std::string>> Record::take_changes() {
+    return std::exchange(steering_.changes_, {});
+}
+
+std::vector<Found> Record::bests_in_time() const {
+    std::vector<Found> bests;
+    for (const Found& found : history_) {
+        while (!bests.empty() && bests.back().time > found.time)
+            bests.pop_back();
+        bests.push_back(found);
+    }
+    return bests;
 }
 
 double Record::elapsed() const {

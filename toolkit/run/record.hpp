@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "toolkit/run/events.hpp"
@@ -31,14 +33,17 @@ class Record {
            const std::vector<Sol>& hints, Events& events);
 
     /** The search begins. */
-    void begin(long flips);
+    void begin();
+
+    /** Flips that the search has made so far. */
+    void count(long flips) { moment_.flips = flips; }
 
     /** A solution of the searched model; enters the history if it is better than all. */
     void take(const Sol& searched, Source source) { take(searched, source, elapsed()); }
     void take(const Sol& searched, Source source, double time);
 
     /** Tells the caller what is new, or that the search goes on, and looks at the limits. */
-    void tell(long flips);
+    void tell();
 
     /** Why the run was ended from here, if it was. */
     std::optional<Ending> ending() const { return steering_.ending_; }
@@ -49,11 +54,19 @@ class Record {
     /** Solutions of the searched model that the caller has given since the last call. */
     std::vector<Sol> take_hints();
 
+    /** Changes of the library's parameters that the caller has asked for since the last call. */
+    std::vector<std::pair<std::string, std::string>> take_changes();
+
     double elapsed() const;
+    /** Seconds that the run may take; 0: no limit. */
+    double limit() const { return limits_.shown; }
     /** Seconds until the run is ended from here, if it is. */
     std::optional<double> left() const;
 
     const std::vector<Found>& history() const { return history_; }
+
+    /** The history without what was found after what is better: some come in late. */
+    std::vector<Found> bests_in_time() const;
     const View& view() const { return view_; }
 
     /** Whether this thread is inside an event of a caller just now. */

@@ -1,11 +1,17 @@
 // The toolkit's side of a run of the library: receives its events, keeps the record of the run and
 // the companion supplied with what is found, hands hints over, and ends the run where the record
 // asks for it: at the caller's wish, at a time limit with a fraction, at a target of 0, which the
-// engine takes for no target. Invariant: no exception leaves an event of the library.
+// engine takes for no target. The library speaks only when a result comes in; a Pulse keeps the
+// caller's events and the end on time where none does. Invariants: no exception leaves an event of
+// the library, and one event at a time is told.
 #pragma once
 
+#include <condition_variable>
 #include <deque>
 #include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
 
 #include <orvex/orvex.hpp>
 
@@ -21,19 +27,48 @@ class Watcher : public Callback {
 
     void callback(const std::string& event) override;
 
+    /**
+     * To be called some times in a tenth of a second, from a thread of its own, from before the run
+     * until after it: tells an event where one is due, and ends a run whose blocks do not hand in
+     * in time.
+     */
+    void tick();
+
     /** The run is over: stops the companion, and throws what left an event of the caller's. */
     void finish();
 
   private:
+    template <class ACTION>
+    void guarded(const ACTION& action);
     void handle(const std::string& event);
     void exchange(bool is_new);
+    bool overdue() const;
     void request();
 
     Record& record_;
     Companion* const companion_;
-    Wide known_;  // lowest energy of the searched model that library and companion both know
+    std::mutex mutex_;  // of one event at a time, and of all that follows
+    Wide known_;        // lowest energy of the searched model that library and companion both know
     std::deque<Sol> hints_;  // not handed over yet
+    bool began_ = false;
+    double last_event_ = 0;          // when the last one was told
+    std::optional<double> end_due_;  // when the run was asked to end
     std::exception_ptr failure_;
+};
+
+/** Calls tick() for as long as it lives. */
+class Pulse {
+  public:
+    explicit Pulse(Watcher& watcher);
+    Pulse(const Pulse&) = delete;
+    Pulse& operator=(const Pulse&) = delete;
+    ~Pulse();
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool over_ = false;
+    std::thread thread_;
 };
 
 }  // namespace orvex::toolkit

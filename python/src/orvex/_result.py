@@ -20,16 +20,21 @@ Status = Literal[
 ]
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Result:
-    """The best solution of a search, and how the search went."""
+    """The best solution of a search, and how the search went. Results are equal when all of this is."""
 
     x: npt.NDArray[np.bool_]
     """The best bit vector."""
     energy: Energy
-    """Its energy, computed from the bits in exact integers: an int where it is whole."""
+    """Its energy, added up from the bits with the coefficients as they were given: an int where it is
+    whole."""
+    largest_error: float
+    """So far at most were the energies in the search from the true ones, for coefficients that had to be
+    rounded; 0.0 where none was. It is no error of `energy`."""
     history: list[tuple[float, Energy]]
-    """Seconds since the search began, and energy, of every new best; a start is at 0.0."""
+    """When each new best was found, in seconds since the search began, and its energy; a start is at
+    0.0."""
     status: Status
     """What ended the search; "ended" where the library tells no reason."""
     info: dict[str, str]
@@ -49,6 +54,20 @@ class Result:
     solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
     """The bits of every entry of `history`."""
 
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Result):
+            return NotImplemented
+        arrays = ("x", "solutions")
+        same = all(
+            getattr(self, name) == getattr(other, name)
+            for name in self.__dataclass_fields__
+            if name not in arrays
+        )
+        mine, others = [self.x, *self.solutions], [other.x, *other.solutions]
+        return same and len(mine) == len(others) and all(map(np.array_equal, mine, others))
+
+    __hash__ = None  # type: ignore[assignment]
+
     @property
     def sample(self) -> dict[Hashable, int]:
         """The best bit of each variable by its label."""
@@ -67,6 +86,7 @@ class Result:
         lines = {
             "energy": self.energy,
             **({"objective": self.objective} if foreign else {}),
+            **({"rounded by": f"{self.largest_error:.2g}"} if self.largest_error else {}),
             "status": self.status,
             "found after": f"{self.history[-1][0]:.3f} s",
             "search": f"{self.timings['search']:.3f} s",
