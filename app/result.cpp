@@ -21,6 +21,16 @@ Report seconds_of(const std::string& text) {
     return text.empty() ? Report() : Report(std::stod(text));
 }
 
+/** What the library tells of its run; none where it made none. */
+Report text_of(const Sol& solution, const char* key) {
+    const std::string text = solution.get(key);
+    return text.empty() ? Report() : Report(text);
+}
+Report whole_number_of(const Sol& solution, const char* key) {
+    const std::string text = solution.get(key);
+    return text.empty() ? Report() : Report(std::stol(text));
+}
+
 std::string with_unit(const Report& seconds) {
     return seconds.is_null() ? "none" : seconds.dump() + " s";
 }
@@ -101,13 +111,11 @@ Report report_of(const Problem& problem, const Result& result, const std::option
     report["load_time"] = std::round((read_time + result.load_time) * 1e6) / 1e6;
     report["total_flips"] = std::stol(solution.get("total_flips"));
     report["companion_flips"] = result.companion_flips;
-    if (result.plan) {
-        report["band"] = result.plan->band();
-        report["device"] = solution.get("gpu");
-        report["search_cycles"] = solution.get("search_cycles");
-        report["tabu_cycles"] = std::stol(solution.get("tabu_cycles"));
-        report["solution_proximity"] = std::stol(solution.get("solution_proximity"));
-    }
+    report["band"] = result.plan ? Report(result.plan->band()) : Report();
+    report["device"] = text_of(solution, "gpu");
+    report["search_cycles"] = text_of(solution, "search_cycles");
+    report["tabu_cycles"] = whole_number_of(solution, "tabu_cycles");
+    report["solution_proximity"] = whole_number_of(solution, "solution_proximity");
     report["version"] = solution.get("version");
     const Report log = log_of(solution);
     if (!log.empty()) report["log"] = log;
@@ -122,7 +130,7 @@ Report summary_of(const Report& report) {
     summary["time_to_solution"] = with_unit(report["tts"]);
     summary["run_time"] = with_unit(report["runtime"]);
     summary["found_by"] = report["found_by"];
-    if (report.contains("band")) {
+    if (!report["band"].is_null()) {
         summary["flips"] = report["total_flips"];
         summary["band"] = report["band"];
         summary["device"] = report["device"];

@@ -60,7 +60,7 @@ class Memory(ProgramTest):
         self.assert_each_is_told("check", self.model, from_there_on=True)
 
     def test_solve(self):
-        self.assert_each_is_told("solve", self.model, "--trials", 1)
+        self.assert_each_is_told("solve", self.model, "--trials", 1, "--presolve", "off")
 
 
 if __name__ == "__main__":
