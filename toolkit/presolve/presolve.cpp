@@ -22,6 +22,7 @@ constexpr std::array RULES{
     Rule{"pairs", pairs},
     Rule{"pieces", pieces},
     Rule{"balls", balls},
+    Rule{"roof duality", roof_duality},
 };
 
 /** Below this many couplings a node may be worth a look of the rules that compare assignments. */

@@ -25,4 +25,7 @@ void pieces(Reduction& reduction);
  * outside. */
 void balls(Reduction& reduction);
 
+/** Ties to the field what a least cut of the network of implications decides. */
+void roof_duality(Reduction& reduction);
+
 }  // namespace orvex::toolkit

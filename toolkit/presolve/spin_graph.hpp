@@ -33,7 +33,7 @@ struct Link {
 class SpinGraph {
   public:
     /** Who is told of changes: each has a list of its own. */
-    enum Watcher { HEAVY, STAR, TWINS, PAIRS, BALLS, WATCHERS };
+    enum Watcher { HEAVY, STAR, TWINS, PAIRS, BALLS, ROOF, WATCHERS };
 
     explicit SpinGraph(const SparseQubo& qubo);
 
