@@ -28,17 +28,17 @@ void Implications::join(std::int32_t a, std::int32_t b, std::int64_t capacity) {
     }
 }
 
-bool Implications::fill(const std::function<bool()>& stop) {
-    while (!stop()) {
-        if (!find_levels()) return true;
+bool Implications::fill(double steps) {
+    while (steps > 0) {
+        if (!find_levels(steps)) return true;
         current_ = first_;
-        augment();
+        augment(steps);
     }
     return false;
 }
 
 /** Distances from the source. @return whether the sink is reached */
-bool Implications::find_levels() {
+bool Implications::find_levels(double& steps) {
     levels_.assign(first_.size(), -1);
     std::vector<std::int32_t> reached{source()};
     levels_[at(source())] = 0;
@@ -46,6 +46,7 @@ bool Implications::find_levels() {
         const std::int32_t a = reached[next];
         for (std::int32_t arc = first_[at(a)]; arc >= 0; arc = arcs_[at(arc)].next) {
             const auto& [b, following, rest] = arcs_[at(arc)];
+            --steps;
             if (rest == 0 || levels_[at(b)] >= 0) continue;
             levels_[at(b)] = levels_[at(a)] + 1;
             reached.push_back(b);
@@ -55,13 +56,14 @@ bool Implications::find_levels() {
 }
 
 /** Sends flow along shortest paths until none is left, walking one path forward and back. */
-void Implications::augment() {
+void Implications::augment(double& steps) {
     std::vector<std::int32_t> path;
-    for (std::int32_t a = source();;) {
+    for (std::int32_t a = source(); steps > 0;) {
         if (a == sink()) {
             std::int64_t least = std::numeric_limits<std::int64_t>::max();
             for (const std::int32_t arc : path)
                 least = std::min(least, arcs_[at(arc)].rest);
+            steps -= static_cast<double>(path.size());
             std::size_t full = path.size();
             for (std::size_t k = path.size(); k-- > 0;) {
                 arcs_[at(path[k])].rest -= least;
@@ -75,7 +77,7 @@ void Implications::augment() {
         std::int32_t& arc = current_[at(a)];
         while (arc >= 0 &&
                (arcs_[at(arc)].rest == 0 || levels_[at(arcs_[at(arc)].to)] != levels_[at(a)] + 1))
-            arc = arcs_[at(arc)].next;
+            arc = arcs_[at(arc)].next, --steps;
         if (arc >= 0) {
             path.push_back(arc);
             a = arcs_[at(arc)].to;

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "toolkit/presolve/spin_graph.hpp"
@@ -19,16 +18,14 @@ class Implications {
     /**
      * Finds a maximum flow from the field to its opposite.
      *
-     * @param stop asked between rounds whether to give up
+     * @param steps arcs that may be looked at, before it is given up
      * @return whether the flow is maximum
      */
-    bool fill(const std::function<bool()>& stop);
+    bool fill(double steps);
 
     /** For each node of the graph what a least cut that decides most says: 1, -1, or 0 for nothing.
      */
     std::vector<std::int8_t> decided() const;
-
-    std::size_t arcs() const { return arcs_.size(); }
 
   private:
     struct Arc {
@@ -41,8 +38,8 @@ class Implications {
     std::int32_t source() const { return 2 * field_; }
     std::int32_t sink() const { return source() + 1; }
     void join(std::int32_t a, std::int32_t b, std::int64_t capacity);
-    bool find_levels();
-    void augment();
+    bool find_levels(double& steps);
+    void augment(double& steps);
     /** Of the mean of the flow and its mirror image, which is a flow too. */
     bool open(std::int32_t arc) const {
         return arcs_[at(arc)].rest > 0 || arcs_[at(arc ^ 3)].rest > 0;

@@ -18,10 +18,12 @@ using Clock = std::chrono::steady_clock;
 constexpr std::array RULES{
     Rule{"heavy couplings", heavy_couplings, true},
     Rule{"stars", stars, true},
+    Rule{"balanced components", balanced_components, true},
     Rule{"twins", twins, true},
     Rule{"pairs", pairs},
     Rule{"pieces", pieces},
     Rule{"balls", balls},
+    Rule{"large balls", large_balls},
     Rule{"roof duality", roof_duality},
 };
 

@@ -52,10 +52,13 @@ constexpr double STEPS_IN_A_SECOND = 2e8;
 
 Limits limits_of(const PresolveOptions& options) {
     const bool full = options.effort == PresolveEffort::FULL;
-    return {.ball = full ? 18U : 13U,
+    return {.ball = 13,
+            .large_ball = full ? 18U : 16U,
+            .patient = full,
             .width = full ? 25 : 20,
             .memory = options.memory,
             .steps = full ? 3e10 : 6e8,
+            .flow_steps = full ? 3e9 : 3e7,
             .seconds = options.time_limit};
 }
 

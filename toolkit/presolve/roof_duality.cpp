@@ -25,13 +25,11 @@ namespace orvex::toolkit {
 
 void roof_duality(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
-    bool changed = false;
-    while (graph.next_changed(SpinGraph::ROOF) >= 0)
-        changed = true;
-    if (!changed || graph.degree(graph.field()) == 0) return;
+    if (!graph.changed(SpinGraph::ROOF) || graph.degree(graph.field()) == 0) return;
     Implications implications(graph);
-    const auto round = static_cast<double>(implications.arcs());
-    if (!implications.fill([&] { return !reduction.may_spend(round); })) return;
+    // Memory is waited for at most of them, so one counts for several of other rules' steps.
+    const double steps = reduction.limits().flow_steps;
+    if (!reduction.may_spend(4 * steps) || !implications.fill(steps)) return;
     const std::vector<std::int8_t> decided = implications.decided();
     for (int v = 0; v < graph.size(); ++v)
         if (graph.holds(v) && decided[static_cast<std::size_t>(v)] != 0)
