@@ -89,6 +89,9 @@ class Reduction {
     void replace(std::span<const std::int32_t> nodes, std::span<const std::int32_t> terminals,
                  std::span<const Wide> energies, std::span<const std::uint8_t> choices);
 
+    /** No energy of the original is below this. */
+    Wide bound() const;
+
     /** The reduced model, and the end of the way back. */
     Presolved finish(std::vector<RuleUse> rules) &&;
 

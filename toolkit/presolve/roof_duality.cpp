@@ -26,10 +26,15 @@ namespace orvex::toolkit {
 void roof_duality(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
     if (!graph.changed(SpinGraph::ROOF) || graph.degree(graph.field()) == 0) return;
-    Implications implications(graph);
-    // Memory is waited for at most of them, so one counts for several of other rules' steps.
+    // Memory is waited for at most arcs, so one counts for several of other rules' steps; and a
+    // flow needs some rounds over all of them, so that one which cannot be ended is not begun.
     const double steps = reduction.limits().flow_steps;
-    if (!reduction.may_spend(4 * steps) || !implications.fill(steps)) return;
+    double arcs = 0;
+    for (int v = 0; v < graph.size(); ++v)
+        if (graph.holds(v)) arcs += 2 * graph.degree(v);
+    if (8 * arcs > steps || !reduction.may_spend(4 * steps)) return;
+    Implications implications(graph);
+    if (!implications.fill(steps)) return;
     const std::vector<std::int8_t> decided = implications.decided();
     for (int v = 0; v < graph.size(); ++v)
         if (graph.holds(v) && decided[static_cast<std::size_t>(v)] != 0)
