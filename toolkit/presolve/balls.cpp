@@ -161,19 +161,32 @@ std::optional<Surrounded::Found> Surrounded::tied_pair() const {
     return std::nullopt;
 }
 
+/** So many balls in vain are tried in any case, and so many more for each that is not. */
+constexpr long PATIENCE = 500, MORE_PATIENCE = 100;
+
+void tie_in_balls(Reduction& reduction, SpinGraph::Watcher watcher, std::size_t most_nodes) {
+    SpinGraph& graph = reduction.graph();
+    long patience = PATIENCE;
+    for (int v; (v = graph.next_changed(watcher)) >= 0;) {
+        if (v == graph.field() || at(graph.degree(v)) >= most_nodes) continue;
+        const bool in_vain = !reduction.limits().patient && --patience < 0;
+        if (in_vain || !reduction.may_spend(256)) return;
+        const Surrounded ball(graph, v, most_nodes);
+        const auto found = ball.tied_pair();
+        if (!found || !reduction.may_merge(found->one, found->other)) continue;
+        reduction.tie_in_ball(ball.inside(), found->one, found->other, found->sign);
+        patience += MORE_PATIENCE;
+    }
+}
+
 }  // namespace
 
 void balls(Reduction& reduction) {
-    SpinGraph& graph = reduction.graph();
-    for (int v; (v = graph.next_changed(SpinGraph::BALLS)) >= 0;) {
-        const std::size_t most = reduction.limits().ball;
-        if (v == graph.field() || at(graph.degree(v)) >= most) continue;
-        if (!reduction.may_spend(256)) return;
-        const Surrounded ball(graph, v, most);
-        const auto found = ball.tied_pair();
-        if (found && reduction.may_merge(found->one, found->other))
-            reduction.tie_in_ball(ball.inside(), found->one, found->other, found->sign);
-    }
+    tie_in_balls(reduction, SpinGraph::BALLS, reduction.limits().ball);
+}
+
+void large_balls(Reduction& reduction) {
+    tie_in_balls(reduction, SpinGraph::LARGE_BALLS, reduction.limits().large_ball);
 }
 
 }  // namespace orvex::toolkit

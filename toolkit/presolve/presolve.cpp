@@ -18,10 +18,13 @@ using Clock = std::chrono::steady_clock;
 constexpr std::array RULES{
     Rule{"heavy couplings", heavy_couplings, true},
     Rule{"stars", stars, true},
+    Rule{"balanced components", balanced_components, true},
     Rule{"twins", twins, true},
     Rule{"pairs", pairs},
     Rule{"pieces", pieces},
     Rule{"balls", balls},
+    Rule{"large balls", large_balls},
+    Rule{"roof duality", roof_duality},
 };
 
 /** Below this many couplings a node may be worth a look of the rules that compare assignments. */
@@ -51,8 +54,9 @@ bool promising(const SparseQubo& qubo) {
     return false;
 }
 
-Presolved unreduced(const SparseQubo& qubo, std::vector<RuleUse> uses = {}) {
-    return {WayBack(qubo.size()), qubo, std::nullopt, std::move(uses)};
+Presolved unreduced(const SparseQubo& qubo, std::optional<Wide> bound = {},
+                    std::vector<RuleUse> uses = {}) {
+    return {WayBack(qubo.size()), qubo, bound, std::move(uses)};
 }
 
 }  // namespace
@@ -80,10 +84,11 @@ Presolved reduce_with(const SparseQubo& qubo, const PresolveOptions& options,
         uses[next].seconds += seconds_since(begin);
         next = taken > 0 && next > 0 ? 0 : next + 1;
     }
-    if (reduction.graph().alive() == qubo.size()) return unreduced(qubo, std::move(uses));
+    const Wide bound = reduction.bound();
+    if (reduction.graph().alive() == qubo.size()) return unreduced(qubo, bound, std::move(uses));
     Presolved presolved = std::move(reduction).finish(std::move(uses));
     const bool wider = proven_bits(presolved.reduced()) > proven_bits(qubo);
-    return wider ? unreduced(qubo) : std::move(presolved);
+    return wider ? unreduced(qubo, bound) : std::move(presolved);
 }
 
 Presolved presolve(const SparseQubo& qubo, const PresolveOptions& options) {

@@ -41,10 +41,6 @@ std::vector<std::int32_t> references_of(const SpinGraph& graph) {
     return references;
 }
 
-Wide floor_of_quarter(Wide number) {
-    return number >= 0 ? number / 4 : -((-number + 3) / 4);
-}
-
 /** What a slow machine does of them, so that a programme is not begun that would end late. */
 constexpr double STEPS_IN_A_SECOND = 2e8;
 
@@ -52,10 +48,13 @@ constexpr double STEPS_IN_A_SECOND = 2e8;
 
 Limits limits_of(const PresolveOptions& options) {
     const bool full = options.effort == PresolveEffort::FULL;
-    return {.ball = full ? 18U : 13U,
+    return {.ball = 13,
+            .large_ball = full ? 18U : 16U,
+            .patient = full,
             .width = full ? 25 : 20,
             .memory = options.memory,
             .steps = full ? 3e10 : 6e8,
+            .flow_steps = full ? 1e9 : 4e6,
             .seconds = options.time_limit};
 }
 
@@ -145,6 +144,15 @@ void Reduction::replace(std::span<const std::int32_t> nodes,
     }
 }
 
+Wide Reduction::bound() const {
+    Wide twice = 0;
+    for (int v = 0; v <= graph_.size(); ++v)
+        twice += graph_.weight(v);
+    // No coupling can do better than its magnitude. Upwards, since energies are integers.
+    const Wide least = graph_.constant - twice / 2;
+    return least > 0 ? (least + 3) / 4 : -(-least / 4);
+}
+
 Presolved Reduction::finish(std::vector<RuleUse> rules) && {
     const std::vector<std::int32_t> reference_of = references_of(graph_);
     std::vector<std::int32_t> left, references, number(at(graph_.size()), -1);
@@ -156,17 +164,15 @@ Presolved Reduction::finish(std::vector<RuleUse> rules) && {
     }
 
     SparseQubo reduced;
-    Wide reference_energy = 0, all = 0;
+    Wide reference_energy = 0;
     for (const int v : left) {
         Wide towards_reference = 0, others = 0;
         graph_.for_each(v, [&](const Link& link) {
             if (link.node == reference_of[at(v)]) {
                 towards_reference = link.weight;
-                all += 2 * (link.weight < 0 ? -link.weight : link.weight);
                 return;
             }
             others += link.weight;
-            all += link.weight < 0 ? -link.weight : link.weight;
             reduced.neighbours.push_back(number[at(link.node)]);
             reduced.weights.push_back(link.weight);
         });
@@ -177,8 +183,7 @@ Presolved Reduction::finish(std::vector<RuleUse> rules) && {
     }
     const Wide zero_energy = graph_.constant + reference_energy / 2;
     way_back_.finish(std::move(left), std::move(references), zero_energy / 4);
-    const Wide bound = -floor_of_quarter(-(graph_.constant - all / 2));
-    return {std::move(way_back_), std::move(reduced), bound, std::move(rules)};
+    return {std::move(way_back_), std::move(reduced), bound(), std::move(rules)};
 }
 
 }  // namespace orvex::toolkit

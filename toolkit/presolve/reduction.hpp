@@ -15,11 +15,14 @@ namespace orvex::toolkit {
 
 /** How far the dear rules go. */
 struct Limits {
-    std::size_t ball = 0;      ///< nodes of a ball with what surrounds it
-    int width = 0;             ///< nodes that a table of a dynamic programme may depend on
-    std::uint64_t memory = 0;  ///< bytes of such tables
-    double steps = 0;          ///< entries of tables and assignments looked at, in all
-    double seconds = 0;        ///< until no dear rule begins anything more; 0: no limit
+    std::size_t ball = 0;        ///< nodes of a ball with what surrounds it
+    std::size_t large_ball = 0;  ///< the same where small ones find nothing more
+    bool patient = false;        ///< whether balls are tried although most are in vain
+    int width = 0;               ///< nodes that a table of a dynamic programme may depend on
+    std::uint64_t memory = 0;    ///< bytes of such tables
+    double steps = 0;            ///< entries of tables and assignments looked at, in all
+    double flow_steps = 0;       ///< couplings that a maximum flow may look at
+    double seconds = 0;          ///< until no dear rule begins anything more; 0: no limit
 };
 
 /** The limits that these options mean. */
@@ -85,6 +88,9 @@ class Reduction {
      */
     void replace(std::span<const std::int32_t> nodes, std::span<const std::int32_t> terminals,
                  std::span<const Wide> energies, std::span<const std::uint8_t> choices);
+
+    /** No energy of the original is below this. */
+    Wide bound() const;
 
     /** The reduced model, and the end of the way back. */
     Presolved finish(std::vector<RuleUse> rules) &&;

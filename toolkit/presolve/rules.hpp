@@ -12,6 +12,9 @@ void heavy_couplings(Reduction& reduction);
 /** Takes out nodes with three couplings. */
 void stars(Reduction& reduction);
 
+/** Takes out components whose couplings can all have their way at once. */
+void balanced_components(Reduction& reduction);
+
 /** Ties nodes that are not coupled and whose couplings are proportional. */
 void twins(Reduction& reduction);
 
@@ -24,5 +27,11 @@ void pieces(Reduction& reduction);
 /** Ties nodes that are alike, or unlike, in a best assignment of a ball around a node, whatever is
  * outside. */
 void balls(Reduction& reduction);
+
+/** The same in larger balls. */
+void large_balls(Reduction& reduction);
+
+/** Ties to the field what a least cut of the network of implications decides. */
+void roof_duality(Reduction& reduction);
 
 }  // namespace orvex::toolkit

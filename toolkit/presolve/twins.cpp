@@ -49,10 +49,7 @@ bool proportional(const std::vector<Link>& a, const std::vector<Link>& b) {
 
 void twins(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
-    bool changed = false;
-    while (graph.next_changed(SpinGraph::TWINS) >= 0)
-        changed = true;
-    if (!changed) return;
+    if (!graph.changed(SpinGraph::TWINS)) return;
 
     std::unordered_map<std::uint64_t, std::int32_t> known;
     known.reserve(static_cast<std::size_t>(graph.alive()));
