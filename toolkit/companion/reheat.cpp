@@ -22,7 +22,7 @@ std::size_t at(std::int32_t i) {
 
 constexpr std::size_t REGIONS[] = {300, 1000, 3000, 6000};
 constexpr double HEATS[] = {0.1, 0.15, 0.2, 0.27, 0.36, 0.5};
-constexpr int LENGTHS[] = {30, 100, 300, 1000, 3000};
+constexpr int LENGTHS[] = {30, 100, 300, 1000, 3000, 10000};
 
 /** Attempts between two looks at whether to stop, some milliseconds' worth. */
 constexpr std::size_t VARIABLES_AT_ONCE = 1 << 15;
@@ -41,19 +41,44 @@ class Reheater {
           cutter_(whole_),
           merger_(qubo),
           best_{Bits(qubo.linear.size()), 0},
+          symmetric_(energy_of(qubo, Bits(qubo.linear.size(), 1)) == 0),
           regions_(regions_of(whole_.size())),
           choices_(regions_.size(), std::size(HEATS), std::size(LENGTHS)) {}
 
     void run() {
+        const double stall = std::getenv("STALL") ? std::atof(std::getenv("STALL")) : 0.5;
         begin();
-        int elites = std::getenv("ELITES") ? std::atoi(std::getenv("ELITES")) : 1;
+        Solution main = best_;
+        bool fresh = false;
         while (!exchange_.stopping()) {
             for (const Bits& offer : exchange_.offered(worker_))
                 if (merger_.merge(best_, offer).gain > 0) merged_ = true;
             step();
+            if (best_.energy < main.energy || !fresh) exchange_.publish(best_, merged_);
+            if (idle_ < stall * spent_ + 200.0 * static_cast<double>(whole_.size())) continue;
+            // The elite is stuck.
+            if (!fresh) {
+                main = best_;
+                if (std::getenv("TRACE")) std::printf("### stuck at %g\n", static_cast<double>(main.energy));
+                spent_main_ = spent_;
+                begin();
+                fresh = true;
+                continue;
+            }
+            const double e = static_cast<double>(best_.energy), m = static_cast<double>(main.energy);
+            if (best_.energy < main.energy) std::swap(main, best_);
+            std::size_t same = 0;
+            for (std::size_t i = 0; i < main.bits.size(); ++i)
+                same += main.bits[i] == best_.bits[i];
+            if (symmetric_ && same < main.bits.size() / 2)
+                for (auto& bit : best_.bits) bit ^= 1;
+            const auto merged = merger_.merge(main, best_.bits);
+            if (std::getenv("TRACE")) std::printf("### merge %g with %g: %d components, gain %g\n", m, e, merged.components, static_cast<double>(merged.gain));
+            best_ = main;
             exchange_.publish(best_, merged_);
+            fresh = false;
+            idle_ = 0;
         }
-        static_cast<void>(elites);
     }
 
   private:
@@ -83,13 +108,14 @@ class Reheater {
 
     /** A first solution: an annealing of everything, from hot. */
     void begin() {
+        idle_ = spent_ = 0;
+        best_ = {Bits(whole_.size()), 0};
         set_all(whole_, best_.bits, replicas_);
         if (!anneal(whole_, 1.5 * narrowing_.scale, 50)) return;
         variables_.resize(whole_.size());
         for (std::size_t i = 0; i < whole_.size(); ++i)
             variables_[i] = static_cast<std::int32_t>(i);
         merge_lanes();
-        exchange_.publish(best_, merged_);
     }
 
     Wide merge_lanes() {
@@ -135,12 +161,14 @@ class Reheater {
         }
         const Part<T>& part = everything ? whole_ : part_;
         set_all(part, bits_, replicas_);
-        const int length = LENGTHS[choice.length];
+        const int length = std::min(LENGTHS[choice.length], std::max(30, static_cast<int>(3e7 / static_cast<double>(size))));
         if (!anneal(part, HEATS[choice.heat] * narrowing_.scale, length)) return;
         const Wide gain = merge_lanes();
         const double work = static_cast<double>(size) * (length + 20);
         choices_.learn(choice, static_cast<double>(gain), work);
-        if (std::getenv("TRACE"))
+        spent_ += work;
+        idle_ = gain > 0 ? 0 : idle_ + work;
+        if (std::getenv("TRACE") && gain > 0)
             std::printf("## %zu %g %d : %g %g\n", size, HEATS[choice.heat], length,
                         static_cast<double>(gain), work);
     }
@@ -155,6 +183,8 @@ class Reheater {
     Merger merger_;
     Solution best_;
     bool merged_ = false;
+    bool symmetric_;
+    double idle_ = 0, spent_ = 0, spent_main_ = 0;
     std::vector<std::size_t> regions_;
     Choices choices_;
 
