@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "toolkit/companion/reheat.hpp"
+#include "toolkit/companion/worker.hpp"
 #include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
@@ -38,7 +38,10 @@ void Companion::start() {
 
 void Companion::work(int worker) {
     try {
-        reheat(*qubo_, exchange_, worker, options_.seed);
+        if (options_.groups.empty())
+            reheat(*qubo_, exchange_, worker, options_.seed);
+        else
+            shift(*qubo_, options_.groups, exchange_, worker, options_.seed);
     } catch (...) {
         exchange_.fail(std::current_exception());
     }

@@ -50,8 +50,107 @@ void expect_groups(const Groups& groups, int size) {
     }
 }
 
-Groups find_groups(const SparseQubo&) {
-    return {};
+namespace {
+
+/** Below this share of the variables in groups, what was found is chance and no structure. */
+constexpr double LEAST_SHARE = 0.25;
+
+/** Cliques of two are no groups: any two variables that exclude each other would be one. */
+constexpr std::size_t LEAST_MEMBERS = 3;
+
+class Finder {
+  public:
+    explicit Finder(const SparseQubo& qubo)
+        : qubo_(&qubo), gains_(qubo.linear.size()), homes_(qubo.linear.size()) {
+        for (std::int32_t i = 0; i < qubo.size(); ++i) {
+            Wide gain = -static_cast<Wide>(qubo.linear[at(i)]);
+            for (const std::int64_t weight : qubo.weights_of(i))
+                if (weight < 0) gain -= weight;
+            gains_[at(i)] = gain;
+        }
+    }
+
+    Groups find() {
+        // Two rounds: a variable of a permutation is in a group of each family.
+        for (int round = 0; round < 2; ++round)
+            for (std::int32_t i = 0; i < qubo_->size(); ++i)
+                if (homes_[at(i)].size() <= static_cast<std::size_t>(round)) grow(i);
+        const auto housed = std::count_if(homes_.begin(), homes_.end(),
+                                          [](const auto& homes) { return !homes.empty(); });
+        if (static_cast<double>(housed) < LEAST_SHARE * qubo_->size()) return {};
+        return std::move(groups_);
+    }
+
+  private:
+    static std::size_t at(std::int32_t i) { return static_cast<std::size_t>(i); }
+
+    /** Whether a 1 at either end gains nothing that the coupling does not take back. */
+    bool excludes(std::int32_t i, std::int32_t j, std::int64_t weight) const {
+        return weight > 0 && gains_[at(i)] > 0 && gains_[at(j)] > 0 && weight >= gains_[at(i)] &&
+               weight >= gains_[at(j)];
+    }
+
+    bool share_a_group(std::int32_t i, std::int32_t j) const {
+        for (const std::size_t home : homes_[at(i)])
+            if (std::find(homes_[at(j)].begin(), homes_[at(j)].end(), home) != homes_[at(j)].end())
+                return true;
+        return false;
+    }
+
+    std::int64_t weight_of(std::int32_t i, std::int32_t j) const {
+        const auto neighbours = qubo_->neighbours_of(i);
+        const auto found = std::lower_bound(neighbours.begin(), neighbours.end(), j);
+        if (found == neighbours.end() || *found != j) return 0;
+        return qubo_->weights_of(i)[static_cast<std::size_t>(found - neighbours.begin())];
+    }
+
+    /** The clique around a variable that its strongest couplings begin. */
+    void grow(std::int32_t seed) {
+        std::vector<std::pair<std::int64_t, std::int32_t>> candidates;
+        const auto neighbours = qubo_->neighbours_of(seed);
+        for (std::size_t k = 0; k < neighbours.size(); ++k) {
+            const std::int32_t j = neighbours[k];
+            const std::int64_t weight = qubo_->weights_of(seed)[k];
+            if (homes_[at(j)].size() < 2 && excludes(seed, j, weight) && !share_a_group(seed, j))
+                candidates.emplace_back(-weight, j);
+        }
+        std::sort(candidates.begin(), candidates.end());
+        std::vector<std::int32_t> members{seed};
+        for (const auto& [weight, j] : candidates) {
+            const bool fits =
+                std::all_of(members.begin() + 1, members.end(), [&, j = j](std::int32_t member) {
+                    return excludes(j, member, weight_of(j, member)) && !share_a_group(j, member);
+                });
+            if (fits) members.push_back(j);
+        }
+        if (members.size() < LEAST_MEMBERS) return;
+        for (const std::int32_t i : members)
+            homes_[at(i)].push_back(groups_.members.size());
+        groups_.exactly_one.push_back(wants_one(members));
+        std::sort(members.begin(), members.end());
+        groups_.members.push_back(std::move(members));
+    }
+
+    /**
+     * A penalty A (sum of x - 1)^2 has -A for each 1 and 2 A for a pair: a 1 that brings half of
+     * what a second costs is a constraint's, not a price's.
+     */
+    bool wants_one(const std::vector<std::int32_t>& members) const {
+        for (std::size_t k = 1; k < members.size(); ++k)
+            if (2 * gains_[at(members[k])] < weight_of(members[0], members[k])) return false;
+        return true;
+    }
+
+    const SparseQubo* qubo_;
+    std::vector<Wide> gains_;  ///< what a 1 could bring at most
+    std::vector<std::vector<std::size_t>> homes_;
+    Groups groups_;
+};
+
+}  // namespace
+
+Groups find_groups(const SparseQubo& qubo) {
+    return Finder(qubo).find();
 }
 
 }  // namespace orvex::toolkit

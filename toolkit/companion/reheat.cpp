@@ -1,17 +1,19 @@
-#include "toolkit/companion/reheat.hpp"
+// Reheat and merge, for sparse models. The elite, or a connected region of it, is heated to a
+// moderate temperature and cooled, in as many replicas as the lanes hold; then each replica is
+// merged into the elite, component by component. Where to heat, how hot and how long differs by
+// family of models and by how far the search is: it is learned in the run. Invariant: the elite
+// never gets worse, and its energy is exact.
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <random>
-#include <utility>
+#include <cstdint>
+#include <iterator>
+#include <numeric>
 #include <vector>
 
 #include "toolkit/companion/choices.hpp"
 #include "toolkit/companion/narrowing.hpp"
 #include "toolkit/companion/sweeps.hpp"
+#include "toolkit/companion/worker.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -22,39 +24,30 @@ std::size_t at(std::int32_t i) {
 
 constexpr std::size_t REGIONS[] = {300, 1000, 3000, 6000};
 constexpr double HEATS[] = {0.1, 0.15, 0.2, 0.27, 0.36, 0.5};
-constexpr int LENGTHS[] = {30, 100, 300, 1000, 3000};
+constexpr int FIRST_SWEEPS = 50;
+constexpr int LENGTHS[] = {30, 100, 300, 1000, 3000, 10000};
 
 /** Attempts between two looks at whether to stop, some milliseconds' worth. */
 constexpr std::size_t VARIABLES_AT_ONCE = 1 << 15;
 
+/** A play's work beside its sweeps: to cut the part out and to merge, as so many sweeps. */
+constexpr int SWEEPS_OF_MERGE = 20;
+
+/** Attempts of a lane in one reheat, at most, so that no try holds the others up. */
+constexpr double MOST_ATTEMPTS = 3e7;
+
 template <class T>
-class Reheater {
+class Reheater : public Worker {
   public:
-    Reheater(const SparseQubo& qubo, const Narrowing& narrowing, Exchange& exchange, int worker,
+    Reheater(const SparseQubo& qubo, const Narrowing& narrowing, Exchange& exchange, int number,
              std::uint64_t seed)
-        : narrowing_(narrowing),
-          exchange_(exchange),
-          worker_(worker),
-          random_(seed),
+        : Worker(qubo, exchange, number, seed),
+          narrowing_(narrowing),
           randoms_(random_()),
           whole_(whole_of<T>(qubo, narrowing)),
           cutter_(whole_),
-          merger_(qubo),
-          best_{Bits(qubo.linear.size()), 0},
           regions_(regions_of(whole_.size())),
           choices_(regions_.size(), std::size(HEATS), std::size(LENGTHS)) {}
-
-    void run() {
-        begin();
-        int elites = std::getenv("ELITES") ? std::atoi(std::getenv("ELITES")) : 1;
-        while (!exchange_.stopping()) {
-            for (const Bits& offer : exchange_.offered(worker_))
-                if (merger_.merge(best_, offer).gain > 0) merged_ = true;
-            step();
-            exchange_.publish(best_, merged_);
-        }
-        static_cast<void>(elites);
-    }
 
   private:
     static std::vector<std::size_t> regions_of(std::size_t size) {
@@ -72,33 +65,38 @@ class Reheater {
                 const std::size_t last = std::min(part.size(), first + VARIABLES_AT_ONCE);
                 sweeps<T>().sweep(part, first, last, heat, narrowing_.by_table, replicas_,
                                   randoms_);
-                if (exchange_.stopping()) return false;
+                if (stopping()) return false;
             }
         }
-        exchange_.count(static_cast<std::int64_t>(part.size() * LANES<T>) * sweeps_count);
+        count(static_cast<std::int64_t>(part.size() * LANES<T>) * sweeps_count);
         words_.resize(part.size());
         sweeps<T>().gather(replicas_, part.size(), words_.data());
         return true;
     }
 
     /** A first solution: an annealing of everything, from hot. */
-    void begin() {
-        set_all(whole_, best_.bits, replicas_);
-        if (!anneal(whole_, 1.5 * narrowing_.scale, 50)) return;
-        variables_.resize(whole_.size());
-        for (std::size_t i = 0; i < whole_.size(); ++i)
-            variables_[i] = static_cast<std::int32_t>(i);
-        merge_lanes();
-        exchange_.publish(best_, merged_);
+    Progress begin() override {
+        take_everything();
+        set_all(whole_, elite_.bits, replicas_);
+        if (anneal(whole_, 1.5 * narrowing_.scale, FIRST_SWEEPS)) merge_lanes();
+        return {0, static_cast<double>(whole_.size()) * (FIRST_SWEEPS + SWEEPS_OF_MERGE)};
     }
 
+    double patience() const override { return 200.0 * static_cast<double>(whole_.size()); }
+
+    void take_everything() {
+        variables_.resize(whole_.size());
+        std::iota(variables_.begin(), variables_.end(), 0);
+    }
+
+    /** Merges what the lanes have become into the elite, one after the other. */
     Wide merge_lanes() {
         // Only variables that differ in any lane are looked at lane by lane.
         std::size_t open = 0;
         for (std::size_t p = 0; p < variables_.size(); ++p) {
             constexpr std::uint64_t ALL = ~std::uint64_t{0} >> (64 - LANES<T>);
             const std::uint64_t word = words_[p];
-            const bool one = best_.bits[at(variables_[p])] != 0;
+            const bool one = elite_.bits[at(variables_[p])] != 0;
             if (word == (one ? ALL : 0)) continue;
             words_[open] = word;
             open_.resize(open + 1);
@@ -109,52 +107,42 @@ class Reheater {
         for (std::size_t lane = 0; lane < LANES<T>; ++lane) {
             differing_.clear();
             for (std::size_t p = 0; p < open; ++p)
-                if (((words_[p] >> lane) & 1) != best_.bits[at(open_[p])])
+                if (((words_[p] >> lane) & 1) != elite_.bits[at(open_[p])])
                     differing_.push_back(open_[p]);
-            gain += merger_.merge(best_, differing_).gain;
-            if (exchange_.stopping()) break;
+            gain += merger_.merge(elite_, differing_).gain;
+            if (stopping()) break;
         }
         return gain;
     }
 
-    void step() {
+    Progress step() override {
         const Choice choice = choices_.draw(random_);
         const std::size_t size = regions_[choice.region];
         const bool everything = size == whole_.size();
         if (everything) {
-            variables_.resize(size);
-            for (std::size_t i = 0; i < size; ++i)
-                variables_[i] = static_cast<std::int32_t>(i);
-            bits_ = best_.bits;
+            take_everything();
         } else {
             cutter_.choose(size, random_, variables_);
-            cutter_.cut(variables_, best_.bits, part_);
-            bits_.resize(size);
-            for (std::size_t p = 0; p < size; ++p)
-                bits_[p] = best_.bits[at(variables_[p])];
+            cutter_.cut(variables_, elite_.bits, part_);
         }
+        bits_.resize(size);
+        for (std::size_t p = 0; p < size; ++p)
+            bits_[p] = elite_.bits[at(variables_[p])];
         const Part<T>& part = everything ? whole_ : part_;
         set_all(part, bits_, replicas_);
-        const int length = LENGTHS[choice.length];
-        if (!anneal(part, HEATS[choice.heat] * narrowing_.scale, length)) return;
-        const Wide gain = merge_lanes();
-        const double work = static_cast<double>(size) * (length + 20);
-        choices_.learn(choice, static_cast<double>(gain), work);
-        if (std::getenv("TRACE"))
-            std::printf("## %zu %g %d : %g %g\n", size, HEATS[choice.heat], length,
-                        static_cast<double>(gain), work);
+        const double most = std::max(MOST_ATTEMPTS / static_cast<double>(size), 30.0);
+        const int length = static_cast<int>(std::min<double>(LENGTHS[choice.length], most));
+        if (!anneal(part, HEATS[choice.heat] * narrowing_.scale, length)) return {};
+        const Progress progress{static_cast<double>(merge_lanes()),
+                                static_cast<double>(size) * (length + SWEEPS_OF_MERGE)};
+        choices_.learn(choice, progress.gain, progress.work);
+        return progress;
     }
 
     Narrowing narrowing_;
-    Exchange& exchange_;
-    int worker_;
-    std::mt19937_64 random_;
     Randoms randoms_;
     Part<T> whole_;
     Cutter<T> cutter_;
-    Merger merger_;
-    Solution best_;
-    bool merged_ = false;
     std::vector<std::size_t> regions_;
     Choices choices_;
 
@@ -167,11 +155,10 @@ class Reheater {
 
 }  // namespace
 
-void reheat(const SparseQubo& qubo, Exchange& exchange, int worker, std::uint64_t seed) {
+void reheat(const SparseQubo& qubo, Exchange& exchange, int number, std::uint64_t seed) {
     const Narrowing narrowing = narrowing_of(qubo);
     const auto with = [&]<class T>(T) {
-        Reheater<T>(qubo, narrowing, exchange, worker, seed + static_cast<std::uint64_t>(worker))
-            .run();
+        Reheater<T>(qubo, narrowing, exchange, number, seed).run();
     };
     switch (narrowing.bytes) {
         case 1:
