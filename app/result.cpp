@@ -24,11 +24,23 @@ std::string with_unit(const Report& seconds) {
     return seconds.is_null() ? "none" : seconds.dump() + " s";
 }
 
+/** Whole numbers with blanks between them, as the library writes a pair of settings. */
+Report numbers_in(const std::string& text) {
+    Report numbers = Report::array();
+    std::istringstream words(text);
+    for (long number = 0; words >> number;)
+        numbers.push_back(number);
+    return numbers;
+}
+
+/** The library's lines "seconds,energy", each as a pair of numbers. */
 Report log_of(const Sol& solution) {
     Report lines = Report::array();
     std::istringstream log(solution.impl().log.str());
-    for (std::string line; std::getline(log, line);)
-        lines.push_back(line);
+    for (std::string line; std::getline(log, line);) {
+        const std::size_t comma = line.find(',');
+        lines.push_back({std::stod(line.substr(0, comma)), std::stol(line.substr(comma + 1))});
+    }
     return lines;
 }
 
@@ -55,7 +67,7 @@ Report report_of(const Problem& problem, const Result& result, const std::option
     report["total_flips"] = std::stol(solution.get("total_flips"));
     report["band"] = result.plan.band();
     report["device"] = solution.get("gpu");
-    report["search_cycles"] = solution.get("search_cycles");
+    report["search_cycles"] = numbers_in(solution.get("search_cycles"));
     report["tabu_cycles"] = std::stol(solution.get("tabu_cycles"));
     report["solution_proximity"] = std::stol(solution.get("solution_proximity"));
     report["version"] = solution.get("version");
