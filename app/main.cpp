@@ -185,6 +185,9 @@ struct CommandLine {
     int run() {
         options.params = parse_params(params);
         if (!sense.empty()) options.read.maximised = sense == "max";
+        options.read.note = [this](const std::string& text) {
+            if (!options.quiet) std::cerr << text << std::endl;
+        };
         conversion.read = options.read;
         conversion.json = options.json;
         if (*solve) return cli::solve(options);

@@ -35,11 +35,23 @@ std::string with_unit(const Report& seconds) {
     return seconds.is_null() ? "none" : seconds.dump() + " s";
 }
 
+/** Whole numbers with blanks between them, as the library writes a pair of settings. */
+Report numbers_in(const std::string& text) {
+    Report numbers = Report::array();
+    std::istringstream words(text);
+    for (long number = 0; words >> number;)
+        numbers.push_back(number);
+    return numbers;
+}
+
+/** The library's lines "seconds,energy", each as a pair of numbers. */
 Report log_of(const Sol& solution) {
     Report lines = Report::array();
     std::istringstream log(solution.impl().log.str());
-    for (std::string line; std::getline(log, line);)
-        lines.push_back(line);
+    for (std::string line; std::getline(log, line);) {
+        const std::size_t comma = line.find(',');
+        lines.push_back({std::stod(line.substr(0, comma)), std::stol(line.substr(comma + 1))});
+    }
     return lines;
 }
 
@@ -113,7 +125,7 @@ Report report_of(const Problem& problem, const Result& result, const std::option
     report["companion_flips"] = result.companion_flips;
     report["band"] = result.plan ? Report(result.plan->band()) : Report();
     report["device"] = text_of(solution, "gpu");
-    report["search_cycles"] = text_of(solution, "search_cycles");
+    report["search_cycles"] = numbers_in(solution.get("search_cycles"));
     report["tabu_cycles"] = whole_number_of(solution, "tabu_cycles");
     report["solution_proximity"] = whole_number_of(solution, "solution_proximity");
     report["version"] = solution.get("version");

@@ -142,7 +142,7 @@ def test_oddities_are_warned_about(write):
 @pytest.mark.parametrize(
     "text, options, message",
     [
-        (GRAPH, {}, "do not tell whether it is maxcut .* or biqmac .* must be named"),
+        (GRAPH, {}, "in more than one format. Add .*format=\"maxcut\".* or .*format=\"biqmac\""),
         (GRAPH, {"format": "lp"}, "there is no format 'lp'; there are orvex, qbsolv, .*, npz"),
         (GRAPH, {"format": "biqmac", "penalty": 3}, "format biqmac need no penalty"),
         (GRAPH, {"format": "maxcut", "instance": 1}, "format maxcut have no instances"),
@@ -154,7 +154,7 @@ def test_oddities_are_warned_about(write):
         (GRAPH, {"format": "npz", "sense": "min"}, "npz file has no instance, penalty or sense"),
         (GRAPH, {"format": "npz"}, "file is no sparse matrix of scipy"),
         ("", {}, "line 1: the file is empty"),
-        ("hello", {}, "is in no known format"),
+        ("hello", {}, "format is not recognised"),
         ("p qubo 0 2 0 1\n0 1 0.5\n", {}, 'file, line 2: the weight is "0.5", but only whole numbers'),
         ("2 1\n1 2 1\n", {"format": "qs"}, None),
     ],

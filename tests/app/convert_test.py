@@ -127,8 +127,7 @@ class Convert(ProgramTest):
 
     def test_a_format_that_contents_do_not_tell(self):
         run, target = self.convert("2 1\n1 2 3\n")
-        self.assert_refused(run, target, "do not tell whether it is maxcut (Max-Cut graph (rudy, "
-                                         "G-set, .mc)) or biqmac (Biq Mac sparse matrix)")
+        self.assert_refused(run, target, "Add --from maxcut (in Python, format=\"maxcut\") for ")
 
     def test_a_target_that_cannot_be_written(self):
         source = self.write("source", "1 0 0 0\n")

@@ -23,6 +23,12 @@ void expect_memory(const Problem& searched, const Plan& plan, Events& events) {
     const auto left = static_cast<std::uint64_t>(free_memory());
     if (needed > machine)
         throw MemoryShortage(need + " of memory; this machine has " + bytes_text(machine));
+    // What the settings ask for is the caller's to lower.
+    if (plan.search_bytes > left)
+        throw MemoryShortage(
+            of_problem(searched) + "pools and blocks of these settings need " +
+            bytes_text(plan.search_bytes) + " of memory, of which " + bytes_text(left) +
+            " are free; a smaller pool_size, or fewer islands and blocks, need less");
     // The model is there already.
     if (plan.host_bytes() > left)
         events.warned(need + " of memory, of which " + bytes_text(left + searched.model_bytes()) +

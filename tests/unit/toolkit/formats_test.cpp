@@ -98,11 +98,28 @@ TEST(Formats, BiqMacCountsEntriesOffTheDiagonalTwice) {
 }
 
 TEST(Formats, GraphsAndMatricesWithoutDiagonalAreNotToldApart) {
-    EXPECT_EQ(refusal("3 2\n1 2 1\n2 3 1\n"),
-              "its contents do not tell whether it is maxcut (Max-Cut graph (rudy, G-set, .mc)) or "
-              "biqmac (Biq Mac sparse matrix), so its format must be named (--from, in Python "
-              "format=)");
-    EXPECT_EQ(read("3 2\n1 2\n2 3\n").convention.format, "maxcut");
+    EXPECT_EQ(
+        refusal("3 2\n1 2 5\n2 3 1\n"),
+        "the file could be in more than one format. Add --from maxcut (in Python, "
+        "format=\"maxcut\") for Max-Cut graph (rudy, G-set, .mc) or --from biqmac (in Python, "
+        "format=\"biqmac\") for Biq Mac sparse matrix");
+    EXPECT_EQ(read_as("biqmac", "3 2\n1 2 1\n2 3 1\n").convention.format, "biqmac");
+}
+
+/** Unit weights or signs, or no weights at all, and nothing on the diagonal: the files of the
+ * G-set. */
+TEST(Formats, GraphsOfTheGSetAreRecognised) {
+    for (const char* text : {"3 2\n1 2\n2 3\n", "3 2\n1 2 1\n2 3 1\n", "3 2\n1 2 1\n2 3 -1\n",
+                             "3 2 \r\n1 2 -1\r\n2 3 -1\r\n"}) {
+        EXPECT_EQ(read(text).convention.format, "maxcut") << text;
+        EXPECT_EQ(read(compressed(text)).convention.format, "maxcut") << text;
+    }
+    EXPECT_EQ(read("3 2\n1 1 1\n2 3 1\n").convention.format, "biqmac");
+    std::string large = "60000 60000\n";
+    for (int i = 1; i <= 60000; ++i)
+        large += std::to_string(i) + " " + std::to_string(i % 60000 + 1) + " -1\n";
+    const TemporaryFile file(large, ".txt");
+    EXPECT_EQ(InputFile(file.path(), {}).size(), 60000);
 }
 
 TEST(Formats, OrLibraryHasInstances) {
@@ -217,8 +234,8 @@ TEST(Formats, OptionsBelongToFormats) {
 TEST(Formats, WhatNoFormatIsIsRefused) {
     EXPECT_EQ(refusal(""), "line 1: the file is empty");
     EXPECT_EQ(refusal(" \n\n"), "line 1: the file is empty");
-    EXPECT_THAT(refusal("hello\n"), HasSubstr("is in no known format"));
-    EXPECT_THAT(refusal("1 9223372036854775807\n"), HasSubstr("is in no known format"));
+    EXPECT_THAT(refusal("hello\n"), HasSubstr("its format is not recognised"));
+    EXPECT_THAT(refusal("1 9223372036854775807\n"), HasSubstr("its format is not recognised"));
     EXPECT_THAT(refusal("PK\x03\x04"), HasSubstr(".npz files are read by the Python package"));
     EXPECT_THAT(refusal("\xFD"
                         "7zXZ"),

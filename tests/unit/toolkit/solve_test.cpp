@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "toolkit/model/energy.hpp"
+#include "toolkit/model/memory.hpp"
 #include "unit/toolkit/random_problem.hpp"
 
 namespace orvex::toolkit::test {
@@ -35,6 +36,21 @@ std::string refusal(const Problem& problem, const SolveOptions& options) {
     } catch (const InputError& error) {
         return error.what();
     }
+}
+
+/** A pool that the machine could hold, were the rest of it not in use. */
+TEST(Solve, SettingsWhoseMemoryCannotBeHadAreRefused) {
+    const Problem problem = random_problem(10, 9);
+    const auto bytes = [&](int pool_size) {
+        return static_cast<long>(
+            problem.plan(32, PlanRequest{.pool_size = pool_size})->search_bytes);
+    };
+    const long each = (bytes(1'000'100) - bytes(100)) / 1'000'000;
+    const long wanted = free_memory() + (machine_memory() - free_memory()) / 2;
+    if (each == 0 || wanted - free_memory() < 200'000'000) GTEST_SKIP() << "all memory is free";
+    const std::string pool_size = std::to_string((wanted - bytes(100)) / each);
+    EXPECT_THAT(refusal(problem, {.trials = 1, .settings = {{"pool_size", pool_size}}}),
+                HasSubstr("pools and blocks of these settings need"));
 }
 
 TEST(Solve, FindsTheLowestEnergy) {

@@ -7,7 +7,7 @@ namespace {
 
 bool may_be(const Beginning& beginning) {
     return beginning.lists_entries() && beginning.all_have_words(1, 3, 3) &&
-           !beginning.has_comment("ObjectiveOffset");
+           !beginning.has_comment("ObjectiveOffset") && !beginning.lists_unit_edges();
 }
 
 void read(Lines& lines, const ReadOptions& options, Statement& statement) {

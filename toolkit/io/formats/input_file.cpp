@@ -9,7 +9,11 @@
 namespace orvex::toolkit {
 namespace {
 
-constexpr const char* HOW_TO_NAME = " (--from, in Python format=)";
+/** How a caller names a format. */
+std::string named(const Format& format) {
+    const std::string name = format.name;
+    return "--from " + name + " (in Python, format=\"" + name + "\")";
+}
 
 /** What is known to be something else entirely. */
 void refuse_other_kinds(const std::string& file, std::string_view ahead) {
@@ -34,16 +38,15 @@ const Format& recognised(const NumberReader& reader) {
     if (candidates.size() == 1) return *candidates[0];
     if (candidates.empty())
         throw InputError(reader.file() +
-                         ": is in no known format; if it is one after all, it must "
-                         "be named" +
-                         HOW_TO_NAME + ": " + format_names());
-    std::string names;
+                         ": its format is not recognised. If it is one of these, name it with "
+                         "--from (in Python, format=): " +
+                         format_names());
+    std::string ways;
     for (std::size_t k = 0; k < candidates.size(); ++k) {
-        names += k == 0 ? "" : k + 1 < candidates.size() ? ", " : " or ";
-        names += std::string(candidates[k]->name) + " (" + candidates[k]->title + ")";
+        ways += k == 0 ? "" : k + 1 < candidates.size() ? ", " : " or ";
+        ways += named(*candidates[k]) + " for " + candidates[k]->title;
     }
-    throw InputError(reader.file() + ": its contents do not tell whether it is " + names +
-                     ", so its format must be named" + HOW_TO_NAME);
+    throw InputError(reader.file() + ": the file could be in more than one format. Add " + ways);
 }
 
 void expect_options_of(const Format& format, const ReadOptions& options) {

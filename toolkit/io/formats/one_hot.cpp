@@ -33,7 +33,7 @@ void add_one_hot_bit(int i, int k, int n, Wide penalty, Statement& statement) {
 }
 
 void expect_couplings(Wide couplings, const ReadOptions& options, const Lines& lines) {
-    constexpr Wide BYTES = 32;           // in the list, and as much again where it is copied
+    constexpr Wide BYTES = 32;          // in the list, and as much again where it is copied
     constexpr Wide MANY = 100'000'000;  // take some seconds
     const auto bytes = static_cast<std::uint64_t>(couplings * BYTES);
     const auto machine = static_cast<std::uint64_t>(machine_memory());
