@@ -12,6 +12,8 @@
 
 namespace orvex::cli {
 
+/** To be made as Report::object(): one that becomes an object with its first value cannot be taken
+ * apart where that value lacks memory. */
 using Report = nlohmann::ordered_json;
 
 /** A number where it is one for JSON too, else its digits: a sum may be wider than 64 bits. */

@@ -52,7 +52,12 @@ class ORVEX_API Callback {
 
     /**
      * Gives the run a hint: a solution to search from. It is copied; its length is not checked
-     * against the model.
+     * against the model. Of several within one event the last counts.
+     *
+     * Every hint reaches a block, as long as the run sends instances at all: beside them while the
+     * blocks' queue has room, and in place of the next one where it has none or `trial_limit`
+     * grants no more. A run that is ending (by its limits, its target, "abort" or "kill") takes no
+     * hints; those of its last results are kept for the "Hint" generator alone.
      */
     void set(const Sol& sol);
 

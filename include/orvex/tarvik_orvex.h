@@ -243,6 +243,10 @@ TARVIK_ORVEX_API void tarvik_orvex_cb_timer(tarvik_orvex_handle* handle, double 
 /**
  * Gives the search a solution to search from. Of several within one event the last counts.
  *
+ * Every hint reaches a block, as long as the search sends instances at all: beside them while the
+ * blocks' queue has room, and in place of the next one where it has none or "trial_limit" grants no
+ * more. A search that is ending takes no hints.
+ *
  * Outside of the event function it does nothing. It must be called on the thread of the event, or
  * while that waits for the caller's.
  *

@@ -8,7 +8,6 @@
 #include "support.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/model/build.hpp"
-#include "toolkit/model/energy.hpp"
 #include "toolkit/model/scaling.hpp"
 #include "toolkit/run/run_settings.hpp"
 
@@ -113,14 +112,11 @@ ORVEX_PYTHON_API double orvex_python_energy_of_matrix(std::uint32_t n, const dou
  */
 ORVEX_PYTHON_API void orvex_python_terms(const Problem* problem, std::uint32_t* pairs,
                                          std::int64_t* values) {
-    for (int i = 0; i < problem->size; ++i)
-        for (int j = i; j < problem->size; ++j) {
-            const long weight = problem->model->get(i, j);
-            if (weight == 0) continue;
-            *pairs++ = static_cast<std::uint32_t>(i);
-            *pairs++ = static_cast<std::uint32_t>(j);
-            *values++ = weight;
-        }
+    problem->weights.for_each([&](int i, int j, long weight) {
+        *pairs++ = static_cast<std::uint32_t>(i);
+        *pairs++ = static_cast<std::uint32_t>(j);
+        *values++ = weight;
+    });
 }
 
 /**
@@ -139,7 +135,6 @@ ORVEX_PYTHON_API Problem* orvex_python_from_file(const char* path, const char* f
         if (penalty != nullptr) options.penalty = *penalty;
         if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
         InputFile file(path, options);
-        expect_model_memory(file.size(), file.width());
         return kept(file.read());
     });
 }
@@ -193,5 +188,5 @@ ORVEX_PYTHON_API int orvex_python_plan(const Problem* problem, const ORVEX_PYTHO
 ORVEX_PYTHON_API std::int64_t orvex_python_energy(const Problem* problem,
                                                   const std::uint64_t* words) {
     const orvex::Sol solution = solution_of(problem->size, words);
-    return static_cast<std::int64_t>(exact_energy(*problem->model, solution, problem->size));
+    return static_cast<std::int64_t>(problem->weights.energy(solution));
 }

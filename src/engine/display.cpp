@@ -52,7 +52,8 @@ double seconds(std::int64_t nanoseconds) {
 
 /** " R 12.3%" for each kind, the most frequent in red. */
 template <class COUNTS, class TABLE>
-void append_shares(std::string& text, const COUNTS& counts, const TABLE& table, int received) {
+void append_shares(std::string& text, const COUNTS& counts, const TABLE& table,
+                   std::int64_t received) {
     assert(counts.size() + 1 == table.size());
     const auto most = std::max_element(counts.begin(), counts.end()) - counts.begin();
     for (std::size_t k = 0; k < counts.size(); ++k) {
@@ -136,7 +137,7 @@ std::string table_row(const TABLE_ROW& row, const RUN_STATE& run) {
     line += " |";
     if (run.fix_algorithm == -1)
         append_shares(line, row.algorithm_count, ALGORITHM_TABLE, row.received);
-    append(line, " | %d %ld\n", row.received, row.flips);
+    append(line, " | %ld %ld\n", row.received, row.flips);
     return line;
 }
 

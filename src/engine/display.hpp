@@ -43,7 +43,7 @@ struct TABLE_ROW {
     std::int64_t found_time;  ///< nanoseconds; negative if there is none
     std::array<std::int64_t, GENERATORS> instance_count;
     std::array<std::int64_t, ALGORITHMS> algorithm_count;
-    int received;
+    std::int64_t received;
     std::int64_t flips;
 };
 std::string table_row(const TABLE_ROW& row, const RUN_STATE& run);

@@ -114,12 +114,7 @@ void GLOBAL_VARS::takeRequests(ISLAND& island) {
     requests.hint_pending = 0;
     requests.hint_ready = 1;
     set_relaxed(hint_ready, true);
-    if (island.hasRoomForHint() && trans_count->request(trial_limit)) {
-        island.send_buf->inst = ALL_BEST;
-        island.send_buf->algorithm = device::MAX_MIN;
-        island.send_buf->loadWords(requests.hint.impl());
-        island.host2device(ISLAND::INSTANCE_MODE);
-    }
+    island.sendHint(requests.hint.impl());
     // The restart request stays in force for every later hint.
     if (requests.restart_request)
         for (const auto& member : allisland->islands)

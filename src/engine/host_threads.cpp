@@ -2,6 +2,7 @@
 
 #include <cassert>
 #include <mutex>
+#include <utility>
 
 #include "engine/relaxed.hpp"
 
@@ -23,7 +24,8 @@ void HOST_THREAD::set_func() {
 void HOST_THREAD::main_func() {
     assert(island->send_ring.size() > 0 && island->recv_ring.size() > 0);
     assert(run().restart_clock);
-    while (relaxed(run().stop_code) == 0 && run().trans_count->request(run().trial_limit))
+    while (relaxed(run().stop_code) == 0 && island->hasTickets() &&
+           run().trans_count->request(run().trial_limit))
         if (!feed()) break;
     if (!relaxed(run().killed)) stopAndDrain();
 }
@@ -38,8 +40,10 @@ bool HOST_THREAD::feed() {
     lookAtRestartClock();
     if (relaxed(island->restart)) island->restartSearch();
 
-    island->generate(island->pool.selInst());
-    island->send_buf->algorithm = island->pool.selAlgorithm();
+    if (!std::exchange(island->answer_is_hint, false)) {
+        island->generate(island->pool.selInst());
+        island->send_buf->algorithm = island->pool.selAlgorithm();
+    }
     island->stampInstance();
     island->host2device(ISLAND::INSTANCE_MODE);
     return true;

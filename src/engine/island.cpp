@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <limits>
 #include <random>
 
 #include "engine/error_exit.hpp"
@@ -16,6 +17,9 @@ using namespace platform;
 namespace {
 
 constexpr std::int64_t RECORD_TICKET = 0x7fffffff;  // in the bests of real islands
+
+/** As far as blocks can count instances and results; a count of 0 would mean an empty slot. */
+constexpr std::int64_t MOST_TICKETS = std::numeric_limits<std::uint32_t>::max();
 
 /**
  * Clears the bits of a result that the model does not have. A walk passes through states in which
@@ -43,7 +47,7 @@ ISLAND::ISLAND(GLOBAL_VARS& of_run, int number)
       current(of_run.band.words()),
       best(of_run.band.words()),
       block_total(of_run.blocks_per_gpu),
-      block_results(new int[static_cast<std::size_t>(std::max(block_total, 0))]()) {
+      block_results(new std::int64_t[static_cast<std::size_t>(std::max(block_total, 0))]()) {
     current.makeFresh(0);
     best.makeFresh(0);
     if (id < 0) return;
@@ -56,6 +60,10 @@ ISLAND::ISLAND(GLOBAL_VARS& of_run, int number)
     send_buf = make_locked_instance(run.band.words());
     recv_buf = make_locked_instance(run.band.words());
     pool.init(*send_buf, *recv_buf);
+}
+
+ISLAND::~ISLAND() {
+    if (stream) cuda_check(cudaStreamDestroy(stream));
 }
 
 ALLISLAND::ALLISLAND(GLOBAL_VARS& of_run, int number)
@@ -90,8 +98,7 @@ void ISLAND::host2device(int mode) {
     assert(send_buf && send_pos >= 0 && send_pos < run.ring_size);
     assert(mode == INSTANCE_MODE || mode == STOP_MARK_MODE);
     assert(mode == STOP_MARK_MODE || !stopping);  // nothing follows a stop mark
-    const std::int64_t ticket =
-        mode == STOP_MARK_MODE ? device::STOP_TICKET : std::int64_t{sent} + 1;
+    const std::int64_t ticket = mode == STOP_MARK_MODE ? device::STOP_TICKET : sent + 1;
     const INSTANCE slot = send_ring[send_pos];
     send_buf->ticket = 0;
     cuda_check(cudaMemcpyAsync(slot.memory(), send_buf->memory(), slot.bytes(),
@@ -134,7 +141,7 @@ void ISLAND::account() {
         ++block_results[static_cast<std::size_t>(result.block)];
         ++block_hits;
     }
-    recv_pos = received % run.ring_size;
+    recv_pos = static_cast<int>(received % run.ring_size);
     set_relaxed(flips, flips + result.cycles);
     if (cross_pause > 0) --cross_pause;
     result.ticket = run.trans_count->received(1);  // from now on the run-wide number
@@ -149,18 +156,34 @@ void ISLAND::account() {
 }
 
 void ISLAND::sendRandom(int n) {
-    for (int i = 0; i < n && run.trans_count->request(run.trial_limit); ++i) {
+    for (int i = 0; i < n; ++i) {
         if (i == 0 && id == 0 && run.start) {
-            send_buf->loadWords(*run.start);
-            send_buf->inst = ALL_BEST;
-            send_buf->algorithm = device::MAX_MIN;
+            load(*run.start);
         } else {
+            if (!run.trans_count->request(run.trial_limit)) return;
             pool.random(RANDOM);
             send_buf->algorithm = pool.selAlgorithm();
         }
         stampInstance();
         host2device(INSTANCE_MODE);
     }
+}
+
+/** The instance to be sent next becomes a solution of the caller's. */
+void ISLAND::load(const Sol::Impl& solution) {
+    send_buf->inst = ALL_BEST;
+    send_buf->algorithm = device::MAX_MIN;
+    send_buf->loadWords(solution);
+}
+
+// A hint of its own adds an instance to those in flight for the rest of the run; once the ring
+// holds as many as it may, or the trial limit grants none, it travels in place of the next answer.
+// Behind stop marks there is neither.
+void ISLAND::sendHint(const Sol::Impl& hint) {
+    if (stopping) return;
+    load(hint);
+    answer_is_hint = !hasRoomForHint() || !run.trans_count->request(run.trial_limit);
+    if (!answer_is_hint) host2device(INSTANCE_MODE);
 }
 
 void ISLAND::stampInstance() {
@@ -188,12 +211,17 @@ void ISLAND::sendStopMarks() {
         host2device(STOP_MARK_MODE);
 }
 
+// Two more may follow before the next look: a hint and the answer to the result that brought it.
+// Behind them stop marks take tickets of their own.
+bool ISLAND::hasTickets() const {
+    return sent + 2 + run.blocks_per_island <= MOST_TICKETS;
+}
+
 // The hint is followed by the instance that answers the result at hand, and at the end of the run
 // by a stop mark for each block; all of these must find slots whose contents have been taken.
 bool ISLAND::hasRoomForHint() const {
     const bool answers_result = received > 0;
-    return !stopping &&
-           sent - received + 1 + answers_result + run.blocks_per_island <= run.ring_size;
+    return sent - received + 1 + answers_result + run.blocks_per_island <= run.ring_size;
 }
 
 int ISLAND::deliveringBlocks() const {

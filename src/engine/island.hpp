@@ -21,6 +21,7 @@ namespace orvex::engine {
 
 struct ISLAND {
     ISLAND(GLOBAL_VARS& of_run, int number);
+    ~ISLAND();
     ISLAND(const ISLAND&) = delete;
     ISLAND& operator=(const ISLAND&) = delete;
 
@@ -30,7 +31,10 @@ struct ISLAND {
     /** Waits for the next result and takes it into `recv_buf`; returns early if the run is killed.
      */
     void device2host();
-    /** Sends up to n random instances, the start solution first if there is one. */
+    /**
+     * Sends up to n random instances, as far as the run's limit on trials allows, in front of them
+     * the start solution if there is one, which has its place in that limit already.
+     */
     void sendRandom(int n);
     /** Finds the rings of this island among those of its device. */
     void findRings();
@@ -41,8 +45,12 @@ struct ISLAND {
     void generate(signed char kind);
     void restartSearch();
     void sendStopMarks();
+    /** Sends the hint at once, or else as the answer to the result at hand. */
+    void sendHint(const Sol::Impl& hint);
     /** Whether one more instance may be in flight without a slot being overwritten unread. */
     bool hasRoomForHint() const;
+    /** Whether blocks can number what is still to be sent: their counters have 32 bits. */
+    bool hasTickets() const;
     void print(int number, bool winner, long best_energy) const;
     int deliveringBlocks() const;
 
@@ -58,10 +66,11 @@ struct ISLAND {
     LOCKED_INSTANCE send_buf;  ///< page-locked: the instance being built
     LOCKED_INSTANCE recv_buf;  ///< page-locked: the last result
     SOLPOOL pool;
-    int sent = 0;  ///< instances, stop marks not counted
-    int received = 0;
-    int cross_pause = 0;  ///< results still to come before "XCross" may use the neighbour
-    int generation = 0;   ///< the island's restarts; the low 16 bits are stamped on what it sends
+    std::int64_t sent = 0;  ///< instances, stop marks not counted
+    std::int64_t received = 0;
+    bool answer_is_hint = false;  ///< `send_buf` holds a hint that the next answer takes along
+    int cross_pause = 0;          ///< results still to come before "XCross" may use the neighbour
+    int generation = 0;  ///< the island's restarts; the low 16 bits are stamped on what it sends
     int last_generation = -1;  ///< of the last registered result
     OWN_INSTANCE current;      ///< best of the present generation
     OWN_INSTANCE best;         ///< best of the whole run, of negative energies only
@@ -71,13 +80,14 @@ struct ISLAND {
     unsigned char restart = 0;  ///< set when a new period begins; cleared by the island's thread
     bool stopping = false;      ///< stop marks are out: nothing may follow them
     int block_total = 0;
-    std::int64_t block_hits = 0;           ///< results that named a valid block
-    std::unique_ptr<int[]> block_results;  ///< results per block
+    std::int64_t block_hits = 0;                    ///< results that named a valid block
+    std::unique_ptr<std::int64_t[]> block_results;  ///< results per block
 
   private:
     void makeBest(const INSTANCE& result);
     void showProgress(bool new_best) const;
     void account();
+    void load(const Sol::Impl& solution);
 };
 
 /** All islands of a run, with the all-time best. */

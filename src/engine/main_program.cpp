@@ -65,7 +65,11 @@ void make_seeds(GLOBAL_VARS& run) {
     run.rings.resize(static_cast<std::size_t>(run.gpus));
 }
 
-/** The start solution stands in the all-time best until a result beats it; it has no energy yet. */
+/**
+ * The start solution stands in the all-time best until a result beats it; it has no energy yet. It
+ * is the first of the run's instances, so the limit on trials, which is at least 1, does not cut it
+ * off, whichever island comes first.
+ */
 void enter_start_solution(GLOBAL_VARS& run) {
     assert(run.start && run.allisland->allbest->energy == device::NO_ENERGY);
     const INSTANCE& allbest = *run.allisland->allbest;
@@ -74,6 +78,7 @@ void enter_start_solution(GLOBAL_VARS& run) {
     allbest.algorithm = NO_ALGORITHM;
     allbest.island = -1;
     allbest.found_time = INSTANCE::NEVER_FOUND;
+    run.trans_count->request(run.trial_limit);
 }
 
 [[noreturn]] void report_overflow(int arith_bits) {

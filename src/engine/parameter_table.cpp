@@ -190,7 +190,8 @@ constexpr PARAMETER_ROW ROWS[] = {
       .first = integer("islands_per_gpu", {"0", MOST_ISLANDS}),
       .default_value = "0",
       .default_words = "at least five in all",
-      .help = "islands on each device; 0 means the default"},
+      .help = "islands on each device; 0 means the default. Blocks know their island by 8 bits: "
+              "with more the last ones would wait for ever"},
      into<&RUN_STATE::islands_per_gpu>},
     {{.key = "blocks_per_island",
       .first = integer("blocks_per_island", {"0", MOST_BLOCKS}),

@@ -91,6 +91,13 @@ class Solve(ProgramTest):
         self.assert_fails(self.solve("--start", self.write("short", "0101\n")), 2,
                           "a solution of this model has 12 digits; there are 4")
         self.assert_fails(self.solve("--start", self.folder / "missing"), 2, "Cannot read")
+        self.assert_fails(self.solve("--start", self.write("empty", "")), 2, "it is empty")
+        self.assert_fails(self.solve("--start", self.folder), 2, "Is a directory")
+
+    def test_a_start_is_read_no_further_than_a_solution_goes(self):
+        self.assert_fails(self.solve("--start", self.write("long", "01" * 500_000)), 2,
+                          "a solution of this model has 12 digits; there are at least 76")
+        self.assert_fails(self.solve("--start", "/dev/zero"), 2, "character 1 is another")
 
     def test_parameters_reach_the_library(self):
         run = self.solve("--trials", 50, "--json", "--param", "search_cycles=777 33",

@@ -89,12 +89,18 @@ TEST_F(Hints, LongerThanTheBandAreCutOff) {
     EXPECT_EQ(BLOCKS(island(1)).take().generation, 0);
 }
 
-TEST_F(Hints, ThatFindNoRoomInTheRingAreNotSent) {
+TEST_F(Hints, ThatFindNoRoomInTheRingWaitForTheNextAnswer) {
     ASSERT_EQ(run->ring_size, 8);
     island(1).sendRandom(4);
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 2; ++i)
         giveHint();
     EXPECT_EQ(island(1).sent, 6) << "the stop marks of two blocks still find a slot";
+    EXPECT_FALSE(island(1).answer_is_hint);
+    for (int i = 0; i < 10; ++i)
+        giveHint();
+    EXPECT_EQ(island(1).sent, 6);
+    EXPECT_TRUE(island(1).answer_is_hint);
+    EXPECT_EQ(record(*island(1).send_buf).bits[0], 0xABCDu);
 }
 
 TEST_F(Hints, AreNotSentBehindStopMarks) {

@@ -1,5 +1,7 @@
 // The search loop of an island on its own: the results that it will meet lie in its receive ring
 // before it starts, so that it runs through without waiting, and the test sees what it sent.
+#include <limits>
+
 #include "engine/names.hpp"
 #include "engine/support/draws.hpp"
 #include "engine/support/run_by_hand.hpp"
@@ -247,6 +249,97 @@ TEST_F(SearchLoopEvents, AHintGoesOutBeforeTheAnswer) {
     EXPECT_EQ(hint.inst, engine::ALL_BEST);
     EXPECT_EQ(island(0).send_ring[FIRST_WAVE + 1].inst, engine::RANDOM);
     EXPECT_EQ(island(0).sent, island(0).received);
+}
+
+/** Loops with a callback that gives a hint, another one each time, at every event. */
+class SearchLoopHints : public SearchLoopEvents {
+  protected:
+    static constexpr std::uint64_t MARK = std::uint64_t{0xABCD} << 48;
+
+    SearchLoopHints() {
+        callback.emplace([this](ON_EVENT& self, const std::string&) {
+            takeAll();
+            if (on_event) on_event(self);
+            Sol hint(128);
+            hint.impl().data[0] = MARK + static_cast<std::uint64_t>(++given);
+            self.set(hint);
+        });
+        callback->set("new");
+        param.set(*callback);
+        param.set("fix_instance", "Random");
+    }
+
+    /** The blocks take what has been sent and note which hints came. */
+    void takeAll() {
+        for (; taken < island(0).sent; ++taken) {
+            const INST_t sent = blocks->take();
+            if (sent.inst == engine::ALL_BEST) seen.push_back(sent.bits[0] - MARK);
+        }
+    }
+
+    std::function<void(ON_EVENT&)> on_event;
+    int given = 0;
+    std::int64_t taken = 0;
+    std::vector<std::uint64_t> seen;
+};
+
+TEST_F(SearchLoopHints, AllReachTheBlocksHoweverMany) {
+    constexpr int HINTS = 10 * RING;
+    int handed_in = FIRST_WAVE;
+    on_event = [&](ON_EVENT& self) {
+        EXPECT_LE(island(0).sent - island(0).received + 1 + BLOCKS_OF_ISLAND, RING)
+            << "the answer and the stop marks find slots";
+        if (given == HINTS) self.set("abort");
+        const std::int64_t wanted = given == HINTS ? island(0).sent + 1 : handed_in + 1;
+        for (; handed_in < wanted; ++handed_in)
+            handIn({-5 - handed_in});
+    };
+    prepareLoop(3 * HINTS);
+    handIn({-1, -2, -3, -4});
+    search();
+    takeAll();
+    ASSERT_EQ(seen.size(), static_cast<std::size_t>(HINTS));
+    for (std::size_t i = 0; i < seen.size(); ++i)
+        EXPECT_EQ(seen[i], i + 1);
+    EXPECT_EQ(island(0).received, island(0).sent);
+}
+
+TEST_F(SearchLoopHints, ThatTheTrialLimitRefusesTakeTheAnswersPlace) {
+    prepareLoop(1);
+    handIn({-1, -2, -3, -4, -5});
+    search();
+    takeAll();
+    EXPECT_EQ(island(0).sent, FIRST_WAVE + 1);
+    EXPECT_EQ(seen, std::vector<std::uint64_t>{1});
+}
+
+TEST_F(SearchLoop, GoesOnBeyondTwoThousandMillionResults) {
+    prepareLoop(3);
+    constexpr std::int64_t BEFORE = (std::int64_t{1} << 31) - 4;
+    ASSERT_EQ(BEFORE % RING, FIRST_WAVE) << "where the first wave ends";
+    island(0).sent = BEFORE;
+    island(0).received = BEFORE - FIRST_WAVE;
+    blocks.emplace(island(0), BEFORE - FIRST_WAVE);
+    handIn({-7, -6, -5, -4, -3, -2, -1});
+    search();
+    EXPECT_EQ(island(0).sent, BEFORE + 3);
+    EXPECT_EQ(island(0).received, island(0).sent);
+    EXPECT_EQ(allbest().energy, -7);
+}
+
+TEST_F(SearchLoop, StopsWhereTheBlocksCanCountNoFurther) {
+    prepareLoop(1000);
+    constexpr std::int64_t LAST = std::numeric_limits<std::uint32_t>::max();
+    island(0).sent = LAST - 5;
+    island(0).received = island(0).sent - FIRST_WAVE;
+    island(0).recv_pos = static_cast<int>(island(0).received % RING);
+    island(0).send_pos = static_cast<int>(island(0).sent % RING);
+    blocks.emplace(island(0), island(0).received);
+    handIn({-7, -6, -5, -4, -3, -2});
+    search();
+    EXPECT_EQ(island(0).received, island(0).sent);
+    EXPECT_LE(island(0).sent + BLOCKS_OF_ISLAND, LAST);
+    EXPECT_EQ(run->stop_code, 0);
 }
 
 /** Loops through a restart. */

@@ -1,4 +1,5 @@
 // What a band keeps between calls: the matrix of the last model, and nothing when it is released.
+#include <malloc.h>
 #include <memory>
 #include <stdexcept>
 
@@ -318,6 +319,19 @@ TEST_F(Session, EachBandHasItsOwn) {
     EXPECT_FALSE(run(model).owned);
     qb64_32_32::qubo_releaser();
     EXPECT_EQ(band::session.model, &model.impl());
+}
+
+TEST_F(Session, OfManyRunsLeavesNothingBehind) {
+    // Counted by the C library; the detectors of lost memory count for themselves.
+    const auto cycles = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            run(model);
+            band::qubo_releaser();
+        }
+        return mallinfo2().uordblks;
+    };
+    const std::size_t before = cycles(100);
+    EXPECT_LT(cycles(500), before + 16384) << "32 bytes for each run";
 }
 
 }  // namespace

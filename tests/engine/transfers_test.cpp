@@ -335,6 +335,16 @@ TEST_F(FirstWave, OfAShortStartSolutionHasZerosBehindIt) {
     EXPECT_EQ(allbest().bits[1], 0u);
 }
 
+TEST_F(FirstWave, SendsTheStartSolutionWhoeverTookTheTrials) {
+    param.set("trial_limit", "3");
+    prepare(2, 2, &start);
+    island(1).sendRandom(4);
+    island(0).sendRandom(4);
+    EXPECT_EQ(island(1).sent, 2);
+    EXPECT_EQ(island(0).sent, 1);
+    EXPECT_EQ(sentBy(island(0))[0].inst, engine::ALL_BEST);
+}
+
 TEST_F(FirstWave, EndsAtTheTrialLimit) {
     param.set("trial_limit", "3");
     prepare(2, 2);

@@ -46,10 +46,16 @@ extern template Problem problem_of_matrix(int, const std::uint64_t*);
 Problem problem_of_terms(int size, std::span<const std::uint32_t> pairs,
                          std::span<const std::int64_t> values);
 
-/** @throws InputError when no model has so many variables */
+/** @throws InputError when there are no variables, or more than any problem has */
+void expect_problem_size(int size);
+
+/** @throws InputError when no model of the library has so many variables */
 void expect_model_size(int size);
 
 /** @throws MemoryShortage when this machine has not the memory free for a model's matrix */
 void expect_model_memory(int size, int width);
+
+/** The same of a matrix of which only `needed` bytes will be touched. */
+void expect_model_memory(int size, int width, std::uint64_t needed);
 
 }  // namespace orvex::toolkit

@@ -164,8 +164,9 @@ Problem problem_of_matrix(int size, const T* elements) {
     const Matrix<T> matrix{static_cast<std::size_t>(size), elements};
     for (int width = guessed_width(matrix);; width *= 2) {
         Problem problem;
-        problem.model = model_of_width(width, matrix);
-        if (!problem.model) continue;
+        auto model = model_of_width(width, matrix);
+        if (!model) continue;
+        problem.weights = Weights(std::move(model));
         take_facts(problem);
         if (weight_width(problem.smallest, problem.largest) <= width) return problem;
     }

@@ -15,6 +15,8 @@ void Steering::change(const std::string& key, const std::string& value) {
 
 const char* text_of(Ending ending) {
     switch (ending) {
+        case Ending::OPTIMAL:
+            return "optimal";
         case Ending::TARGET:
             return "target reached";
         case Ending::TIME_LIMIT:
@@ -29,6 +31,22 @@ const char* text_of(Ending ending) {
             break;
     }
     return "ended";
+}
+
+const char* text_of(Source source) {
+    switch (source) {
+        case Source::START:
+            return "start";
+        case Source::PRESOLVE:
+            return "presolve";
+        case Source::COMPANION:
+            return "companion";
+        case Source::MERGE:
+            return "merge";
+        case Source::SEARCH:
+            break;
+    }
+    return "search";
 }
 
 }  // namespace orvex::toolkit

@@ -1,7 +1,5 @@
 // Streams, events and launches. A stream holds at most one kernel in flight; an event recorded
 // behind a kernel happens when the kernel ends.
-#include <mutex>
-#include <set>
 #include <utility>
 
 #include "platform/cpu/runtime.hpp"
@@ -21,30 +19,6 @@ struct EVENT {
 namespace {
 
 thread_local cudaError_t last_error = cudaSuccess;
-
-// The streams that nobody has destroyed; they live as long as the process, as on a device they
-// would live as long as its context.
-class STREAMS {
-  public:
-    cudaStream_t create() {
-        const std::lock_guard lock(mutex_);
-        return *streams_.insert(new STREAM).first;
-    }
-    void destroy(cudaStream_t stream) {
-        const std::lock_guard lock(mutex_);
-        streams_.erase(stream);
-        delete stream;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::set<cudaStream_t> streams_;
-};
-
-STREAMS& streams() {
-    static STREAMS& all = *new STREAMS;
-    return all;
-}
 
 LAUNCH::clock::time_point time_of(cudaEvent_t event) {
     if (!event->after) return event->time;
@@ -77,13 +51,13 @@ cudaError_t cudaGetLastError() {
 }
 
 cudaError_t cudaStreamCreateWithFlags(cudaStream_t* stream, unsigned) {
-    *stream = streams().create();
+    *stream = new STREAM;
     return cudaSuccess;
 }
 
 cudaError_t cudaStreamDestroy(cudaStream_t stream) {
     cudaStreamSynchronize(stream);
-    streams().destroy(stream);
+    delete stream;
     return cudaSuccess;
 }
 

@@ -28,7 +28,9 @@ inline band::INST_t& record(const orvex::engine::INSTANCE& of) {
 /** Stands for the blocks of one island: takes what was sent, hands in what the test makes up. */
 class BLOCKS {
   public:
-    explicit BLOCKS(band::ISLAND& island) : island_(island) {}
+    /** `handed_in` are the results of before. */
+    explicit BLOCKS(band::ISLAND& island, std::int64_t handed_in = 0)
+        : island_(island), handed_(handed_in) {}
 
     /** What lies in the next slot of the send ring, whether its ticket is there or not. */
     const band::INST_t& next() const { return island_.send_ring[taken_ % band::gv->ring_size]; }
@@ -56,7 +58,7 @@ class BLOCKS {
   private:
     band::ISLAND& island_;
     int taken_ = 0;
-    int handed_ = 0;
+    std::int64_t handed_;
 };
 
 /** A result as a block of the first generation would hand it in. */

@@ -44,17 +44,17 @@ void expect_facts_of_weights(const Problem& problem) {
     long nonzero = 0, smallest = 0, largest = 0;
     for (int i = 0; i < problem.size; ++i)
         for (int j = i; j < problem.size; ++j) {
-            const long weight = problem.model->get(i, j);
-            EXPECT_EQ(problem.model->get(j, i), weight);
+            const long weight = problem.weights.get(i, j);
+            EXPECT_EQ(problem.weights.get(j, i), weight);
             sums.change(i, j, 0, weight);
             if (i != j) couplings.change(0, weight);
             nonzero += weight != 0;
             smallest = std::min(smallest, weight);
             largest = std::max(largest, weight);
         }
-    EXPECT_EQ(problem.size, problem.model->impl().size);
+    EXPECT_EQ(problem.size, problem.weights.matrix().impl().size);
     EXPECT_EQ(problem.width, weight_width(smallest, largest));
-    EXPECT_EQ(problem.width, problem.model->impl().bits);
+    EXPECT_EQ(problem.width, problem.weights.matrix().impl().bits);
     EXPECT_EQ(problem.nonzero, nonzero);
     EXPECT_EQ(problem.entries, nonzero);
     EXPECT_EQ(problem.smallest_weight, smallest);
@@ -73,7 +73,7 @@ void expect_facts_of_weights(const Problem& problem) {
 void expect_same_weights(const Model& model, const Problem& problem) {
     for (int i = 0; i < problem.size; ++i)
         for (int j = 0; j < problem.size; ++j)
-            ASSERT_EQ(problem.model->get(i, j), model.get(i, j)) << i << ", " << j;
+            ASSERT_EQ(problem.weights.get(i, j), model.get(i, j)) << i << ", " << j;
 }
 
 template <class T>
@@ -114,7 +114,7 @@ TEST(ProblemOfMatrixRows, MayNeedMoreWidthThanTheFirst) {
         elements[0] = -1;
         elements[63 * size + 69] = wide;
         const Problem problem = problem_of_matrix(size, elements.data());
-        EXPECT_EQ(problem.model->get(69, 63), wide);
+        EXPECT_EQ(problem.weights.get(69, 63), wide);
         expect_facts_of_weights(problem);
     }
 }
@@ -135,10 +135,10 @@ TEST(ProblemOfMatrixRows, AddUpWhatAPairHasInBothTriangles) {
     for (const std::vector<long>& elements :
          {std::vector<long>{1, 4, 0, -2}, {1, 0, 4, -2}, {1, 2, 2, -2}, {1, 7, -3, -2}}) {
         const Problem problem = problem_of_matrix(2, elements.data());
-        EXPECT_EQ(problem.model->get(0, 1), 4);
-        EXPECT_EQ(problem.model->get(1, 0), 4);
-        EXPECT_EQ(problem.model->get(0, 0), 1);
-        EXPECT_EQ(problem.model->get(1, 1), -2);
+        EXPECT_EQ(problem.weights.get(0, 1), 4);
+        EXPECT_EQ(problem.weights.get(1, 0), 4);
+        EXPECT_EQ(problem.weights.get(0, 0), 1);
+        EXPECT_EQ(problem.weights.get(1, 1), -2);
     }
 }
 
@@ -149,7 +149,7 @@ TEST(ProblemOfMatrixRows, AreWideEnoughForTheirSums) {
         std::vector<std::int64_t> elements(size * size);
         elements[65 * size + 69] = elements[69 * size + 65] = element;
         const Problem problem = problem_of_matrix(size, elements.data());
-        EXPECT_EQ(problem.model->get(69, 65), 2 * element);
+        EXPECT_EQ(problem.weights.get(69, 65), 2 * element);
         expect_facts_of_weights(problem);
     }
 }
@@ -178,9 +178,9 @@ TEST(ProblemOfTerms, SumsTheTermsOfAPair) {
     const std::vector<std::uint32_t> pairs = {0, 1, 2, 2, 1, 0, 1, 2, 2, 1};
     const std::vector<std::int64_t> values = {100, -7, 100, 5, -5};
     const Problem problem = problem_of_terms(4, pairs, values);
-    EXPECT_EQ(problem.model->get(0, 1), 200);
-    EXPECT_EQ(problem.model->get(2, 2), -7);
-    EXPECT_EQ(problem.model->get(1, 2), 0);
+    EXPECT_EQ(problem.weights.get(0, 1), 200);
+    EXPECT_EQ(problem.weights.get(2, 2), -7);
+    EXPECT_EQ(problem.weights.get(1, 2), 0);
     EXPECT_EQ(problem.nonzero, 2);
     EXPECT_EQ(problem.width, 16);
     expect_facts_of_weights(problem);
@@ -209,7 +209,7 @@ TEST(ProblemOfTerms, RefusesWhatIsNone) {
     EXPECT_NO_THROW(problem_of_terms(2, pairs, std::vector<std::int64_t>{-half, -half}));
     EXPECT_THROW(problem_of_terms(1, pairs, std::vector<std::int64_t>{1, 1}), InputError);
     EXPECT_THROW(problem_of_terms(0, {}, {}), InputError);
-    EXPECT_THROW(problem_of_terms(MAX_SIZE + 1, {}, {}), InputError);
+    EXPECT_THROW(problem_of_terms(MAX_VARIABLES + 1, {}, {}), InputError);
 }
 
 TEST(ProblemOfTerms, WithoutAnyIsAProblem) {

@@ -44,7 +44,8 @@ TEST(Formats, QbsolvIsRefusedWhereItsLinesAreNotWhatTheyPromise) {
         refusal("p qubo 0 3 1 2\n0 0 1\n0 1 1\n"),
         "line 4: the file ends with 1 nodes and 1 couplers; its line \"p qubo\" promises 1 and "
         "2");
-    EXPECT_EQ(refusal("p qubo 0 70000 0 0\n"), "line 1: maxNodes is 70000, not from 1 to 65536");
+    EXPECT_EQ(refusal("p qubo 0 70000000 0 0\n"),
+              "line 1: maxNodes is 70000000, not from 1 to 16777216");
 }
 
 TEST(Formats, MaxCutCountsFromOneAndIsMaximised) {
@@ -75,8 +76,8 @@ TEST(Formats, MaxCutIsRefusedWithALine) {
                 HasSubstr("line 2: an edge joins vertex 2 with itself"));
     EXPECT_EQ(refusal_as("maxcut", "2 1\n1 2 9223372036854775807\n"),
               "line 2: the weight 18446744073709551614 does not fit into 64 bits");
-    EXPECT_EQ(refusal_as("maxcut", "65537 0\n"),
-              "line 1: the number of vertices is 65537, not from 1 to 65536");
+    EXPECT_EQ(refusal_as("maxcut", "16777217 0\n"),
+              "line 1: the number of vertices is 16777217, not from 1 to 16777216");
     EXPECT_EQ(refusal_as("maxcut", ""),
               "line 1: the file ends where the numbers of vertices and of edges should stand");
 }
@@ -148,8 +149,8 @@ TEST(Formats, CooIsRefusedWithALine) {
               "line 1: the vartype is \"REAL\", neither SPIN nor BINARY");
     EXPECT_EQ(refusal("0 0 1\n# vartype=SPIN\n"),
               "line 2: the vartype must stand before the first bias");
-    EXPECT_EQ(refusal("0 0 1\n0 70000 1\n"),
-              "line 2: the second variable is 70000, not from 0 to 65535");
+    EXPECT_EQ(refusal("0 0 1\n0 70000000 1\n"),
+              "line 2: the second variable is 70000000, not from 0 to 16777215");
     EXPECT_EQ(refusal("0 0 1\n0 1 4.5\n"),
               "line 2: the bias is \"4.5\", but only whole numbers are read");
     EXPECT_EQ(refusal("0 0 1\n0 1 one\n"), "line 2: the bias is \"one\", which is no number");

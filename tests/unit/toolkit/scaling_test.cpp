@@ -41,7 +41,7 @@ TEST(SCALING, is_off_by_no_more_than_it_says) {
             EXPECT_LT(scaling.largest_error, 1e-4 * largest * size);
             for (unsigned seed = 0; seed < 20; ++seed) {
                 const Sol solution = random_solution(size, seed);
-                const auto own = static_cast<double>(exact_energy(*problem.model, solution, size));
+                const auto own = static_cast<double>(problem.weights.energy(solution));
                 const double real = real_energy(size, elements.data(), solution);
                 EXPECT_LE(std::abs(own / scaling.factor - real), scaling.largest_error);
             }
@@ -67,7 +67,7 @@ TEST(SCALING, is_by_a_power_of_two_and_exact_where_that_makes_integers) {
     int exponent = 0;
     EXPECT_EQ(std::frexp(scaling.factor, &exponent), 0.5);
     EXPECT_EQ(scaling.largest_error, 0);
-    EXPECT_EQ(static_cast<double>(problem.model->get(0, 1)), -0.125 * scaling.factor);
+    EXPECT_EQ(static_cast<double>(problem.weights.get(0, 1)), -0.125 * scaling.factor);
     const std::vector<double> nothing(4);
     problem_of_real_triangle(2, nothing.data(), scaling);
     EXPECT_EQ(scaling.factor, 1);
@@ -78,7 +78,7 @@ TEST(SCALING, sums_terms_before_it_rounds) {
     const std::vector<double> values = {1e16, 0.1, -0.3, -1e16};
     Scaling scaling;
     const Problem problem = problem_of_real_terms(2, pairs, values, scaling);
-    EXPECT_NEAR(static_cast<double>(problem.model->get(0, 1)) / scaling.factor, 0.1, 1e-8);
+    EXPECT_NEAR(static_cast<double>(problem.weights.get(0, 1)) / scaling.factor, 0.1, 1e-8);
     EXPECT_EQ(problem.nonzero, 2);
     Sol both(2);
     both.set(0, true);

@@ -90,11 +90,18 @@ int InputFile::size() const {
     return own_ ? own_->size() : foreign_->statement.size();
 }
 
+bool InputFile::has_matrix() const {
+    const auto couplings =
+        own_ ? static_cast<std::size_t>(own_->entries()) : foreign_->statement.couplings();
+    return !worth_lists(size(), couplings);
+}
+
 int InputFile::width() const {
     return own_ ? own_->width() : foreign_->statement.width();
 }
 
 void InputFile::expect_memory() const {
+    if (!has_matrix()) return;
     const auto machine = static_cast<std::uint64_t>(machine_memory());
     const auto n = static_cast<std::uint64_t>(size());
     const std::uint64_t matrix = n * n * static_cast<std::uint64_t>(width() / 8);
@@ -105,6 +112,7 @@ void InputFile::expect_memory() const {
 }
 
 void InputFile::expect_memory_of_run() const {
+    if (!has_matrix()) return;
     const std::optional<Plan> plan = plan_run({.size = size(), .matrix_bits = width()});
     if (!plan) return expect_memory();  // refused for the size when the problem is there
     const auto n = static_cast<std::uint64_t>(size());

@@ -45,7 +45,7 @@ void write(const Problem& problem, OutputFile& file) {
     file.write("# ObjectiveOffset " + (convention.maximised ? "0" : to_string(convention.offset)) +
                "\n");
     file.write(line_of(problem.size, problem.nonzero));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         file.write(line_of(i + 1, j + 1, i == j ? weight : weight / 2));
     });
 }
