@@ -183,8 +183,9 @@ def test_npz_is_read_by_scipy(tmp_path):
     assert orvex.solve(path, target=optimum(matrix), time_limit=20).objective == optimum(matrix)
     scipy.sparse.save_npz(path, scipy.sparse.csr_matrix(matrix / 4))
     assert orvex.Problem(path, scale=4).scale == 4
+    assert orvex.Problem(path).scale == 100
     with pytest.raises(ValueError, match="coefficients must be integers"):
-        orvex.read(path)
+        orvex.Problem(path, scale=1)
     path.write_bytes(path.read_bytes()[:100])
     with pytest.raises(ValueError, match="is no sparse matrix of scipy"):
         orvex.read(path)

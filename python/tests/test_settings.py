@@ -1,5 +1,7 @@
 """Settings are checked before the library sees them: it would end the process."""
 
+import pydoc
+import re
 from typing import get_args
 
 import numpy as np
@@ -49,6 +51,19 @@ GOOD = {
 
 def test_every_setting_is_documented_and_checked():
     assert set(GOOD) == set(_CHECKS) == set(orvex.Settings.__annotations__)
+
+
+def test_the_help_tells_of_every_setting():
+    shown = pydoc.plain(pydoc.render_doc(orvex.Settings))
+    listed = re.findall(r"^ \|  (\w+)\n \|      \S", shown, re.MULTILINE)
+    assert [name for name in listed if name[0] != "_"] == list(orvex.Settings.__annotations__)
+
+
+@pytest.mark.parametrize("name", ["search_cycles", "restart_duration", "restart_nobest"])
+@pytest.mark.parametrize("wrong", [{1: 2, 3: 4}, {1, 2}, {0: 1, 1: 2}])
+def test_what_has_no_order_is_no_pair(name, wrong, matrix):
+    with pytest.raises(ValueError, match=f"{name} must be two numbers in order"):
+        orvex.solve(matrix, **{name: wrong})
 
 
 def test_every_setting_is_a_parameter_of_the_library():

@@ -1,5 +1,8 @@
 """Searches and their results."""
 
+import dataclasses
+import pickle
+import re
 import signal
 import subprocess
 import sys
@@ -89,8 +92,98 @@ def test_a_start_counts_as_found():
 def test_a_callback_sees_every_new_best(matrix):
     events = []
     result = orvex.solve(matrix, target=optimum(matrix), time_limit=20, callback=events.append)
-    assert [(event.time, event.energy) for event in events] == result.history
+    # What was found later than a better solution was never the best, and is in no history.
+    assert set(result.history) <= {(event.time, event.energy) for event in events}
     assert events[-1].x.tolist() == result.x.tolist()
+
+
+def test_times_are_when_a_solution_was_found():
+    """An instance hands in its best when it ends, a second later."""
+    result = orvex.solve(
+        random_matrix(60), time_limit=20, trial_limit=2, search_cycles=(2_000_000, 100),
+        islands_per_gpu=1, blocks_per_island=1,
+    )  # fmt: skip
+    assert result.history[-1][0] == pytest.approx(float(result.info["tts"]), abs=1e-5)
+    assert result.history[-1][0] < result.timings["search"] / 2
+
+
+#: No instance ends within hours.
+ENDLESS = {"search_cycles": (2**31 - 1, 2**31 - 1)}
+
+
+@pytest.mark.parametrize("size", [12, 250])
+def test_a_time_limit_ends_instances_without_end(size):
+    begin = time.perf_counter()
+    result = orvex.solve(random_matrix(size), time_limit=0.5, **ENDLESS)
+    assert result.status == "time limit"
+    assert time.perf_counter() - begin < 6
+
+
+def test_a_quiet_search_tells_pulses_and_is_steered_by_them():
+    pulses = []
+
+    def steer(pulse):
+        pulses.append(pulse.time)
+        assert pulse.best is None or pulse.best.time <= pulse.time
+        pulse.hint(np.ones(60))
+        pulse.set(batch_factor=2.0, annealing_factor=0.5)
+        return len(pulses) == 10
+
+    begin = time.perf_counter()
+    result = orvex.solve(random_matrix(60), time_limit=50, pulse=steer, **ENDLESS)
+    assert result.status == "stopped by callback"
+    assert time.perf_counter() - begin < 10
+    assert pulses[0] < 0.5
+    assert 0.05 < np.median(np.diff(pulses)) < 0.25
+
+
+def test_a_hint_of_a_pulse_reaches_the_search():
+    """Blocks that walk from the hint to better solutions only: nothing else finds the optimum so soon."""
+    matrix = -np.eye(200, dtype=int) * 5 + np.triu(np.full((200, 200), 1), 1)
+    best = orvex.solve(matrix, time_limit=1)
+    seen = []
+
+    def steer(pulse):
+        if pulse.best is not None:
+            seen.append(pulse.best.energy)
+        pulse.hint(best.x)
+
+    result = orvex.solve(matrix, time_limit=20, target=best.energy, pulse=steer)
+    assert result.energy <= best.energy
+
+
+def test_wrong_requests_of_a_callback_are_raised(matrix):
+    with pytest.raises(ValueError, match="batch_factor"):
+        orvex.solve(matrix, time_limit=20, pulse=lambda pulse: pulse.set(batch_factor=-1))
+    with pytest.raises(TypeError, match="pulse must be callable"):
+        orvex.solve(matrix, pulse=3)
+
+
+@pytest.mark.parametrize("kind", ["callback", "pulse"])
+def test_a_search_inside_a_callback_is_refused(matrix, kind):
+    with pytest.raises(orvex.OrvexError, match="inside a callback would wait for the search"):
+        orvex.solve(matrix, time_limit=20, **{kind: lambda event: orvex.solve(matrix)})
+    assert orvex.solve(matrix, trial_limit=20).status == "trial limit"
+
+
+def test_results_compare_and_are_pickled(matrix):
+    result = orvex.solve(matrix, target=optimum(matrix), time_limit=20)
+    same = pickle.loads(pickle.dumps(result))
+    assert same == result
+    assert result != dataclasses.replace(result, x=~result.x)
+    assert result != dataclasses.replace(result, solutions=[])
+    assert result != dataclasses.replace(result, status="ended")
+    assert result != 3
+    assert result in [3, result]
+
+
+def test_thousands_of_small_problems_in_a_row_have_their_own_optima():
+    """Problems come and go at the same addresses."""
+    for k in range(2000):
+        weights = np.random.default_rng(k).integers(-9, 10, 6)
+        result = orvex.solve(np.diag(weights), target=int(weights[weights < 0].sum()) or None, trial_limit=40)
+        assert result.energy == weights @ result.x
+        assert result.energy == weights[weights < 0].sum()
 
 
 def test_a_callback_may_end_the_search(matrix):
@@ -158,7 +251,12 @@ def test_a_result_prints_well_and_plots(matrix):
 
 def test_progress_is_shown_with_tqdm_and_without(matrix, capsys, monkeypatch):
     result = orvex.solve(matrix, time_limit=0.5, progress=True)
-    assert f"best energy {result.energy}" in capsys.readouterr().err
+    shown = capsys.readouterr().err
+    assert f"best energy {result.energy}" in shown
+    assert "of 0.5 s |" in shown
+    orvex.solve(matrix, trial_limit=500, progress=True)
+    lines = [line for line in re.split("[\r\n]", capsys.readouterr().err) if line.strip()]
+    assert lines and all(re.fullmatch(r"orvex: \d+\.\d s(, .*)?\s*", line) for line in lines), lines
     monkeypatch.setattr("orvex._progress.tqdm", None)
     orvex.solve(matrix, time_limit=0.5, progress=True)
     assert "orvex: 0 s, " in capsys.readouterr().err
@@ -176,7 +274,7 @@ def interrupt():
     sent.append(time.perf_counter())
     os.kill(os.getpid(), signal.SIGINT)
 threading.Thread(target=interrupt).start()
-result = orvex.solve(problem, time_limit=60, search_cycles=(2_000_000, 1_000_000))
+result = orvex.solve(problem, time_limit=60, search_cycles=tuple(map(int, sys.argv[2:])))
 late = time.perf_counter() - sent[0]
 assert result.status == "interrupted", result.status
 assert result.energy == problem.energy(result.x)
@@ -187,11 +285,12 @@ print("in time")
 """
 
 
+@pytest.mark.parametrize("cycles", [(2_000_000, 1_000_000), ENDLESS["search_cycles"]], ids=str)
 @pytest.mark.parametrize("size", [12, 250])
-def test_an_interrupt_ends_the_search_at_once(size):
+def test_an_interrupt_ends_the_search_at_once(size, cycles):
     """Also while blocks are in the middle of an instance that takes seconds."""
     run = subprocess.run(
-        [sys.executable, "-c", INTERRUPTED, str(size)], capture_output=True, text=True, timeout=100,
+        [sys.executable, "-c", INTERRUPTED, str(size), *map(str, cycles)], capture_output=True, text=True, timeout=100,
         # What was started in the background has the signal ignored, and so have its children.
         preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
     )  # fmt: skip

@@ -99,7 +99,7 @@ double ScalingChoice::factor() const {
     int exponent = 0;
     std::frexp(largest_, &exponent);  // the largest is below 2^exponent, and at least half of it
     // Beyond these the factor or its inverse would be no normal number.
-    const int most = std::clamp(MOST_BITS - exponent, -1000, 1000);
+    const int most = std::clamp(MOST_BITS - exponent, -1000, 1022);
     for (int less = 0; less <= MOST_BITS - LEAST_BITS; ++less)
         if (const double factor = std::ldexp(1, most - less); narrow(factor)) return factor;
     return std::ldexp(1, most);

@@ -194,7 +194,7 @@ def _from_terms(
     _expect_searchable(searched)
     expect_memory(_least(searched) + 64 * len(numbers), _takes(searched))
     if made is None:
-        reals = RealTerms(searched, pairs, numbers)
+        reals = RealTerms(searched, pairs, numbers.astype(np.float64, copy=False))
         form = _rounded(reals, *reals.model())
     else:
         form = Form(Model.of_terms(searched, pairs, numbers), Fraction(made[1]))
