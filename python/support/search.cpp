@@ -66,6 +66,10 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
     for (const char* const* text = given.settings; *text != nullptr; text += 2)
         options.settings[text[0]] = text[1];
     options.engine_cycles = given.engine_cycles != 0;
+    options.presolve = given.presolve == 0   ? PresolveEffort::OFF
+                       : given.presolve == 1 ? PresolveEffort::AUTO
+                                             : PresolveEffort::FULL;
+    if (given.companion != nullptr) options.companion = *given.companion;
     const std::uint64_t* words = given.words;
     const auto take = [&](std::vector<Sol>& solutions, int count) {
         for (; count > 0; --count, words += (problem.size + 63) / 64)

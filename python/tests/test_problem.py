@@ -363,9 +363,9 @@ OUT_OF_MEMORY = """
 import resource
 import numpy as np
 from orvex._library import failure, support
-resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
-pair, value = np.zeros(2, dtype=np.uint32), np.array([2**40])
-assert not support.orvex_python_from_terms(20_000, 1, pair.ctypes.data, value.ctypes.data)
+elements = np.zeros((30_000, 30_000), dtype=np.int8)  # pages that are never touched
+resource.setrlimit(resource.RLIMIT_AS, (3 << 29, 3 << 29))
+assert not support.orvex_python_from_matrix(30_000, b"i1", elements.ctypes.data)
 print(type(failure()).__name__)
 """
 

@@ -36,6 +36,8 @@ class Question:
         time_limit: float | None,
         target: int | None,
         trials: int | None,
+        presolve: int,
+        companion: float | None,
         starts: Sequence[Words] = (),
         hints: Sequence[Words] = (),
     ) -> None:
@@ -48,6 +50,8 @@ class Question:
             None if trials is None else ctypes.pointer(c_int64(trials)),
             (c_char_p * (len(texts) + 1))(*texts, None),
             engine_cycles,
+            presolve,
+            None if companion is None else ctypes.pointer(c_double(companion)),
             len(starts),
             len(hints),
             self._words.ctypes.data,

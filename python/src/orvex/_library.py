@@ -45,6 +45,8 @@ class Options(ctypes.Structure):
         ("trials", POINTER(c_int64)),
         ("settings", POINTER(c_char_p)),  # keys and values in turn, then null
         ("engine_cycles", c_int),
+        ("presolve", c_int),
+        ("companion", POINTER(c_double)),
         ("starts", c_int),
         ("hints", c_int),
         ("words", c_void_p),  # of the starts, then of the hints

@@ -30,7 +30,7 @@ from ._numbers import Scale, check_scale
 _LARGE = 1 << 30
 
 #: A search of which nothing is said.
-_OPEN = Options(settings=(ctypes.c_char_p * 1)(None))
+_OPEN = Options(settings=(ctypes.c_char_p * 1)(None), presolve=1)
 
 _LOG = logging.getLogger("orvex")
 

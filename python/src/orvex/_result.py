@@ -16,7 +16,7 @@ if TYPE_CHECKING:
 
 Energy = Union[int, float]
 Status = Literal[
-    "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
+    "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
 ]
 
 
@@ -36,11 +36,12 @@ class Result:
     """When each new best was found, in seconds since the search began, and its energy; a start is at
     0.0."""
     status: Status
-    """What ended the search; "ended" where the library tells no reason."""
+    """What ended the search; "optimal" where no energy can be lower, "ended" where the library tells no reason."""
     info: dict[str, str]
     """What the library tells of the run: "solver", "gpu" (the device), "solver_size", "solver_bits",
     "arithmetic_bits", "runtime", "search_cycles", "total_flips", "tts" (seconds to the solution).
-    Empty when the search was interrupted before the library had finished."""
+    Empty when the search was interrupted before the library had finished; texts are empty where the
+    library did not search."""
     timings: dict[str, float]
     """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library, with
     the wait for another thread's search, "search", and "total", which is all of the call."""

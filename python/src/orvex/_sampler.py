@@ -42,6 +42,7 @@ class OrvexSampler(dimod.Sampler):  # type: ignore[misc]
     def __init__(self, **defaults: Any) -> None:
         searching = (
             "time_limit", "target", "trial_limit", "hints", "callback", "pulse", "progress", "scale",
+            "presolve", "companion",
         )  # fmt: skip
         names = ("num_reads", "initial_states", *searching, *Settings.__annotations__)
         self.parameters = {name: [] for name in names}

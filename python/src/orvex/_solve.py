@@ -12,7 +12,7 @@ import time
 from collections.abc import Callable, Iterable
 from contextlib import ExitStack
 from fractions import Fraction
-from typing import TYPE_CHECKING, Any, cast
+from typing import TYPE_CHECKING, Any, Literal, cast
 
 import numpy as np
 import numpy.typing as npt
@@ -38,6 +38,8 @@ _PATIENCE = 0.1
 
 #: The least time between two pulses of a search.
 _PULSE = 0.1
+#: What the library calls how much is tried before a search.
+_PRESOLVE: dict[object, int] = {False: 0, True: 1, "full": 2}
 #: What a search may be told anew while it goes on.
 _CHANGEABLE = ("batch_factor", "annealing_factor")
 #: Whether this thread is inside a callback.
@@ -108,6 +110,8 @@ def solve(
     pulse: PulseCallback | None = None,
     progress: bool = False,
     scale: Scale | None = None,
+    presolve: bool | Literal["full"] = True,
+    companion: float | None = None,
     **settings: Unpack[Settings],
 ) -> Result:
     """Searches for the bit vector of lowest energy.
@@ -143,6 +147,12 @@ def solve(
         Shows a bar in terminals and notebooks: tqdm's if tqdm is there, else lines on standard error.
     scale
         How integers are made of the coefficients; see :class:`Problem`.
+    presolve
+        Whether the problem is reduced before the search, exactly: the least energy stays the same, and where
+        nothing is left to search the result is "optimal". "full" tries everything, however long it takes.
+    companion
+        The share of the processors, from 0 to 1, that anneals and merges solutions beside the library's
+        search; at 1 the library does not search. By default the structure of the problem decides.
     settings
         Settings of the engine; see :class:`Settings`.
 
@@ -166,6 +176,12 @@ def solve(
     for name, function in (("callback", callback), ("pulse", pulse)):
         if function is not None and not callable(function):
             raise TypeError(f"{name} must be callable, not {function!r}")
+    if isinstance(presolve, (int, np.bool_)) and presolve in (0, 1):
+        presolve = bool(presolve)
+    elif presolve != "full":
+        raise ValueError(f'presolve must be True, False or "full", not {presolve!r}')
+    if companion is not None:
+        companion = real_number("companion", companion, 0, 1)
     limits = _Limits(time_limit, target, trial_limit)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
@@ -177,6 +193,8 @@ def solve(
         limits.time,
         limits.target_of(made),
         limits.trials,
+        _PRESOLVE[presolve],
+        companion,
         found,
         [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)],
     )
