@@ -45,7 +45,7 @@ GenerateCommand::GenerateCommand(CLI::App& app)
 }
 
 int GenerateCommand::run() {
-    if (!make_) throw InputError("a kind of model must be named; --help shows them");
+    if (!make_) throw InputError("name a kind of model; --help lists them");
     const Rows model = make_();
     OutputFile file(output_);
     write_model(model, file);
@@ -132,7 +132,7 @@ void GenerateCommand::add_sparse() {
             const std::int64_t all = std::int64_t{size} * (size + 1) / 2;
             const Range range = range_of(smallest_, largest_);
             if (range.smallest == 0 && range.largest == 0)
-                throw InputError("--smallest and --largest leave nothing but 0");
+                throw InputError("--smallest and --largest allow only 0");
             return sparse(size, count_of("--entries", count_, density_, all), range,
                           static_cast<std::uint64_t>(seed_.value_or(1)));
         });

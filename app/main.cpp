@@ -47,13 +47,14 @@ Ctrl-C ends a run and still prints and writes the best solution; a second one qu
 struct CommandLine {
     CLI::App app{"Solves QUBO problems: minimises the sum over i <= j of W[i][j] x[i] x[j]."};
     CLI::App* solve = app.add_subcommand("solve", "search for the bit vector of lowest energy");
-    CLI::App* check = app.add_subcommand("check", "validate a model file, tell what a run takes");
+    CLI::App* check =
+        app.add_subcommand("check", "check a problem's file and show what a run needs");
     CLI::App* convert = app.add_subcommand("convert", "write a problem's file in another format");
     CLI::App* presolve =
         app.add_subcommand("presolve", "write what exact reductions leave of a problem");
     CLI::App* restore = app.add_subcommand(
         "restore", "turn a solution of what presolve left into one of the problem");
-    CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
+    CLI::App* info = app.add_subcommand("info", "show what this build is and where it runs");
     GenerateCommand generate{app};
     SolveCommand options;
     ConvertCommand conversion;
@@ -162,7 +163,7 @@ struct CommandLine {
     void describe_reading(CLI::App* command) {
         command
             ->add_option("--from", options.read.format,
-                         "format of the file, where its contents do not tell it: " + format_names())
+                         "format of the file, if its contents leave it open: " + format_names())
             ->type_name("FORMAT");
         command
             ->add_option(
@@ -176,7 +177,7 @@ struct CommandLine {
             ->type_name("P");
         command
             ->add_option("--sense", sense,
-                         "what is wanted, where the format leaves it open (" +
+                         "whether to minimise or maximise, if the format leaves it open (" +
                              format_names(&Format::leaves_sense_open) + "); min by default")
             ->check(CLI::IsMember({"min", "max"}))
             ->type_name("SENSE");

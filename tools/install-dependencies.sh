@@ -9,7 +9,7 @@ set -euo pipefail
 
 demo=(g++ cmake ninja-build libhwy-dev libcli11-dev nlohmann-json3-dev zlib1g-dev)
 test=(libgtest-dev libgmock-dev pkg-config python3)
-ci=(clang clang-format git python3-venv)
+ci=(ccache clang clang-format git python3-venv)
 
 case "${1:-}" in
 demo) needed=("${demo[@]}") ;;

@@ -22,6 +22,11 @@ static_assert(sizeof(long) == 8, "weights and energies are long, which must have
  */
 ORVEX_API int find_wbit(long min, long max);
 
+/** Gives the elements of a matrix back. */
+struct ORVEX_API MatRelease {
+    void operator()(unsigned char* elements) const;
+};
+
 /**
  * A dense square matrix of signed integers of 8, 16, 32 or 64 bits, row-major: element (i, j)
  * is at index i * size + j.
@@ -29,15 +34,17 @@ ORVEX_API int find_wbit(long min, long max);
  * Setters keep the low bits of a value that is too wide, without notice; getters extend the sign.
  * Indices are not checked.
  *
+ * Of a large matrix the pages of memory that nobody has written to take no room.
+ *
  * Concurrent reads are safe; a write excludes every other access.
  */
 struct ORVEX_API MAT {
-    std::uint32_t size;                                ///< number of rows and of columns
-    std::uint32_t bits;                                ///< element width: 8, 16, 32 or 64
-    std::uint32_t bytes;                               ///< element width in bytes
-    std::unique_ptr<unsigned char[]> data;             ///< the elements, size * size * bytes bytes
-    void (*set_func)(MAT&, unsigned, unsigned, long);  ///< the setter for this width
-    long (*get_func)(const MAT&, unsigned, unsigned);  ///< the getter for this width
+    std::uint32_t size;                                 ///< number of rows and of columns
+    std::uint32_t bits;                                 ///< element width: 8, 16, 32 or 64
+    std::uint32_t bytes;                                ///< element width in bytes
+    std::unique_ptr<unsigned char[], MatRelease> data;  ///< the elements, size * size * bytes bytes
+    void (*set_func)(MAT&, unsigned, unsigned, long);   ///< the setter for this width
+    long (*get_func)(const MAT&, unsigned, unsigned);   ///< the getter for this width
 
     /**
      * A matrix of zeros.

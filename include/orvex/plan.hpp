@@ -62,7 +62,7 @@ struct Plan {
     std::string rows;    ///< as blocks read them: "8-bit", "16-bit", "32-bit", "64-bit", "sparse"
     int delta_bits = 0;  ///< width of the deltas that blocks keep
 
-    std::uint64_t matrix_bytes = 0;  ///< the band's matrix on the host
+    std::uint64_t matrix_bytes = 0;  ///< the band's matrix on the host, as far as it is written
     std::uint64_t rows_bytes = 0;    ///< on the host: that form of the rows, beside the matrix
     std::uint64_t search_bytes = 0;  ///< on the host, at most: pools, rings, blocks
     std::uint64_t device_bytes = 0;  ///< on each device; 0 where its memory is the host's

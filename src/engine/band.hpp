@@ -26,7 +26,7 @@ struct BAND {
     std::size_t matrix_bytes;  ///< of the matrix record
     platform::KERNEL_HANDLE kernel;
     const void* device_gp;  ///< names the constant of the kernel in copies to it
-    /** Fills a matrix record from the model. */
+    /** Begins a matrix record: from the model in full, unless device copies fill it. */
     void (*load)(void* wmat, const Model::Impl& model);
 
     int words() const { return size / 64; }

@@ -55,7 +55,8 @@ int shared_memory_carveout(const RUN_STATE& run) {
 void DEV_THREAD::init_func() {
     cuda_check(cudaSetDevice(id));
     cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
-    cuda_check(cudaStreamCreateWithFlags(&control, cudaStreamNonBlocking));
+    cuda_check(create_copy_stream(&control));
+    raised = allocate_page_locked<std::uint8_t>();
     assert(run.islands_per_gpu > 0 && run.ring_size > 0);
     const std::size_t slots =
         static_cast<std::size_t>(run.islands_per_gpu) * 2 * static_cast<std::size_t>(run.ring_size);
@@ -84,12 +85,20 @@ void DEV_THREAD::copy_func() {
     image.state_b = state_b;
     image.state_c = state_c;
     cuda_check(cudaMemcpy(device_state, &image, sizeof(image), cudaMemcpyHostToDevice));
+    // Copies from memory that is not page-locked, through the default stream, may still be under
+    // way when they return, and other streams do not wait for that one.
+    cuda_check(cudaDeviceSynchronize());
+    // The first copy of a kind may load something onto the device, and would wait for the kernel.
+    *raised = 0;
+    cuda_check(cudaMemcpyAsync(&device_state->kill, raised, 1, cudaMemcpyHostToDevice, control));
+    cuda_check(cudaStreamSynchronize(control));
+    *raised = 1;
 
     {
         const std::lock_guard lock(run.band.session_mutex);
         wmat = run.band.session.takeDeviceCopy(id);
     }
-    if (!wmat) wmat = make_device_copy(run.band, run.wmat, stream);
+    if (!wmat) wmat = make_device_copy(run.band, run.wmat, *run.model, stream);
 
     const std::size_t count =
         static_cast<std::size_t>(seeded_blocks(run)) * static_cast<std::size_t>(run.band.threads());
@@ -105,9 +114,12 @@ void DEV_THREAD::kernel_func() {
     assert(wmat && seeds && device_state);
     cuda_check(cudaSetDevice(id));
     const int carveout = shared_memory_carveout(run);
-    if (carveout > 0)  // a wish; whether it is granted does not matter
+    // A wish; whether it is granted does not matter, and a refusal must not be found behind the
+    // search as if it were that of the kernel.
+    if (carveout > 0 &&
         cudaFuncSetAttribute(run.band.kernel, cudaFuncAttributePreferredSharedMemoryCarveout,
-                             carveout);
+                             carveout) != cudaSuccess)
+        static_cast<void>(cudaGetLastError());
     cudaEvent_t start = nullptr;
     cudaEvent_t stop = nullptr;
     cuda_check(cudaEventCreate(&start));
@@ -137,6 +149,7 @@ void DEV_THREAD::destruct_func() {
     assert(stream && control && wmat);
     cuda_check(cudaStreamDestroy(stream));
     cuda_check(cudaStreamDestroy(control));
+    cuda_check(cudaFreeHost(raised));
     cuda_check(cudaFree(seeds));
     cuda_check(cudaFree(device_state));
     cuda_check(cudaFree(state_a));
@@ -159,12 +172,11 @@ DEV_THREADS::DEV_THREADS(GLOBAL_VARS& run, int gpus) : count(gpus) {
         threads.push_back(DEV_THREAD{.run = run, .id = i});
 }
 
-void DEV_THREADS::kill() {
-    const std::uint8_t one = 1;
+void DEV_THREADS::raise(std::uint8_t device::DeviceState::*flag) {
     for (DEV_THREAD& member : threads) {
-        assert(member.device_state && member.control);
+        assert(member.device_state && member.control && *member.raised == 1);
         cuda_check(cudaSetDevice(member.id));
-        cuda_check(cudaMemcpyAsync(&member.device_state->kill, &one, sizeof(one),
+        cuda_check(cudaMemcpyAsync(&(member.device_state->*flag), member.raised, 1,
                                    cudaMemcpyHostToDevice, member.control));
         cuda_check(cudaStreamSynchronize(member.control));
     }

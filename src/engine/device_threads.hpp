@@ -22,9 +22,10 @@ struct DEV_THREAD {
     unsigned long* seeds = nullptr;
     int* kernel_ints = nullptr;  ///< stays null; an argument of the kernel
     device::DeviceState* device_state = nullptr;
-    int* state_a = nullptr;  ///< per island: lock over instance tickets
-    int* state_b = nullptr;  ///< per island: lock over result tickets
-    int* state_c = nullptr;  ///< per island: the two ticket counters
+    int* state_a = nullptr;          ///< per island: lock over instance tickets
+    int* state_b = nullptr;          ///< per island: lock over result tickets
+    int* state_c = nullptr;          ///< per island: the two ticket counters
+    std::uint8_t* raised = nullptr;  ///< page-locked: the 1 that is written into flags
     float kernel_ms = 0;
 
     void init_func();
@@ -46,10 +47,15 @@ struct DEV_THREADS {
     void join() { join_phase(threads); }
 
     /** Raises the kill byte of every device: its blocks leave at once. Waits for no kernel. */
-    void kill();
+    void kill() { raise(&device::DeviceState::kill); }
+    /** The run's time is up: blocks bring what they have to an end. Waits for no kernel. */
+    void close() { raise(&device::DeviceState::closing); }
 
     /** Longest kernel in seconds. */
     float max_sec() const;
+
+  private:
+    void raise(std::uint8_t device::DeviceState::*flag);
 };
 
 /** Blocks of the launch on each device; can be more than `blocks_per_gpu` by rounding up. */

@@ -71,7 +71,7 @@ void prepare(BAND& band, const Model::Impl& model, const Param::Impl& param) {
     for (int i = 0; i < devices; ++i) {
         if (band.session.holdsDeviceCopy(i)) continue;
         cuda_check(cudaSetDevice(i));
-        band.session.storeDeviceCopy(i, make_device_copy(band, host_wmat, nullptr));
+        band.session.storeDeviceCopy(i, make_device_copy(band, host_wmat, model, nullptr));
     }
     store_session(band, model, in_session ? nullptr : host_wmat);
 }

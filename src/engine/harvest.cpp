@@ -70,6 +70,7 @@ void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
         requests.kill_request = 0;
     } else if (requests.abort_request) {
         set_relaxed(stop_code, 1);
+        dev_threads->close();
         requests.abort_request = 0;
     } else {
         takeRequests(island);

@@ -4,9 +4,12 @@
 #include <mutex>
 #include <utility>
 
+#include "engine/error_exit.hpp"
 #include "engine/relaxed.hpp"
 
 namespace orvex::engine {
+
+using namespace platform;
 
 HOST_THREADS::HOST_THREADS(const ALLISLAND& islands) : count(islands.count) {
     threads.reserve(islands.islands.size());
@@ -17,6 +20,7 @@ HOST_THREADS::HOST_THREADS(const ALLISLAND& islands) : count(islands.count) {
 
 /** Every block has two instances waiting before the kernel exists. */
 void HOST_THREAD::set_func() {
+    cuda_check(cudaSetDevice(island->gpu));
     island->findRings();
     island->sendRandom(2 * island->run.blocks_per_island);
 }
@@ -24,6 +28,7 @@ void HOST_THREAD::set_func() {
 void HOST_THREAD::main_func() {
     assert(island->send_ring.size() > 0 && island->recv_ring.size() > 0);
     assert(run().restart_clock);
+    cuda_check(cudaSetDevice(island->gpu));
     while (relaxed(run().stop_code) == 0 && island->hasTickets() &&
            run().trans_count->request(run().trial_limit))
         if (!feed()) break;
@@ -35,7 +40,11 @@ bool HOST_THREAD::feed() {
     if (relaxed(run().killed) || !takeResult()) return false;
     if (island->recv_buf->generation == island->generation) island->pool.insert();
     island->regBest(island->recv_buf->generation != island->generation);
-    if (relaxed(run().killed) || targetReached()) return false;
+    if (relaxed(run().killed)) return false;
+    if (targetReached()) {
+        run().dev_threads->close();
+        return false;
+    }
 
     lookAtRestartClock();
     if (relaxed(island->restart)) island->restartSearch();

@@ -60,16 +60,24 @@ INSTANCE_MEMORY allocate_instances(int words, std::size_t count) {
                                              sizeof(std::uint64_t));
 }
 
+void* allocate_page_locked(std::size_t bytes) {
+    void* memory = nullptr;
+    if (cudaHostAlloc(&memory, bytes, 0) != cudaSuccess) error_exit("Insufficient GPU memory.");
+    return memory;
+}
+
+void UNLOCK_WORD::operator()(std::int64_t* word) const {
+    cuda_check(cudaFreeHost(word));
+}
+
 void UNLOCK_INSTANCE::operator()(INSTANCE* instance) const {
     cuda_check(cudaFreeHost(instance->memory()));
     delete instance;
 }
 
 LOCKED_INSTANCE make_locked_instance(int words) {
-    void* memory = nullptr;
-    if (cudaHostAlloc(&memory, device::instance_bytes(64 * words), 0) != cudaSuccess)
-        error_exit("Insufficient GPU memory.");
-    LOCKED_INSTANCE instance(new INSTANCE(memory, words));
+    LOCKED_INSTANCE instance(
+        new INSTANCE(allocate_page_locked(device::instance_bytes(64 * words)), words));
     instance->clear();
     return instance;
 }

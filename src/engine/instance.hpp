@@ -144,6 +144,19 @@ class OWN_INSTANCE : private INSTANCE_MEMORY, public INSTANCE {
           INSTANCE(INSTANCE_MEMORY::get(), word_count) {}
 };
 
+/** Page-locked memory, or the end of the process. */
+void* allocate_page_locked(std::size_t bytes);
+template <class X>
+X* allocate_page_locked() {
+    return static_cast<X*>(allocate_page_locked(sizeof(X)));
+}
+
+/** A word in page-locked memory. */
+struct UNLOCK_WORD {
+    void operator()(std::int64_t* word) const;
+};
+using LOCKED_WORD = std::unique_ptr<std::int64_t, UNLOCK_WORD>;
+
 /** Gives back the page-locked memory of a record and the view of it. */
 struct UNLOCK_INSTANCE {
     void operator()(INSTANCE* instance) const;

@@ -35,7 +35,7 @@ void clear_fillers(const INSTANCE& result, int size) {
         cleared += std::popcount(result.bits[w] & fillers);
         result.bits[w] &= ~fillers;
     }
-    result.energy -= std::int64_t{FILLER} * cleared;
+    result.energy -= std::int64_t{device::FILLER} * cleared;
 }
 
 }  // namespace
@@ -56,7 +56,8 @@ ISLAND::ISLAND(GLOBAL_VARS& of_run, int number)
     gpu = id / run.islands_per_gpu;
     local = id % run.islands_per_gpu;
     cuda_check(cudaSetDevice(gpu));
-    cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
+    cuda_check(create_copy_stream(&stream));
+    ticket_word.reset(allocate_page_locked<std::int64_t>());
     send_buf = make_locked_instance(run.band.words());
     recv_buf = make_locked_instance(run.band.words());
     pool.init(*send_buf, *recv_buf);
@@ -89,6 +90,17 @@ void ISLAND::findRings() {
     assert(local >= 0 && local < run.islands_per_gpu);
     send_ring = rings.part(first, slots);
     recv_ring = rings.part(first + slots, slots);
+    // What goes to the ring is copied before there is a kernel; what comes from it is so here,
+    // since the first copy of a kind may load something onto the device.
+    lookAtTicket(recv_ring[0].ticket);
+}
+
+/** A ticket word of a ring as it is now. */
+std::int64_t ISLAND::lookAtTicket(const std::int64_t& word) {
+    cuda_check(
+        cudaMemcpyAsync(ticket_word.get(), &word, sizeof(word), cudaMemcpyDeviceToHost, stream));
+    cuda_check(cudaStreamSynchronize(stream));
+    return *ticket_word;
 }
 
 // The body is copied with its ticket at 0, and the ticket alone behind it: the kernel takes the
@@ -118,10 +130,7 @@ void ISLAND::device2host() {
     assert(recv_buf && recv_pos == received % run.ring_size);
     const INSTANCE slot = recv_ring[recv_pos];
     for (int delay = FIRST_DELAY;;) {
-        std::int64_t ticket = 0;
-        cuda_check(
-            cudaMemcpyAsync(&ticket, &slot.ticket, sizeof(ticket), cudaMemcpyDeviceToHost, stream));
-        cuda_check(cudaStreamSynchronize(stream));
+        const std::int64_t ticket = lookAtTicket(slot.ticket);
         if (static_cast<std::uint64_t>(ticket) > static_cast<std::uint64_t>(received)) break;
         wait_for_ticket(&slot.ticket, ticket, delay);
         run.obeyOwner();
@@ -158,6 +167,7 @@ void ISLAND::account() {
 void ISLAND::sendRandom(int n) {
     for (int i = 0; i < n; ++i) {
         if (i == 0 && id == 0 && run.start) {
+            if (run.trial_limit < 0) return;  // such a limit grants no instance at all
             load(*run.start);
         } else {
             if (!run.trans_count->request(run.trial_limit)) return;

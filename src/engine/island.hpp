@@ -65,6 +65,7 @@ struct ISLAND {
     int recv_pos = 0;
     LOCKED_INSTANCE send_buf;  ///< page-locked: the instance being built
     LOCKED_INSTANCE recv_buf;  ///< page-locked: the last result
+    LOCKED_WORD ticket_word;   ///< page-locked: a ticket that was looked at
     SOLPOOL pool;
     std::int64_t sent = 0;  ///< instances, stop marks not counted
     std::int64_t received = 0;
@@ -86,6 +87,7 @@ struct ISLAND {
   private:
     void makeBest(const INSTANCE& result);
     void showProgress(bool new_best) const;
+    std::int64_t lookAtTicket(const std::int64_t& word);
     void account();
     void load(const Sol::Impl& solution);
 };

@@ -9,6 +9,7 @@
 #include "engine/host_threads.hpp"
 #include "engine/island.hpp"
 #include "engine/sizing.hpp"
+#include "engine/time_up.hpp"
 
 namespace orvex::engine {
 
@@ -113,12 +114,16 @@ void main_program(GLOBAL_VARS& run) {
 
     run.restart_clock = std::make_unique<RESTART_CLOCK>(run.time_limit, run.restart_t0,
                                                         run.restart_b, run.restart_nobest);
+    cuda_check(cudaSetDevice(run.allisland->islands[0]->gpu));
     run.callback_func("init", *run.allisland->islands[0]);
 
     devices.kernel();
     hosts.main();
-    devices.join();
-    hosts.join();
+    {
+        const TIME_UP time_up(run.time_limit, run.restart_clock->end, [&] { devices.close(); });
+        devices.join();
+        hosts.join();
+    }
 
     devices.destruct();
     devices.join();

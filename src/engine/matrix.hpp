@@ -7,22 +7,16 @@
 
 #include "orvex/model.hpp"
 
+#include "engine/device/model_rows.hpp"
 #include "engine/device/shape.hpp"
 
 namespace orvex::engine {
 
-/** Diagonal of the filler variables: a search never gains by setting one. */
-inline constexpr int FILLER = 255;
-
 /** Refuses a model that is too large for the band. */
 void check_model_fits(int n, int band_size);
 
-/**
- * Fills all S rows and the diagonal from the model's n variables. E is int32_t or int64_t.
- *
- * @param zeros whether the rows are zero; then nothing is written where few elements are not, so
- *     that a sparse model takes few of the pages of its record
- */
+/** Fills all S rows and the diagonal from the model's n variables, as device::write_rows does; a
+ * model that is too large is refused. */
 template <class E>
 void load_rows(E* rows, E* diagonal, int n, const device::SHAPE& shape, const Model::Impl& model,
                bool zeros);

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "engine/device/flip_rules.hpp"
+#include "engine/device/records.hpp"
 
 namespace orvex::engine {
 
@@ -26,6 +27,7 @@ enum GENERATOR : signed char {
     NO_GENERATOR
 };
 inline constexpr int GENERATORS = NO_GENERATOR;
+static_assert(ALL_BEST == device::GIVEN);
 using INSTANCE_NAMES = std::array<std::string_view, GENERATORS + 1>;
 inline constexpr INSTANCE_NAMES INSTANCE_TABLE = {"Random", "Best",    "Mutation", "Cross",
                                                   "XCross", "Zero",    "One",      "IntervalZero",

@@ -68,11 +68,12 @@ void* load_matrix(const BAND& band, const Model::Impl& model) {
     return wmat;
 }
 
-void* make_device_copy(const BAND& band, const void* host_wmat, cudaStream_t stream) {
-    assert(host_wmat);
+void* make_device_copy(const BAND& band, void* host_wmat, const Model::Impl& model,
+                       cudaStream_t stream) {
+    assert(host_wmat && model.size <= band.size);
     void* copy = nullptr;
     const cudaError_t status =
-        device_copy_create(&copy, band.kernel, host_wmat, band.matrix_bytes, stream);
+        device_copy_create(&copy, band.kernel, host_wmat, &model, band.matrix_bytes, stream);
     if (status == cudaErrorMemoryAllocation) error_exit("Insufficient Host memory.");
     cuda_check(status);
     return copy;

@@ -43,10 +43,12 @@ void* session_matrix(BAND& band, const Model::Impl& model);
 /** Marks the session as this model's and hands it the host matrix, unless that is null. */
 void store_session(BAND& band, const Model::Impl& model, void* host_wmat);
 
-/** A matrix record in page-locked memory, loaded from the model. */
+/** A matrix record in page-locked memory, with all of the model that device copies do not fill in.
+ */
 void* load_matrix(const BAND& band, const Model::Impl& model);
 
-/** The copy of a host matrix that a device reads. */
-void* make_device_copy(const BAND& band, const void* host_wmat, platform::cudaStream_t stream);
+/** What a device reads of a host matrix and of the model that it is the matrix of. */
+void* make_device_copy(const BAND& band, void* host_wmat, const Model::Impl& model,
+                       platform::cudaStream_t stream);
 
 }  // namespace orvex::engine

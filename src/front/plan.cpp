@@ -64,7 +64,6 @@ std::optional<Plan> plan_run(const PlanRequest& request) {
     const device::FOOTPRINT footprint =
         device::footprint(survey, band->size, band->matrix_bits, band->arith_bits, blocks);
 
-    const auto s = static_cast<std::uint64_t>(band->size);
     const auto devices_taken = static_cast<std::uint64_t>(gpus);
     const std::uint64_t pools = islands *
                                 static_cast<std::uint64_t>(std::max(request.pool_size, 0)) *
@@ -78,7 +77,7 @@ std::optional<Plan> plan_run(const PlanRequest& request) {
                 .threads_per_block = threads,
                 .rows = device::form_name(footprint.form, band->matrix_bits),
                 .delta_bits = footprint.delta_bits,
-                .matrix_bytes = (s * s + s) * static_cast<std::uint64_t>(band->matrix_bits / 8) + 4,
+                .matrix_bytes = footprint.record_bytes,
                 .rows_bytes = devices_taken * footprint.rows_bytes,
                 .search_bytes = BYTES_OF_ANY_RUN +
                                 devices_taken * (pools + blocks * footprint.host_bytes_of_block),

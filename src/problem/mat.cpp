@@ -3,16 +3,48 @@
 // is one of bytes.
 #include "orvex/mat.hpp"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "problem/exit_with_message.hpp"
 #include "problem/mat_bytes.hpp"
+#include "problem/written_pages.hpp"
 
 namespace orvex {
 namespace {
 
-std::unique_ptr<unsigned char[]> allocate(unsigned size, unsigned bytes) {
-    return std::make_unique_for_overwrite<unsigned char[]>(allocated_bytes(size, bytes));
+using ELEMENTS = std::unique_ptr<unsigned char[], MatRelease>;
+
+/** From here on, most matrices are so sparse that pages of the common size are kept small. */
+constexpr std::size_t LARGE = std::size_t{64} << 20;
+
+/** Keeps the system from giving a large page for one element. */
+void ask_for_small_pages(unsigned char* memory, std::size_t bytes) {
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto address = reinterpret_cast<std::uintptr_t>(memory);
+    const std::uintptr_t first = (address + page - 1) / page * page;
+    madvise(reinterpret_cast<void*>(first), address + bytes - first, MADV_NOHUGEPAGE);
+}
+
+/** Zeros; of many of them the pages come from the system, which has them for nothing. */
+ELEMENTS allocate(unsigned size, unsigned bytes) {
+    const std::size_t count = allocated_bytes(size, bytes);
+    ELEMENTS elements(static_cast<unsigned char*>(std::calloc(std::max<std::size_t>(count, 1), 1)));
+    if (!elements) throw std::bad_alloc();
+    if (count >= LARGE) ask_for_small_pages(elements.get(), count);
+    return elements;
+}
+
+/** Copies what somebody has written, into zeros. */
+void copy_written(unsigned char* to, const unsigned char* from, std::size_t bytes) {
+    WRITTEN_PAGES(from, bytes)
+        .visit(from, from + bytes, [&](const unsigned char* begin, const unsigned char* end) {
+            std::memcpy(to + (begin - from), begin, static_cast<std::size_t>(end - begin));
+        });
 }
 
 template <class ELEMENT>
@@ -35,6 +67,10 @@ long load(const MAT& mat, unsigned i, unsigned j) {
 
 }  // namespace
 
+void MatRelease::operator()(unsigned char* elements) const {
+    std::free(elements);
+}
+
 int find_wbit(long min, long max) {
     if (max < 128 && min >= -128) return 8;
     if (min >= -32768 && max < 32768) return 16;
@@ -47,7 +83,6 @@ int find_wbit(long min, long max) {
 MAT::MAT(unsigned size_, unsigned bits_)
     : size(size_), bits(bits_), bytes(bits_ / 8), data(allocate(size_, bits_ / 8)) {
     init_func();
-    std::memset(data.get(), 0, allocated_bytes(size, bytes));
 }
 
 MAT::MAT(const MAT& other)
@@ -56,7 +91,7 @@ MAT::MAT(const MAT& other)
       bytes(other.bytes),
       data(allocate(other.size, other.bytes)) {
     init_func();
-    std::memcpy(data.get(), other.data.get(), allocated_bytes(size, bytes));
+    copy_written(data.get(), other.data.get(), allocated_bytes(size, bytes));
 }
 
 MAT::~MAT() = default;

@@ -359,7 +359,7 @@ class Refusals(ProgramTest):
                 ("sparse --size 5 OUT", "one of --entries and --density must be given"),
                 ("sparse --size 5 --entries 3 --density 4 OUT", "one of --entries and --density"),
                 ("sparse --size 5 --entries 16 OUT", "--entries is 16, not from 0 to 15"),
-                ("sparse --size 5 --entries 1 --smallest 0 --largest 0 OUT", "nothing but 0"),
+                ("sparse --size 5 --entries 1 --smallest 0 --largest 0 OUT", "allow only 0"),
                 ("palubeckis --size 5 OUT", "--density is required"),
                 ("palubeckis --size 5 --density nan OUT", "from 0 to 100, per cent"),
                 ("palubeckis --size 5 --density 50 --seed 0 OUT", "--seed is 0, not from 1 to"),

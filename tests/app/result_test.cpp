@@ -46,8 +46,8 @@ TEST(Solution, IsReadFromTheFirstLine) {
 TEST(Solution, ThatIsNoneIsRefused) {
     EXPECT_THAT(refusal("011\n", 4), HasSubstr("has 4 digits; there are 3"));
     EXPECT_THAT(refusal("01101\n", 4), HasSubstr("has 4 digits; there are 5"));
-    EXPECT_THAT(refusal("01x0\n", 4), HasSubstr("character 3 is another"));
-    EXPECT_THAT(refusal("0 110\n", 4), HasSubstr("character 2 is another"));
+    EXPECT_THAT(refusal("01x0\n", 4), HasSubstr("character 3 is neither"));
+    EXPECT_THAT(refusal("0 110\n", 4), HasSubstr("character 2 is neither"));
     EXPECT_THAT(refusal("\n0110\n", 4), HasSubstr("there are 0"));
     EXPECT_THAT(refusal("", 4), HasSubstr("it is empty"));
     EXPECT_THROW(read_solution("/nowhere/start", 4), InputError);

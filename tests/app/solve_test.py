@@ -97,7 +97,7 @@ class Solve(ProgramTest):
     def test_a_start_is_read_no_further_than_a_solution_goes(self):
         self.assert_fails(self.solve("--start", self.write("long", "01" * 500_000)), 2,
                           "a solution of this model has 12 digits; there are at least 76")
-        self.assert_fails(self.solve("--start", "/dev/zero"), 2, "character 1 is another")
+        self.assert_fails(self.solve("--start", "/dev/zero"), 2, "character 1 is neither")
 
     def test_parameters_reach_the_library(self):
         run = self.solve("--trials", 50, "--json", "--param", "search_cycles=777 33",

@@ -143,6 +143,7 @@ class REFERENCE_BLOCK {
     }
 
     bool killed() const { return launch_.device_state->kill != 0; }
+    bool closing() const { return launch_.device_state->closing != 0; }
 
     void reportWrongType() const {
         for (int t = 0; t < T; ++t)

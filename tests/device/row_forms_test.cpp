@@ -1,7 +1,10 @@
 // The forms in which a CPU block reads rows: which one a matrix gets, what it holds, and that a
 // search on any of them is the plain block's search, flip by flip.
+#include <cstring>
+
 #include <gtest/gtest.h>
 
+#include "engine/device/model_rows.hpp"
 #include "trace_pair.hpp"
 
 namespace orvex::device::test {
@@ -108,6 +111,83 @@ TEST(RowForms, ARowHoldsTheElementsInRowOrderButItsOwn) {
             ASSERT_EQ(static_cast<const std::int16_t*>(words.row(i))[place], expected);
             ASSERT_EQ(listed[place], expected);
         }
+    }
+}
+
+/** A model of few or many elements that the band has more variables than. */
+Model random_model(int n, int bits, int one_in, std::uint64_t seed) {
+    Model model(n, bits);
+    const std::int64_t limit =
+        bits == 64 ? std::int64_t{1} << 40 : (std::int64_t{1} << (bits - 1)) - 1;
+    for (int i = 0; i < n; ++i)
+        for (int j = i; j < n; ++j)
+            if (mixed(seed, i, j) % static_cast<unsigned>(one_in) == 0)
+                model.set(i, j, within(mixed(seed + 1, i, j), -limit, limit));
+    return model;
+}
+
+template <class E>
+void expectRowsOfModel(const Model& model, int size) {
+    const SHAPE shape(size);
+    const std::size_t length = static_cast<std::size_t>(size);
+    std::vector<E> record(length * length);
+    std::vector<E> diagonal(length);
+    write_rows(record.data(), diagonal.data(), shape, model.impl(), true);
+    const CPU_ROWS<E> of_record(record.data(), size);
+    const CPU_ROWS<E> of_model(record.data(), size, model.impl());
+    EXPECT_EQ(of_model.survey().widest, of_record.survey().widest);
+    EXPECT_EQ(of_model.survey().entries, of_record.survey().entries);
+    EXPECT_LE(of_model.survey().reach, of_record.survey().reach);
+    if (sizeof(E) == 4) {
+        EXPECT_EQ(of_model.survey().reach, of_record.survey().reach);
+    }
+    ASSERT_EQ(of_model.form(), of_record.form());
+    for (int i = 0; i < size; ++i) {
+        if (of_model.form() == ROW_FORM::LISTS) {
+            ASSERT_EQ(of_model.end(i) - of_model.begin(i), of_record.end(i) - of_record.begin(i));
+            for (auto a = of_model.begin(i), b = of_record.begin(i); a != of_model.end(i);
+                 ++a, ++b) {
+                ASSERT_EQ(a->place, b->place);
+                ASSERT_EQ(a->value, b->value);
+            }
+        } else {
+            const std::size_t bytes = of_model.form() == ROW_FORM::BYTES   ? length
+                                      : of_model.form() == ROW_FORM::WORDS ? 2 * length
+                                                                           : length * sizeof(E);
+            ASSERT_EQ(std::memcmp(of_model.row(i), of_record.row(i), bytes), 0) << "row " << i;
+        }
+    }
+}
+
+TEST(RowForms, AreTheSameFromTheModelAsFromTheRecord) {
+    for (const int bits : {8, 16, 32, 64})
+        for (const int one_in : {1, 3, 60})
+            for (const int n : {1, 130, 191, 256}) {
+                SCOPED_TRACE(std::to_string(bits) + " bits, one in " + std::to_string(one_in) +
+                             ", " + std::to_string(n) + " variables");
+                const Model model = random_model(n, bits, one_in, 1);
+                if (bits < 64) expectRowsOfModel<std::int32_t>(model, 256);
+                expectRowsOfModel<std::int64_t>(model, 256);
+            }
+    expectRowsOfModel<std::int32_t>(random_model(2900, 8, 500, 2), 3072);  // by several threads
+}
+
+TEST(RowForms, OfALargeModelAreReadFromThePagesThatWereWritten) {
+    Model model(9000, 8);  // 81 MB, of which nearly all pages are left alone
+    for (int i = 0; i < 9000; i += 1000)
+        model.set(i, 8999 - i, -5);
+    model.set(8999, 8999, 7);
+    std::vector<std::int32_t> none(1);
+    const CPU_ROWS<std::int32_t> rows(none.data(), 10240, model.impl());
+    EXPECT_EQ(rows.survey().entries, 18u);
+    EXPECT_EQ(rows.survey().reach, 255u) << "of a filler";
+    ASSERT_EQ(rows.form(), ROW_FORM::LISTS);
+    const SHAPE shape(10240);
+    for (int i = 0; i < 9000; i += 1000) {
+        ASSERT_EQ(rows.end(i) - rows.begin(i), 1);
+        EXPECT_EQ(rows.begin(i)->place, shape.place(8999 - i));
+        EXPECT_EQ(rows.begin(i)->value, -5);
+        EXPECT_EQ(rows.begin(8999 - i)->place, shape.place(i));
     }
 }
 

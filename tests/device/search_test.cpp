@@ -12,6 +12,35 @@ template <class BLOCK>
 class SEARCH_TEST : public BLOCK_TEST<BLOCK> {};
 TYPED_TEST_SUITE(SEARCH_TEST, ALL_BLOCKS, NAMES);
 
+// ---- the end of a run ----------------------------------------------------------------------
+
+TYPED_TEST(SEARCH_TEST, WhenTheTimeIsUpSearchesEndAndWalksToo) {
+    typename TestFixture::MODEL model(64, dense(3, -9, 9));
+    typename TestFixture::ON_BENCH bench(model);
+    const BITS far(64, 1);
+    bench.on_flip = [&, flips = 0]() mutable {
+        if (++flips == 300) bench.rings.state.closing = 1;
+    };
+    bench.run({.target = far, .algorithm = MAX_MIN, .budget = 1000000, .steps = 1000000});
+    EXPECT_LT(bench.flips, 400) << "a descent is all that follows";
+    const long before = bench.flips;
+    bench.run({.target = BITS(64), .algorithm = MAX_MIN, .steps = 1000000});
+    EXPECT_EQ(bench.flips, before) << "in a local minimum already, and the walk is left out";
+}
+
+TYPED_TEST(SEARCH_TEST, WhenTheTimeIsUpASolutionThatWasGivenIsStillWalkedTo) {
+    typename TestFixture::MODEL model(64, dense(3, -9, 9));
+    typename TestFixture::ON_BENCH bench(model);
+    bench.rings.state.closing = 1;
+    BITS given(64);
+    given[3] = given[40] = 1;
+    const auto result =
+        bench.run({.target = given, .algorithm = MAX_MIN, .steps = 1000000, .inst = GIVEN});
+    ASSERT_GE(bench.flipped.size(), 2u);
+    EXPECT_EQ(bench.flipped[0] + bench.flipped[1], 43);
+    EXPECT_LE(result->energy, model.energy(given));
+}
+
 // ---- tabu counters in a search -------------------------------------------------------------
 
 /** One deep minimum, from which a search of any rule finds nothing better. */

@@ -114,7 +114,9 @@ class BLOCKS_OF_A_LAUNCH final : public platform::KERNEL {
         return std::make_unique<CPU_BLOCK<std::int32_t, std::int32_t>>(
             index, *static_cast<const CPU_LAUNCH<std::int32_t>*>(arguments[0]));
     }
-    std::unique_ptr<platform::DEVICE_COPY> copyOf(const void*) const override { return nullptr; }
+    std::unique_ptr<platform::DEVICE_COPY> copyOf(void*, const void*) const override {
+        return nullptr;
+    }
 };
 
 class StreamTest : public ThreadsTest {};

@@ -75,6 +75,40 @@ TEST_F(StopConditions, ATimeLimitEndsTheRun) {
     EXPECT_LE(std::stod(sol.get("tts")), std::stod(sol.get("runtime")));
 }
 
+TEST_F(StopConditions, ATimeLimitEndsSearchesThatWouldTakeForEver) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (const char* rule : {"MaxMin", "CyclicMin"})
+        run(model, settings({{"time_limit", "1"},
+                             {"search_cycles", "2147483647 2147483647"},
+                             {"fix_algorithm", rule}}));
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(took.count(), 2.0);
+    EXPECT_LT(took.count(), 10.0);
+}
+
+TEST_F(StopConditions, AnAbortEndsSearchesThatWouldTakeForEver) {
+    const Sol sol = runWith([](ON_EVENT& self, const std::string&) { self.set("abort"); },
+                            {{"search_cycles", "2147483647 2147483647"}});
+    EXPECT_NE(sol.get("energy"), NO_ENERGY_TEXT);
+}
+
+TEST_F(StopConditions, AnAbortBeforeTheSearchStillLooksAtTheStartSolution) {
+    Model needle(60, 16);
+    for (int i = 0; i < 60; ++i) {
+        needle.set(i, i, 1000);
+        for (int j = i + 1; j < 60; ++j)
+            needle.set(i, j, -40);
+    }
+    Sol start(60);
+    for (int i = 0; i < 60; ++i)
+        start.set(i, true);
+    ON_EVENT aborting([](ON_EVENT& self, const std::string&) { self.set("abort"); });
+    Param param;
+    param.set(aborting);
+    EXPECT_LE(std::stol(solve(band::band_solve, needle, param, &start).get("energy")),
+              60 * 1000 - 40 * 60 * 59 / 2);
+}
+
 TEST_F(StopConditions, ATargetEndsTheRun) {
     const Sol sol = run(all_ones_model(20), settings({{"target_energy", "-20"}}));
     EXPECT_EQ(sol.get("energy"), "-20");

@@ -12,6 +12,7 @@
 
 #include "engine/support/band_10240_32_32.hpp"
 #include "engine/support/band_10240_64_64.hpp"
+#include "engine/support/band_1024_32_32.hpp"
 #include "engine/support/band_128_32_32.hpp"
 #include "engine/support/band_256_64_64.hpp"
 #include "engine/support/band_64_32_32.hpp"
@@ -25,7 +26,9 @@ using namespace engine_tests;
 
 template <class WMAT>
 std::unique_ptr<WMAT> loaded(const engine::BAND& band, const Model& model) {
-    return std::unique_ptr<WMAT>(static_cast<WMAT*>(engine::load_matrix(band, model.impl())));
+    std::unique_ptr<WMAT> wmat(static_cast<WMAT*>(engine::load_matrix(band, model.impl())));
+    wmat->load(model.impl(), platform::COPIES_FILL_RECORD);
+    return wmat;
 }
 
 std::unique_ptr<qb64_32_32::WMAT> matrix64(const Model& model) {
@@ -221,6 +224,29 @@ long touched_pages(void* memory, std::size_t bytes) {
     EXPECT_EQ(mincore(memory, bytes, resident.data()), 0);
     return std::count_if(resident.begin(), resident.end(),
                          [](unsigned char state) { return (state & 1) != 0; });
+}
+
+/** What blocks read of a model lies beside the record then. */
+TEST(Wmat, IsLeftAloneByDevicesThatDoNotReadIt) {
+    const auto pages_with = [](const Model& model) {
+        const engine::BAND& band = qb1024_32_32::own;
+        void* const record = engine::load_matrix(band, model.impl());
+        void* const copy = engine::make_device_copy(band, record, model.impl(), nullptr);
+        const auto* const wmat = static_cast<const qb1024_32_32::WMAT*>(record);
+        EXPECT_EQ(wmat->n, model.impl().size);
+        EXPECT_EQ(wmat->diag[device::SHAPE(1024).place(5)], model.get(5, 5));
+        EXPECT_EQ(wmat->diag[device::SHAPE(1024).place(1023)], device::FILLER);
+        const long pages = touched_pages(record, band.matrix_bytes);
+        EXPECT_EQ(platform::device_copy_destroy(copy), platform::cudaSuccess);
+        EXPECT_EQ(platform::cudaFreeHost(record), platform::cudaSuccess);
+        return pages;
+    };
+    const long diagonal_alone = 3;
+    EXPECT_LE(pages_with(all_ones_model(1000)), diagonal_alone) << "lists";
+    EXPECT_LE(pages_with(random_model(1000, 8, 100, 1)), diagonal_alone) << "bytes";
+    EXPECT_LE(pages_with(random_model(1000, 16, 30000, 1)), diagonal_alone) << "words";
+    EXPECT_GE(pages_with(random_model(1000, 32, 300000, 1)), 1000) << "rows of the record";
+    EXPECT_GE(pages_with(random_model(1000, 32, 2000000000, 1)), 1000) << "sums are tested";
 }
 
 TEST(Wmat, OfASparseModelTakesFewPages) {

@@ -7,7 +7,13 @@ namespace orvex::toolkit {
 namespace {
 
 /** What stays of all counts after a play. */
-constexpr double FADING = 0.995;
+constexpr double FADING = 0.997;
+
+/** Plays of mean work that the expectation before any play is worth. */
+constexpr double PRIOR_PLAYS = 1;
+
+/** Keeps the distribution of a rate one, where nothing has been gained for long. */
+constexpr double LEAST_SHAPE = 0.05;
 
 /** What a play counts for the settings one step beside it on the grid. */
 constexpr double NEARBY = 0.25;
@@ -20,11 +26,14 @@ Choices::Choices(std::size_t regions, std::size_t heats, std::size_t lengths)
 }
 
 Choice Choices::draw(std::mt19937_64& random) const {
+    // What is not known of a setting yet is expected to be like all settings of late.
+    const double usual = all_.work > 0 ? all_.gains * work_size_ / all_.work : 0;
+    const double shape = std::max(usual * PRIOR_PLAYS, LEAST_SHAPE);
     std::size_t best = 0;
     double highest = -1;
     for (std::size_t k = 0; k < arms_.size(); ++k) {
         const double work = work_size_ > 0 ? arms_[k].work / work_size_ : 0;
-        std::gamma_distribution<double> rate(arms_[k].gains + 0.5, 1 / (work + 0.2));
+        std::gamma_distribution<double> rate(arms_[k].gains + shape, 1 / (work + PRIOR_PLAYS));
         const double drawn = rate(random);
         if (drawn <= highest) continue;
         highest = drawn;
@@ -41,6 +50,8 @@ void Choices::learn(const Choice& choice, double gain, double work) {
     if (gain > 0) towards(gain_size_, gain);
     towards(work_size_, work);
     const double gains = gain > 0 ? std::min(gain / gain_size_, 3.0) : 0;
+    all_.gains = all_.gains * FADING + gains;
+    all_.work = all_.work * FADING + work;
     for (Arm& each : arms_) {
         each.gains *= FADING;
         each.work *= FADING;

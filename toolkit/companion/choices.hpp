@@ -45,6 +45,7 @@ class Choices {
 
     std::size_t regions_, heats_, lengths_;
     std::vector<Arm> arms_;
+    Arm all_;               ///< what all plays brought
     double gain_size_ = 0;  ///< mean of the gains above 0 of late
     double work_size_ = 0;  ///< mean work of late
 };

@@ -24,8 +24,10 @@ std::size_t at(std::int32_t i) {
 
 constexpr std::size_t REGIONS[] = {300, 1000, 3000, 6000};
 constexpr double HEATS[] = {0.1, 0.15, 0.2, 0.27, 0.36, 0.5};
-constexpr int FIRST_SWEEPS = 50;
 constexpr int LENGTHS[] = {30, 100, 300, 1000, 3000, 10000};
+
+/** Variables up to which all of a model is heated at once: beyond, a try would take seconds. */
+constexpr std::size_t LARGEST_WHOLE = 300000;
 
 /** Attempts between two looks at whether to stop, some milliseconds' worth. */
 constexpr std::size_t VARIABLES_AT_ONCE = 1 << 15;
@@ -35,6 +37,9 @@ constexpr int SWEEPS_OF_MERGE = 20;
 
 /** Attempts of a lane in one reheat, at most, so that no try holds the others up. */
 constexpr double MOST_ATTEMPTS = 3e7;
+
+/** The same of the first annealing. */
+constexpr double FIRST_ATTEMPTS = 1e7;
 
 template <class T>
 class Reheater : public Worker {
@@ -54,7 +59,7 @@ class Reheater : public Worker {
         std::vector<std::size_t> regions;
         for (const std::size_t region : REGIONS)
             if (region < size) regions.push_back(region);
-        regions.push_back(size);
+        if (size <= LARGEST_WHOLE || regions.empty()) regions.push_back(size);
         return regions;
     }
 
@@ -78,8 +83,13 @@ class Reheater : public Worker {
     Progress begin() override {
         take_everything();
         set_all(whole_, elite_.bits, replicas_);
-        if (anneal(whole_, 1.5 * narrowing_.scale, FIRST_SWEEPS)) merge_lanes();
-        return {0, static_cast<double>(whole_.size()) * (FIRST_SWEEPS + SWEEPS_OF_MERGE)};
+        // A large model is to have a first solution soon.
+        const double size = static_cast<double>(whole_.size());
+        const int length = static_cast<int>(std::clamp(FIRST_ATTEMPTS / size, 8.0, 50.0));
+        const auto lanes = static_cast<std::size_t>(
+            std::clamp(FIRST_ATTEMPTS / size / 10, 1.0, static_cast<double>(LANES<T>)));
+        if (anneal(whole_, 1.5 * narrowing_.scale, length)) merge_lanes(lanes);
+        return {0, size * (length + SWEEPS_OF_MERGE)};
     }
 
     double patience() const override { return 200.0 * static_cast<double>(whole_.size()); }
@@ -90,7 +100,7 @@ class Reheater : public Worker {
     }
 
     /** Merges what the lanes have become into the elite, one after the other. */
-    Wide merge_lanes() {
+    Wide merge_lanes(std::size_t lanes = LANES<T>) {
         // Only variables that differ in any lane are looked at lane by lane.
         std::size_t open = 0;
         for (std::size_t p = 0; p < variables_.size(); ++p) {
@@ -104,7 +114,7 @@ class Reheater : public Worker {
         }
         open_.resize(open);
         Wide gain = 0;
-        for (std::size_t lane = 0; lane < LANES<T>; ++lane) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
             differing_.clear();
             for (std::size_t p = 0; p < open; ++p)
                 if (((words_[p] >> lane) & 1) != elite_.bits[at(open_[p])])

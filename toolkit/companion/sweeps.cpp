@@ -7,6 +7,8 @@
 #include <cassert>
 #include <limits>
 
+#include "toolkit/companion/plain_sweeps.hpp"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "toolkit/companion/sweeps.cpp"
 // clang-format off
@@ -17,6 +19,14 @@
 HWY_BEFORE_NAMESPACE();
 namespace orvex::toolkit::HWY_NAMESPACE {
 namespace {
+
+#if HWY_TARGET == HWY_SCALAR
+
+// A vector of one lane has room for no draw that lanes of other widths could share.
+using plain::gather;
+using plain::sweep;
+
+#else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -212,6 +222,8 @@ void gather(const Replicas<T>& replicas, std::size_t size, std::uint64_t* words)
         words[i] = word;
     }
 }
+
+#endif  // HWY_TARGET == HWY_SCALAR
 
 template <class T>
 Sweeps<T> loops() {

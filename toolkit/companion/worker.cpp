@@ -42,17 +42,28 @@ void Worker::run() {
         const Progress progress = step();
         spent_ += progress.work;
         idle_ = progress.gain > 0 ? 0 : idle_ + progress.work;
-        exchange_->publish(elite_, merged_);
+        publish_when_due();
         if (idle_ < STUCK * spent_ + patience() || spent_ < FAIR_SHARE * share_) continue;
         if (raising_) {
             unite();
         } else {
+            exchange_->publish(elite_, merged_);
             rival_ = elite_;
             share_ = spent_;
             raising_ = true;
             raise();
         }
     }
+    exchange_->publish(elite_, merged_);
+}
+
+/** Adding up energies of large models takes long: it gets a small share of the time. */
+void Worker::publish_when_due() {
+    const auto begin = std::chrono::steady_clock::now();
+    if (begin < due_) return;
+    exchange_->publish(elite_, merged_);
+    const auto end = std::chrono::steady_clock::now();
+    due_ = end + 10 * (end - begin);
 }
 
 void Worker::take_offers() {

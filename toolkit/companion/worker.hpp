@@ -3,6 +3,7 @@
 // thread ever had is published or still an elite.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <random>
 
@@ -48,6 +49,7 @@ class Worker {
 
   private:
     void take_offers();
+    void publish_when_due();
     void raise();
     void unite();
 
@@ -59,6 +61,7 @@ class Worker {
     bool raising_ = false;
     double spent_ = 0, idle_ = 0;  ///< work on the elite: all, and since the last gain
     double share_ = 0;             ///< work that the rival had
+    std::chrono::steady_clock::time_point due_{};  ///< when to publish again
 };
 
 /** Reheats and merges: for sparse models. */

@@ -27,7 +27,7 @@ void warn_about_name(const NumberReader& reader, std::vector<std::string>& warni
     const bool named_gz = reader.file().ends_with(".gz");
     if (named_gz == reader.compressed()) return;
     warnings.push_back(reader.file() + (named_gz
-                                            ? " is not compressed, in spite of its name"
+                                            ? " is not compressed, although its name says so"
                                             : " is compressed, but its name does not end in .gz"));
 }
 
@@ -146,7 +146,7 @@ void ModelFile::check_range(long weight) {
 
 void ModelFile::check_end() {
     if (!reader_.more()) return;
-    reader_.fail("something follows the " + std::to_string(problem_.entries) +
+    reader_.fail("unexpected text after the " + std::to_string(problem_.entries) +
                  " entries that the header promises");
 }
 

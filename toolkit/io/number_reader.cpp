@@ -68,7 +68,7 @@ void NumberReader::fail_at_token(const char* what, std::string seen) {
     constexpr std::size_t SHOWN = 24;
     while (seen.size() < SHOWN && !at_end() && !is_space(*next_))
         seen += printable(*next_++);
-    fail(std::string(what) + " should be a whole number of 64 bits and is \"" + seen + "\"");
+    fail(std::string(what) + " must be a whole number of 64 bits, not \"" + seen + "\"");
 }
 
 bool NumberReader::more() {
@@ -84,7 +84,7 @@ bool NumberReader::more() {
 }
 
 long NumberReader::number(const char* what) {
-    if (!more()) fail(std::string("the file ends where ") + what + " should stand");
+    if (!more()) fail(std::string("the file ends before ") + what);
 
     std::string seen;  // only for messages: the part of the token that is gone from the buffer
     bool negative = false;

@@ -38,8 +38,8 @@ Sol read_solution(const std::string& file, int size) {
 
     const std::size_t wrong = line.find_first_not_of("01");
     if (wrong != std::string::npos)
-        throw InputError(file + ", line 1: a solution has the digits 0 and 1 only; character " +
-                         std::to_string(wrong + 1) + " is another");
+        throw InputError(file + ", line 1: a solution consists of the digits 0 and 1; character " +
+                         std::to_string(wrong + 1) + " is neither");
     if (line.size() != static_cast<std::size_t>(size))
         throw InputError(file + ", line 1: a solution of this model has " + std::to_string(size) +
                          " digits; there are " + (whole ? "" : "at least ") +

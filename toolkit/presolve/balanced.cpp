@@ -17,7 +17,6 @@ namespace orvex::toolkit {
 
 void balanced_components(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
-    if (!graph.changed(SpinGraph::BALANCED)) return;
     std::vector<std::int8_t> spins(static_cast<std::size_t>(graph.size()) + 1);
     const auto spin = [&](int v) -> std::int8_t& { return spins[static_cast<std::size_t>(v)]; };
     std::vector<std::int32_t> nodes;

@@ -57,11 +57,9 @@ std::vector<std::int32_t> tops_of(const SpinGraph& graph, const Elimination& eli
     return tops;
 }
 
-}  // namespace
-
-void pieces(Reduction& reduction) {
+void solve_pieces(Reduction& reduction, int width) {
     SpinGraph& graph = reduction.graph();
-    const Elimination elimination = eliminate(graph, reduction.limits().width);
+    const Elimination elimination = eliminate(graph, width);
     const std::vector<std::int32_t> tops = tops_of(graph, elimination, reduction.limits().steps);
 
     // The places of each piece, ascending, piece after piece.
@@ -84,6 +82,16 @@ void pieces(Reduction& reduction) {
         const Solved solved = program.solve();
         reduction.replace(nodes, solved.terminals, solved.energies, solved.choices);
     }
+}
+
+}  // namespace
+
+void pieces(Reduction& reduction) {
+    solve_pieces(reduction, reduction.limits().narrow);
+}
+
+void wide_pieces(Reduction& reduction) {
+    solve_pieces(reduction, reduction.limits().width);
 }
 
 }  // namespace orvex::toolkit

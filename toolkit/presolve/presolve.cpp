@@ -16,16 +16,20 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::array RULES{
-    Rule{"heavy couplings", heavy_couplings, true},
-    Rule{"stars", stars, true},
-    Rule{"balanced components", balanced_components, true},
-    Rule{"twins", twins, true},
-    Rule{"pairs", pairs},
-    Rule{"pieces", pieces},
-    Rule{"balls", balls},
-    Rule{"large balls", large_balls},
-    Rule{"roof duality", roof_duality},
+    Rule{.name = "heavy couplings", .apply = heavy_couplings, .cheap = true},
+    Rule{.name = "stars", .apply = stars, .cheap = true},
+    Rule{.name = "balanced components", .apply = balanced_components, .cheap = true, .whole = true},
+    Rule{.name = "twins", .apply = twins, .cheap = true, .whole = true},
+    Rule{.name = "pairs", .apply = pairs},
+    Rule{.name = "pieces", .apply = pieces, .whole = true},
+    Rule{.name = "balls", .apply = balls},
+    Rule{.name = "wide pieces", .apply = wide_pieces, .whole = true},
+    Rule{.name = "large balls", .apply = large_balls},
+    Rule{.name = "roof duality", .apply = roof_duality, .whole = true},
 };
+
+/** A rule that looks at the whole graph is called again when it has shrunk to this part. */
+constexpr double SHRUNK = 0.9;
 
 /** Below this many couplings a node may be worth a look of the rules that compare assignments. */
 constexpr std::size_t FEW = 16;
@@ -74,15 +78,28 @@ Presolved reduce_with(const SparseQubo& qubo, const PresolveOptions& options,
     std::vector<RuleUse> uses;
     for (const Rule& rule : rules)
         uses.push_back({rule.name});
+    // The nodes that there were when a rule was called last.
+    std::vector<int> seen(rules.size(), std::numeric_limits<int>::max());
+    bool last_look = false;
     for (std::size_t next = 0; next < rules.size();) {
-        if (reduction.late() && !rules[next].cheap) break;
-        const Clock::time_point begin = Clock::now();
         const int before = reduction.graph().alive();
-        rules[next].apply(reduction);
+        const bool soon = rules[next].whole &&
+                          (before == seen[next] || (before > SHRUNK * seen[next] && !last_look));
+        if (!soon && (rules[next].cheap || !reduction.late())) {
+            const Clock::time_point begin = Clock::now();
+            rules[next].apply(reduction);
+            uses[next].seconds += seconds_since(begin);
+            seen[next] = before;
+        }
         const int taken = before - reduction.graph().alive();
         uses[next].nodes += taken;
-        uses[next].seconds += seconds_since(begin);
-        next = taken > 0 && next > 0 ? 0 : next + 1;
+        if (taken > 0 && next > 0) {
+            next = 0;
+            last_look = false;
+        } else if (++next == rules.size() && !last_look) {
+            last_look = true;
+            next = 0;
+        }
     }
     const Wide bound = reduction.bound();
     if (reduction.graph().alive() == qubo.size()) return unreduced(qubo, bound, std::move(uses));

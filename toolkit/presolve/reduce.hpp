@@ -1,5 +1,6 @@
 // The order of the rules. Invariant: a rule begins only where those before it find nothing more, so
-// that a dear one never does what a cheap one can.
+// that a dear one never does what a cheap one can; those that look at the whole graph are passed
+// over until it has shrunk or nothing else finds anything.
 #pragma once
 
 #include <span>
@@ -13,6 +14,7 @@ struct Rule {
     const char* name;
     void (*apply)(Reduction&);
     bool cheap = false;  ///< runs whatever time is left
+    bool whole = false;  ///< looks at the whole graph each time
 };
 
 /** All rules that presolve() has, the cheapest first. */

@@ -52,6 +52,7 @@ Limits limits_of(const PresolveOptions& options) {
             .large_ball = full ? 18U : 16U,
             .patient = full,
             .width = full ? 25 : 20,
+            .narrow = 8,
             .memory = options.memory,
             .steps = full ? 3e10 : 6e8,
             .flow_steps = full ? 1e9 : 4e6,

@@ -19,6 +19,7 @@ struct Limits {
     std::size_t large_ball = 0;  ///< the same where small ones find nothing more
     bool patient = false;        ///< whether balls are tried although most are in vain
     int width = 0;               ///< nodes that a table of a dynamic programme may depend on
+    int narrow = 0;              ///< the same before balls are tried
     std::uint64_t memory = 0;    ///< bytes of such tables
     double steps = 0;            ///< entries of tables and assignments looked at, in all
     double flow_steps = 0;       ///< couplings that a maximum flow may look at

@@ -25,7 +25,7 @@ namespace orvex::toolkit {
 
 void roof_duality(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
-    if (!graph.changed(SpinGraph::ROOF) || graph.degree(graph.field()) == 0) return;
+    if (graph.degree(graph.field()) == 0) return;
     // Memory is waited for at most arcs, so one counts for several of other rules' steps; and a
     // flow needs some rounds over all of them, so that one which cannot be ended is not begun.
     const double steps = reduction.limits().flow_steps;

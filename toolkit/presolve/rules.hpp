@@ -24,6 +24,9 @@ void pairs(Reduction& reduction);
 /** Solves pieces behind at most three nodes, whole components among them. */
 void pieces(Reduction& reduction);
 
+/** The same with wider tables. */
+void wide_pieces(Reduction& reduction);
+
 /** Ties nodes that are alike, or unlike, in a best assignment of a ball around a node, whatever is
  * outside. */
 void balls(Reduction& reduction);

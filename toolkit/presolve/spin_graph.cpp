@@ -133,13 +133,6 @@ int SpinGraph::next_changed(Watcher watcher) {
     }
 }
 
-bool SpinGraph::changed(Watcher watcher) {
-    bool any = false;
-    while (next_changed(watcher) >= 0)
-        any = true;
-    return any;
-}
-
 /** A coupling in the run of `u` alone. */
 void SpinGraph::change(int u, int v, std::int64_t by) {
     Node& node = nodes_[at(u)];

@@ -33,7 +33,7 @@ struct Link {
 class SpinGraph {
   public:
     /** Who is told of changes: each has a list of its own. */
-    enum Watcher { HEAVY, STAR, BALANCED, TWINS, PAIRS, BALLS, LARGE_BALLS, ROOF, WATCHERS };
+    enum Watcher { HEAVY, STAR, PAIRS, BALLS, LARGE_BALLS, WATCHERS };
 
     explicit SpinGraph(const SparseQubo& qubo);
 
@@ -85,9 +85,6 @@ class SpinGraph {
 
     /** A node that has changed since the watcher was last given it, or -1. */
     int next_changed(Watcher watcher);
-
-    /** Whether anything has, for a watcher that looks at everything. */
-    bool changed(Watcher watcher);
 
     /** Whether a node is still to be given to the watcher. */
     bool awaits(int v, Watcher watcher) const { return (nodes_[at(v)].listed >> watcher & 1) != 0; }

@@ -49,7 +49,6 @@ bool proportional(const std::vector<Link>& a, const std::vector<Link>& b) {
 
 void twins(Reduction& reduction) {
     SpinGraph& graph = reduction.graph();
-    if (!graph.changed(SpinGraph::TWINS)) return;
 
     std::unordered_map<std::uint64_t, std::int32_t> known;
     known.reserve(static_cast<std::size_t>(graph.alive()));

@@ -13,7 +13,10 @@ inline BAND& own = *new BAND{.size = S,
                              .load = [](void* record, const Model::Impl& model) {
                                  WMAT& wmat = *static_cast<WMAT*>(record);
                                  wmat.n = model.size;
-                                 wmat.load(model, HOST_MEMORY_IS_ZERO);
+                                 if constexpr (COPIES_FILL_RECORD)
+                                     write_diagonal(wmat.diag, BLOCK_SHAPE, model);
+                                 else
+                                     wmat.load(model);
                              }};
 
 inline GLOBAL_VARS*& gv = own.gv;           ///< the run in progress

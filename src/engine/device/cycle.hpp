@@ -19,6 +19,7 @@
 //   trackBest()       whether a neighbour beats the best of the instance; keeps it if so
 //   keepCurrent()     the current solution becomes the best of the instance
 //   killed()          the kill byte, one answer for all threads
+//   closing()         whether the run's time is up (see hurries); never on GPUs
 //   reportWrongType() prints the diagnostic for an unknown rule
 //   handIn()          writes the result and sets `done_generation`
 // All branch conditions here depend on the record alone, so the threads of a block stay together.
@@ -36,12 +37,39 @@ enum class PHASE { WALK, FIRST_DESCENT, SEARCH, DESCENT };
 /** What follows when a phase has ended. */
 enum class NEXT { PHASE, HAND_IN, LEAVE };
 
+/**
+ * Whether what is left of the phase is given up since the run's time is up. An instance in progress
+ * still ends in a local minimum; one that was not begun is handed in as it came. A solution that
+ * the caller gave is still walked to, and looked at from the first step of a search: what a walk
+ * passes does not always count.
+ */
+template <class BLOCK>
+ORVEX_BLOCK_CODE bool hurries(BLOCK& block, PHASE phase) {
+    if (!block.closing()) return false;
+    const auto& record = block.record;
+    const bool given = record.type.inst == GIVEN;
+    switch (phase) {
+        case PHASE::WALK:
+            return !given;
+        case PHASE::SEARCH:
+            return !given || record.step > 0;
+        case PHASE::FIRST_DESCENT:
+            return !given && record.flips == 0;
+        case PHASE::DESCENT:
+            break;
+    }
+    return false;
+}
+
 /** Selects the bit of the next step. False: the search, walk or descent ends here. */
 template <class BLOCK>
 ORVEX_BLOCK_CODE bool selectBit(BLOCK& block, PHASE phase, std::uint32_t pass_flips) {
     auto& record = block.record;
-    if (phase == PHASE::WALK) return block.walkToTarget() && !block.killed();
-    if (phase != PHASE::SEARCH) return block.descend() && !block.killed();
+    if (phase == PHASE::WALK) {
+        if (hurries(block, phase)) return false;
+        return block.walkToTarget() && !block.killed();
+    }
+    if (phase != PHASE::SEARCH) return !hurries(block, phase) && block.descend() && !block.killed();
     if (record.type.A == TWO_NEIGHBOR) {
         // Flips 0, then 1 0, 2 1, 3 2, ...: after each pair, bit i + 1 alone differs from the
         // start.
@@ -50,7 +78,7 @@ ORVEX_BLOCK_CODE bool selectBit(BLOCK& block, PHASE phase, std::uint32_t pass_fl
                                      : static_cast<int>(pass_flips % 2 == 1 ? half + 1 : half - 1));
         return true;
     }
-    if (record.step >= record.steps || block.killed()) return false;
+    if (record.step >= record.steps || hurries(block, phase) || block.killed()) return false;
     switch (record.type.A) {
         case MAX_MIN:
             block.selectMaxMin();
@@ -74,7 +102,7 @@ template <class BLOCK>
 ORVEX_BLOCK_CODE bool passStops(BLOCK& block, std::uint32_t pass_flips) {
     const std::int64_t last = 2 * static_cast<std::int64_t>(block.record.model_size) - 1;
     if (static_cast<std::int64_t>(pass_flips) >= last) return true;
-    return pass_flips % 2 == 1 && block.killed();
+    return pass_flips % 2 == 1 && (block.closing() || block.killed());
 }
 
 /** Starts a search; a value of A that is no rule makes no step. */
@@ -113,6 +141,8 @@ ORVEX_BLOCK_CODE NEXT follow(BLOCK& block, PHASE& phase) {
             break;
     }
     if (block.killed()) return NEXT::LEAVE;
+    if (block.closing() && (phase == PHASE::DESCENT || record.type.inst != GIVEN))
+        return NEXT::HAND_IN;
     if (phase == PHASE::DESCENT && record.flips >= record.flip_budget) return NEXT::HAND_IN;
     phase = PHASE::SEARCH;
     beginSearch(block);

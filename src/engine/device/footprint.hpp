@@ -14,6 +14,7 @@ namespace orvex::device {
 struct FOOTPRINT {
     ROW_FORM form = ROW_FORM::RECORD;
     int delta_bits = 0;
+    std::uint64_t record_bytes = 0;         ///< host memory of the matrix record, as far as written
     std::uint64_t rows_bytes = 0;           ///< host memory of that form, beside the record
     std::uint64_t host_bytes_of_block = 0;  ///< with its share of the rings
     std::uint64_t device_bytes = 0;  ///< matrix, rings and seeds; 0 where that is host memory
@@ -28,20 +29,24 @@ inline FOOTPRINT footprint(const ROW_SURVEY& survey, int size, int matrix_bits, 
     const auto s = static_cast<std::uint64_t>(size);
     const auto threads = static_cast<std::uint64_t>(threads_of(size));
     const std::uint64_t rings = SLOTS_OF_BLOCK * instance_bytes(size);
+    const auto width = static_cast<std::uint64_t>(matrix_bits / 8);
+    const std::uint64_t record = (s * s + s) * width + sizeof(std::int32_t);
 #ifdef ORVEX_PLATFORM_CUDA
     static_cast<void>(survey);
-    const std::uint64_t matrix = (s * s + s) * static_cast<std::uint64_t>(matrix_bits / 8);
     return {.delta_bits = arithmetic_bits,
-            .device_bytes = matrix + blocks * (rings + threads * sizeof(unsigned long))};
+            .record_bytes = record,
+            .device_bytes = record + blocks * (rings + threads * sizeof(unsigned long))};
 #else
     static_cast<void>(blocks);
     const ROW_FORM form = survey.best_form(size);
-    const auto element_bytes = static_cast<std::size_t>(matrix_bits) / 8;
     const auto delta_bytes = static_cast<std::uint64_t>(arithmetic_bits / 8);
     constexpr std::uint64_t BYTES_OF_THREAD = 32;  // generator, seed, words of the best and target
     return {.form = form,
             .delta_bits = survey.delta_bits(form, size, arithmetic_bits),
-            .rows_bytes = survey.bytes(form, size, element_bytes),
+            .record_bytes = survey.needs_record(form, static_cast<std::size_t>(arithmetic_bits))
+                                ? record
+                                : s * width + sizeof(std::int32_t),
+            .rows_bytes = survey.bytes(form, size, width),
             .host_bytes_of_block =
                 s * (2 * delta_bytes + SLOTS_OF_BLOCK) + threads * BYTES_OF_THREAD + rings};
 #endif

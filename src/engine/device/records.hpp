@@ -69,6 +69,7 @@ struct DeviceState {
     std::uint32_t block_count;  ///< blocks that have entered
     std::uint32_t block_lock;   ///< spin lock over the two above
     std::uint8_t kill;          ///< the host writes 1 to stop all blocks at once
+    std::uint8_t closing;       ///< the host writes 1 when the run's time is up; CPU blocks hurry
     int* state_a;               ///< per island: spin lock over taking an instance
     int* state_b;               ///< per island: spin lock over taking a result ticket
     int* state_c;               ///< per island: instances taken, results handed in
@@ -82,6 +83,9 @@ struct Type {
     std::int8_t param;
     std::uint8_t flag;
 };
+
+/** Kind (`inst`) of instances that may hold a solution as the caller gave it. */
+inline constexpr std::int8_t GIVEN = 9;
 
 /** The flip rules by the number under which they travel. */
 enum ALGORITHM : std::int8_t { MAX_MIN, POSITIVE_MIN, CYCLIC_MIN, RANDOM_MIN, TWO_NEIGHBOR };

@@ -4,6 +4,7 @@
 // program tells by the same text what a run will do.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -54,6 +55,14 @@ struct ROW_SURVEY {
     std::uint64_t entries = 0;  ///< elements off the diagonal that are not 0
     std::uint64_t reach = 0;    ///< largest sum of the magnitudes in a row, as far as it matters
 
+    /** Takes a row in, or the survey of some rows. */
+    constexpr void add(std::uint64_t row_widest, std::uint64_t row_entries,
+                       std::uint64_t row_reach) {
+        widest = std::max(widest, row_widest);
+        entries += row_entries;
+        reach = std::max(reach, row_reach);
+    }
+
     /** Below one entry in so many elements, index lists beat dense rows of bytes (measured). */
     static constexpr std::uint64_t SPARSE_BELOW = 24;
 
@@ -73,6 +82,16 @@ struct ROW_SURVEY {
         if (form != ROW_FORM::RECORD && size % 128 == 0 && reach < CALM_REACH<std::int16_t>)
             return 16;
         return reach < CALM_REACH<std::int32_t> ? 32 : arithmetic_bits;
+    }
+
+    /**
+     * Whether flips read the record's own rows: as their form, or since its sums must be tested in
+     * the width of the arithmetic.
+     */
+    constexpr bool needs_record(ROW_FORM form, std::size_t arithmetic_bits) const {
+        return form == ROW_FORM::RECORD ||
+               reach >=
+                   (arithmetic_bits == 64 ? CALM_REACH<std::int64_t> : CALM_REACH<std::int32_t>);
     }
 
     /** Memory that the form takes beside a record with elements of `element_bytes`. */

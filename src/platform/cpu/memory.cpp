@@ -63,11 +63,9 @@ void copy_bytes(void* to, const void* from, std::size_t bytes) {
                          __ATOMIC_RELAXED);
 }
 
-/** Whether there is room for so much; counts it if there is. */
-bool granted(std::size_t bytes) {
+/** Counts a request, unless it is for more than there can be. */
+bool counted(std::size_t bytes) {
     if (bytes > static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max())) return false;
-    if (bytes >= WORTH_CHECKING && (bytes > meminfo_available() || bytes > container_available()))
-        return false;
     if (bytes >= LARGE_ALLOCATION) large_count.fetch_add(1);
     return true;
 }
@@ -95,24 +93,34 @@ bool unmapped(void* memory) {
 
 }  // namespace
 
+bool has_room(std::size_t bytes) {
+    return bytes < WORTH_CHECKING ||
+           (bytes <= meminfo_available() && bytes <= container_available());
+}
+
 cudaError_t allocate(void** memory, std::size_t bytes) {
     *memory = nullptr;
-    if (!granted(bytes)) return cudaErrorMemoryAllocation;
+    if (!has_room(bytes) || !counted(bytes)) return cudaErrorMemoryAllocation;
     const std::size_t rounded = (bytes + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
     *memory = std::aligned_alloc(ALIGNMENT, rounded == 0 ? ALIGNMENT : rounded);
     return *memory ? cudaSuccess : cudaErrorMemoryAllocation;
 }
 
 cudaError_t allocate_zeros(void** memory, std::size_t bytes) {
+    *memory = nullptr;
+    return has_room(bytes) ? reserve_zeros(memory, bytes) : cudaErrorMemoryAllocation;
+}
+
+cudaError_t reserve_zeros(void** memory, std::size_t bytes) {
     if (bytes < WORTH_MAPPING) {
         if (allocate(memory, bytes) != cudaSuccess) return cudaErrorMemoryAllocation;
         std::memset(*memory, 0, bytes);
         return cudaSuccess;
     }
     *memory = nullptr;
-    if (!granted(bytes)) return cudaErrorMemoryAllocation;
-    void* const pages =
-        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (!counted(bytes)) return cudaErrorMemoryAllocation;
+    void* const pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (pages == MAP_FAILED) return cudaErrorMemoryAllocation;
     MAPPED& all = mapped();
     const std::lock_guard lock(all.mutex);
@@ -163,10 +171,10 @@ cudaError_t cudaMemcpyToSymbol(const void* symbol, const void* from, std::size_t
     return cudaMemcpy(static_cast<char*>(const_cast<void*>(symbol)) + offset, from, bytes, kind);
 }
 
-cudaError_t device_copy_create(void** copy, KERNEL_HANDLE kernel, const void* record, std::size_t,
-                               cudaStream_t) {
-    *copy = kernel->copyOf(record).release();
-    return cudaSuccess;
+cudaError_t device_copy_create(void** copy, KERNEL_HANDLE kernel, void* record, const void* source,
+                               std::size_t, cudaStream_t) {
+    *copy = kernel->copyOf(record, source).release();
+    return *copy ? cudaSuccess : cudaErrorMemoryAllocation;
 }
 
 cudaError_t device_copy_destroy(void* copy) {

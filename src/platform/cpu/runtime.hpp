@@ -59,10 +59,17 @@ using cudaStream_t = STREAM*;
 cudaError_t allocate(void** memory, std::size_t bytes);
 /** Memory of zeros, of which the pages that nobody writes cost nothing. */
 cudaError_t allocate_zeros(void** memory, std::size_t bytes);
+/** The same, but whether the machine has room for so much is asked where it is written. */
+cudaError_t reserve_zeros(void** memory, std::size_t bytes);
 cudaError_t release(void* memory);
+/** Whether the machine has that much memory to give. */
+bool has_room(std::size_t bytes);
 
-/** Whether cudaMallocHost gives memory of zeros. */
-inline constexpr bool HOST_MEMORY_IS_ZERO = true;
+/**
+ * Whether device copies of a record are made from what the record is filled from, and fill of the
+ * record what they need. Its host memory then begins as zeros.
+ */
+inline constexpr bool COPIES_FILL_RECORD = true;
 
 template <class T>
 cudaError_t cudaMalloc(T** memory, std::size_t bytes) {
@@ -70,7 +77,7 @@ cudaError_t cudaMalloc(T** memory, std::size_t bytes) {
 }
 template <class T>
 cudaError_t cudaMallocHost(T** memory, std::size_t bytes) {
-    return allocate_zeros(reinterpret_cast<void**>(memory), bytes);
+    return reserve_zeros(reinterpret_cast<void**>(memory), bytes);
 }
 template <class T>
 cudaError_t cudaHostAlloc(T** memory, std::size_t bytes, unsigned) {
@@ -104,6 +111,8 @@ using cudaEvent_t = EVENT*;
 
 inline constexpr unsigned cudaStreamNonBlocking = 1;
 cudaError_t cudaStreamCreateWithFlags(cudaStream_t* stream, unsigned flags);
+/** A stream for copies while a kernel runs, which it has no queue in common with. */
+cudaError_t create_copy_stream(cudaStream_t* stream);
 cudaError_t cudaStreamDestroy(cudaStream_t stream);
 cudaError_t cudaStreamSynchronize(cudaStream_t stream);
 cudaError_t cudaEventCreate(cudaEvent_t* event);
@@ -126,8 +135,11 @@ class KERNEL {
     /** One block of a launch, from its index in the grid and the addresses of the arguments. */
     virtual std::unique_ptr<BLOCK_TASK> makeBlock(int index, void** arguments) const = 0;
 
-    /** What the blocks read in place of a record; refers to the record, which stays where it is. */
-    virtual std::unique_ptr<DEVICE_COPY> copyOf(const void* record) const = 0;
+    /**
+     * What the blocks read in place of a record that `source` describes; fills of the record what
+     * it refers to, and that stays where it is. Null where memory is short.
+     */
+    virtual std::unique_ptr<DEVICE_COPY> copyOf(void* record, const void* source) const = 0;
 
   protected:
     ~KERNEL() = default;
@@ -162,10 +174,11 @@ void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t str
                    void** arguments);
 
 /**
- * The device's copy of a large read-only record of `bytes` bytes in page-locked host memory, for
- * that kernel. `copy` becomes what the kernel takes as the record's address.
+ * The device's copy of a large record of `bytes` bytes in page-locked host memory, for that kernel;
+ * `source` is what the record is filled from, as the kernel knows it. `copy` becomes what the
+ * kernel takes as the record's address.
  */
-cudaError_t device_copy_create(void** copy, KERNEL_HANDLE kernel, const void* record,
+cudaError_t device_copy_create(void** copy, KERNEL_HANDLE kernel, void* record, const void* source,
                                std::size_t bytes, cudaStream_t stream);
 cudaError_t device_copy_destroy(void* copy);
 

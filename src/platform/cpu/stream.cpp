@@ -55,6 +55,10 @@ cudaError_t cudaStreamCreateWithFlags(cudaStream_t* stream, unsigned) {
     return cudaSuccess;
 }
 
+cudaError_t create_copy_stream(cudaStream_t* stream) {
+    return cudaStreamCreateWithFlags(stream, cudaStreamNonBlocking);
+}
+
 cudaError_t cudaStreamDestroy(cudaStream_t stream) {
     cudaStreamSynchronize(stream);
     delete stream;

@@ -51,17 +51,31 @@ inline void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStrea
                      dim3(static_cast<unsigned>(threads)), arguments, 0, stream);
 }
 
+/**
+ * A stream for copies while a kernel runs. Streams of one priority may share a queue of the device,
+ * in which a copy would wait for the kernel, that is for the end of the search; the kernel's stream
+ * has the lowest priority, this one the highest.
+ */
+inline cudaError_t create_copy_stream(cudaStream_t* stream) {
+    int lowest = 0;
+    int highest = 0;
+    const cudaError_t status = cudaDeviceGetStreamPriorityRange(&lowest, &highest);
+    return status == cudaSuccess
+               ? cudaStreamCreateWithPriority(stream, cudaStreamNonBlocking, highest)
+               : status;
+}
+
 // ---- memory --------------------------------------------------------------------------------
 
-/** Whether cudaMallocHost gives memory of zeros. */
-inline constexpr bool HOST_MEMORY_IS_ZERO = false;
+/** A record is filled in full before a device copies it. */
+inline constexpr bool COPIES_FILL_RECORD = false;
 
 /**
  * The device's copy of a large read-only record of `bytes` bytes in page-locked host memory, the
  * same for all kernels. On a stream of its own the copy is still under way when this returns; on
  * the default stream it is done.
  */
-inline cudaError_t device_copy_create(void** copy, KERNEL_HANDLE, const void* record,
+inline cudaError_t device_copy_create(void** copy, KERNEL_HANDLE, const void* record, const void*,
                                       std::size_t bytes, cudaStream_t stream) {
     if (const cudaError_t status = cudaMalloc(copy, bytes); status != cudaSuccess) return status;
     const cudaError_t status =

@@ -90,9 +90,12 @@ TEST(Plan, SharesRowsAndDeltasOutByTheStatistics) {
     constexpr std::uint64_t ALL = 256 * 255;
     EXPECT_EQ(plan(100, ALL, 100'000).rows, "8-bit");
     EXPECT_EQ(plan(100, ALL, 100'000).rows_bytes, 256u * 256);
+    EXPECT_EQ(plan(100, ALL, 100'000).matrix_bytes, 256u * 4 + 4) << "the diagonal alone";
+    EXPECT_EQ(plan(100, ALL, 1u << 31).matrix_bytes, (256u * 256 + 256) * 4 + 4);
     EXPECT_EQ(plan(1000, ALL, 1'000'000).rows, "16-bit");
     EXPECT_EQ(plan(100'000, ALL, 100'000'000).rows, "32-bit");
     EXPECT_EQ(plan(100'000, ALL, 100'000'000).rows_bytes, 0u);
+    EXPECT_EQ(plan(100'000, ALL, 100'000'000).matrix_bytes, (256u * 256 + 256) * 4 + 4);
     EXPECT_EQ(plan(1, 512, 4).rows, "sparse");
     EXPECT_EQ(plan(1, 512, 4).delta_bits, 16);
     EXPECT_EQ(plan(1, ALL, 255).delta_bits, 16);
@@ -101,7 +104,7 @@ TEST(Plan, SharesRowsAndDeltasOutByTheStatistics) {
 
 TEST(Plan, CountsTheMemoryOfMatrixPoolsAndBlocks) {
     const Plan plan = *plan_run({.size = 250, .matrix_bits = 16});
-    EXPECT_EQ(plan.matrix_bytes, (256u * 256 + 256) * 4 + 4);
+    EXPECT_EQ(plan.matrix_bytes, (256u * 256 + 256) * 4 + 4) << "sums may have to be tested";
     EXPECT_EQ(plan.device_bytes, 0u);
     const Plan larger_pools = *plan_run({.size = 250, .matrix_bits = 16, .pool_size = 1100});
     EXPECT_EQ(larger_pools.search_bytes - plan.search_bytes,

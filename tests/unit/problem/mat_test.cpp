@@ -1,5 +1,6 @@
 #include "orvex/mat.hpp"
 
+#include <fstream>
 #include <limits>
 
 #include "problem/mat_bytes.hpp"
@@ -61,6 +62,25 @@ TEST_P(MatOfWidth, KeepsTheElementsApartRowByRow) {
     for (unsigned k = 0; k < 9; ++k) {
         EXPECT_EQ(static_cast<signed char>(mat.data[k * mat.bytes]), -static_cast<int>(k));
         EXPECT_EQ(mat.get_func(mat, k / 3, k % 3), -long{k});
+    }
+}
+
+TEST(Mat, OfWhichLittleIsWrittenTakesLittleRoom) {
+    const auto resident = [] {
+        std::ifstream file("/proc/self/statm");
+        long pages = 0;
+        file >> pages >> pages;
+        return pages;
+    };
+    const long before = resident();
+    MAT mat(20000, 8);  // 100 000 pages
+    for (unsigned i = 0; i < 20000; i += 1000)
+        mat.set_func(mat, i, 19999 - i, -3);
+    const MAT copy(mat);
+    EXPECT_LT(resident() - before, 30000);
+    for (unsigned i = 0; i < 20000; i += 1000) {
+        EXPECT_EQ(copy.get_func(copy, i, 19999 - i), -3);
+        EXPECT_EQ(copy.get_func(copy, i, 19998 - i), 0);
     }
 }
 

@@ -33,13 +33,12 @@ TEST(Assignments, QapLibIsAssignedWithAPenalty) {
     EXPECT_EQ(problem.convention.note, "penalty 22, proven to be enough");
     EXPECT_EQ(objective(problem, "0000"), 4 * 22);
     const Problem weak = read(text, {.penalty = 3});
-    EXPECT_EQ(weak.convention.note, "penalty 3, not proven to be enough as 22 is");
+    EXPECT_EQ(weak.convention.note, "penalty 3, not proven to be enough (22 is)");
     EXPECT_THAT(weak.warnings, ElementsAre(HasSubstr("not proven to be enough")));
     EXPECT_EQ(objective(weak, assignment({0, 1})), 15 + 28);
     EXPECT_EQ(refusal(text, {.penalty = 0}), "the penalty is 0, not at least 1");
-    EXPECT_EQ(refusal_as("qaplib", "2\n1 3\n4 0\n0 5\n7"),
-              "line 5: the file ends where B[2][2] should stand");
-    EXPECT_EQ(refusal_as("qaplib", "1\n1 3 4"), "line 2: something follows the two matrices");
+    EXPECT_EQ(refusal_as("qaplib", "2\n1 3\n4 0\n0 5\n7"), "line 5: the file ends before B[2][2]");
+    EXPECT_EQ(refusal_as("qaplib", "1\n1 3 4"), "line 2: unexpected text after the two matrices");
     EXPECT_EQ(refusal_as("qaplib", "1\n-9223372036854775808\n1\n"),
               "line 2: the magnitudes in A add up to more than 64 bits hold");
     EXPECT_EQ(refusal_as("qaplib", "1\n4294967296\n4294967296\n"),
@@ -89,14 +88,13 @@ TEST(Assignments, TspLibIsRefusedWithALine) {
     EXPECT_EQ(refusal("EDGE_WEIGHT_TYPE: XRAY1\n"),
               "line 1: the edge weight type \"XRAY1\" is not known");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\nEOF\n"),
-              "line 6: a line here has a city and two coordinates; this one has 1 word");
+              "line 6: expected a city and two coordinates, found 1 word");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n1 0 0\n"),
-              "line 6: the city has coordinates already");
+              "line 6: the city already has coordinates");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 a 0\n"),
-              "line 6: the coordinate \"a\" is no number");
+              "line 6: the coordinate \"a\" is not a number");
     EXPECT_EQ(refusal(head),
-              "line 4: the file ends where NODE_COORD_SECTION or EDGE_WEIGHT_SECTION "
-              "should stand");
+              "line 4: the file has neither NODE_COORD_SECTION nor EDGE_WEIGHT_SECTION");
     EXPECT_EQ(refusal(head + "FIXED_EDGES_SECTION\n"),
               "line 4: \"FIXED_EDGES_SECTION\" is not known here");
     EXPECT_EQ(refusal("DIMENSION: 2\nEDGE_WEIGHT_TYPE: EUC_2D\nNODE_COORD_SECTION\n1 0 0\n2 1 0\n"),
@@ -104,11 +102,11 @@ TEST(Assignments, TspLibIsRefusedWithALine) {
     EXPECT_EQ(refusal("TYPE: TSP\nDIMENSION: 2\nNODE_COORD_SECTION\n"),
               "line 3: there is no line \"EDGE_WEIGHT_TYPE: ...\" before NODE_COORD_SECTION");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 1 0\nDIMENSION: 5\n"),
-              "line 7: DIMENSION is given a second time");
+              "line 7: DIMENSION is given twice");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 1 0\nEDGE_WEIGHT_TYPE: EXPLICIT\n"),
-              "line 7: EDGE_WEIGHT_TYPE is given a second time");
+              "line 7: EDGE_WEIGHT_TYPE is given twice");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 1 0\nEOF\nmore\n"),
-              "line 8: something follows \"EOF\"");
+              "line 8: unexpected text after \"EOF\"");
 }
 
 TEST(Assignments, DistancesStayWithinWhatIsExact) {

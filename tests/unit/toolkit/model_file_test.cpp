@@ -65,7 +65,7 @@ TEST(ModelFile, CompressedOrPlainIsTheSame) {
 
 TEST(ModelFile, ANameThatMisleadsAboutCompressionIsWarnedAbout) {
     EXPECT_THAT(read("1 0 0 0\n", ".gz").warnings,
-                ElementsAre(EndsWith(" is not compressed, in spite of its name")));
+                ElementsAre(EndsWith(" is not compressed, although its name says so")));
     EXPECT_THAT(read(compressed("1 0 0 0\n"), ".qubo").warnings,
                 ElementsAre(EndsWith(" is compressed, but its name does not end in .gz")));
 }
@@ -85,8 +85,8 @@ TEST(ModelFile, AModelWithoutEntriesIsAModel) {
 }
 
 TEST(ModelFile, HeadersAreValidated) {
-    EXPECT_EQ(refusal(""), "line 1: the file ends where the number of variables should stand");
-    EXPECT_EQ(refusal("3 1\n-1"), "line 2: the file ends where the largest weight should stand");
+    EXPECT_EQ(refusal(""), "line 1: the file ends before the number of variables");
+    EXPECT_EQ(refusal("3 1\n-1"), "line 2: the file ends before the largest weight");
     EXPECT_EQ(refusal("0 0 0 0"), "line 1: the number of variables is 0, not from 1 to 16777216");
     EXPECT_EQ(refusal("16777217 0 0 0"),
               "line 1: the number of variables is 16777217, not from 1 to 16777216");
@@ -94,7 +94,7 @@ TEST(ModelFile, HeadersAreValidated) {
     EXPECT_EQ(refusal("2 -1 0 0"), "line 1: the number of entries is -1");
     EXPECT_EQ(refusal("2 1 3 2\n0 0 3"),
               "line 1: the header's smallest weight is above its largest (3..2)");
-    EXPECT_THAT(refusal("p qubo 3"), HasSubstr("the number of variables should be a whole number"));
+    EXPECT_THAT(refusal("p qubo 3"), HasSubstr("the number of variables must be a whole number"));
 }
 
 TEST(ModelFile, IndicesAreValidated) {
@@ -107,12 +107,11 @@ TEST(ModelFile, IndicesAreValidated) {
 TEST(ModelFile, TruncationIsFound) {
     EXPECT_EQ(refusal("3 5 0 1\n0 0 1\n0 1 1\n"),
               "line 4: the file ends after 2 of the 5 entries that its header promises");
-    EXPECT_EQ(refusal("3 2 0 1\n0 0 1\n0 1\n"),
-              "line 4: the file ends where the weight should stand");
+    EXPECT_EQ(refusal("3 2 0 1\n0 0 1\n0 1\n"), "line 4: the file ends before the weight");
 }
 
 TEST(ModelFile, WhatFollowsTheLastEntryIsFound) {
-    const std::string text = "line 3: something follows the 1 entries that the header promises";
+    const std::string text = "line 3: unexpected text after the 1 entries that the header promises";
     EXPECT_EQ(refusal("3 1 0 1\n0 0 1\n0 1 1\n"), text);
     EXPECT_EQ(refusal("3 1 0 1\n0 0 1\nend"), text);
     EXPECT_EQ(refusal("3 1 0 1\n0 0 1\n \n\t\n"), "");

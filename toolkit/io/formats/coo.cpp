@@ -22,7 +22,7 @@ Kind kind_in(const Lines& lines, std::string_view comment, Kind before) {
     if (kind == Kind::UNKNOWN)
         lines.fail("the vartype is " + Lines::quoted(name) + ", neither SPIN nor BINARY");
     if (before != Kind::UNKNOWN && kind != before)
-        lines.fail("the vartype is given a second time, and differs");
+        lines.fail("the vartype is given twice, differently");
     return kind;
 }
 
@@ -36,7 +36,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
         const Kind before = kind;
         kind = kind_in(lines, comment, before);
         if (kind != before && statement.entries > 0)
-            lines.fail("the vartype must stand before the first bias");
+            lines.fail("the vartype must come before the first bias");
     });
     for (; lines.next(); ++statement.entries) {
         lines.expect_words(3, "two variables and a bias");
@@ -56,7 +56,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
             convention.offset += sign * bias;
         }
     }
-    if (statement.size() == 0) lines.fail("the file ends where a bias should stand");
+    if (statement.size() == 0) lines.fail("the file ends before a bias");
     convention.factor = sign * (kind == Kind::SPINS ? 4 : 1);
     if (kind == Kind::SPINS) convention.note = "spins, s = 2 x - 1";
     if (kind == Kind::UNKNOWN)

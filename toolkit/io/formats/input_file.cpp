@@ -20,11 +20,11 @@ void refuse_other_kinds(const std::string& file, std::string_view ahead) {
     using namespace std::string_view_literals;
     if (ahead.starts_with("PK\x03\x04"sv))
         throw InputError(file +
-                         ": is a zip archive; scipy's .npz files are read by the Python "
+                         ": this is a zip archive; scipy's .npz files are read by the Python "
                          "package");
     if (ahead.starts_with("\xFD"
                           "7zXZ"sv))
-        throw InputError(file + ": is compressed with xz, which is not read; gzip is");
+        throw InputError(file + ": this file is compressed with xz; only gzip can be read");
 }
 
 const Format& recognised(const NumberReader& reader) {
@@ -56,7 +56,7 @@ void expect_options_of(const Format& format, const ReadOptions& options) {
     if (options.penalty && !format.has_penalty)
         throw InputError("files of the format " + name + " need no penalty");
     if (options.maximised && !format.leaves_sense_open)
-        throw InputError("the format " + name + " says itself what is minimised or maximised");
+        throw InputError("the format " + name + " determines what is minimised or maximised");
 }
 
 }  // namespace

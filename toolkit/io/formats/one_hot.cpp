@@ -19,7 +19,7 @@ Wide choose_penalty(int n, const Costs& costs, const ReadOptions& options, const
     if (penalty >= enough) {
         convention.note += ", proven to be enough";
     } else {
-        convention.note += ", not proven to be enough as " + to_string(enough) + " is";
+        convention.note += ", not proven to be enough (" + to_string(enough) + " is)";
         statement.warnings.push_back(lines.file() + ": " + convention.note);
     }
     return penalty;

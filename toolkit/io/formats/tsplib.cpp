@@ -47,9 +47,7 @@ class Reader {
         }
         if (!distances_.empty()) return std::move(distances_);
         if (coordinates_.empty())
-            lines_.fail(
-                "the file ends where NODE_COORD_SECTION or EDGE_WEIGHT_SECTION should "
-                "stand");
+            lines_.fail("the file has neither NODE_COORD_SECTION nor EDGE_WEIGHT_SECTION");
         Distances distances = distances_by(values_["EDGE_WEIGHT_TYPE"], coordinates_);
         if (distances.empty())
             lines_.fail("the coordinates are too far apart: a distance is beyond 2^53");
@@ -70,7 +68,7 @@ class Reader {
         const std::string value = words.empty() ? "" : std::string(words[0]);
         // A section that has been read goes by what came before it.
         if (!values_.emplace(keyword, value).second && keyword != "COMMENT")
-            lines_.fail(keyword + " is given a second time");
+            lines_.fail(keyword + " is given twice");
         if (keyword == "TYPE" && value != "TSP" && value != "ATSP")
             lines_.fail("the type is " + Lines::quoted(value) + "; only TSP and ATSP are read");
         if (keyword == "EDGE_WEIGHT_TYPE" && value != "EXPLICIT" && !is_distance(value))
@@ -104,12 +102,12 @@ class Reader {
             lines_.expect_next("the coordinates of city " + std::to_string(line + 1));
             lines_.expect_words(3, "a city and two coordinates");
             const auto city = static_cast<std::size_t>(lines_.index(0, "the city", 1, size_));
-            if (known[city]) lines_.fail("the city has coordinates already");
+            if (known[city]) lines_.fail("the city already has coordinates");
             known[city] = true;
             for (const std::size_t k : {1u, 2u})
                 if (!read_real(lines_.word(k), k == 1 ? places[city].x : places[city].y))
                     lines_.fail("the coordinate " + Lines::quoted(lines_.word(k)) +
-                                " is no number");
+                                " is not a number");
         }
         return places;
     }

@@ -94,6 +94,11 @@ bool CPU_BLOCK<E, D, N>::killed() const {
 }
 
 template <class E, class D, class N>
+bool CPU_BLOCK<E, D, N>::closing() const {
+    return __atomic_load_n(&launch_.device_state->closing, __ATOMIC_RELAXED) != 0;
+}
+
+template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::reportWrongType() const {
     for (int t = 0; t < arrays_.shape.threads; ++t)
         std::printf("Type.A=%d\n", record.type.A);

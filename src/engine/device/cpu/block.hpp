@@ -88,6 +88,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     bool trackBest();
     void keepCurrent();
     bool killed() const;
+    bool closing() const;
     void reportWrongType() const;
     void handIn();
 

@@ -2,26 +2,31 @@
 
 #include <cassert>
 #include <memory>
+#include <mutex>
 
 #include "engine/device/cpu/block.hpp"
 #include "engine/device/cpu/rows.hpp"
+#include "engine/device/model_rows.hpp"
 
 namespace orvex::device {
 
 namespace {
 
+/** Devices that share a record do not fill it at the same time. */
+std::mutex filling;
+
 /**
- * The matrix on a device: the host's record itself, so that a matrix is in memory once, and the
- * form of its rows that the blocks read.
+ * The matrix on a device: the form of its rows that the blocks read, and the host's record, of
+ * which the rows stay untouched zeros unless the blocks read them.
  */
 template <class E>
 struct CPU_MATRIX : platform::DEVICE_COPY {
-    CPU_MATRIX(const E* record, int size)
+    CPU_MATRIX(const E* record, const Model::Impl& model, int size)
         : weights(record),
           diagonal(record + static_cast<std::size_t>(size) * static_cast<std::size_t>(size)),
           model_size(*reinterpret_cast<const int*>(diagonal + size)),
-          rows(record, size) {
-        assert(model_size >= 0 && model_size <= size);
+          rows(record, size, model) {
+        assert(model_size == model.size && model_size <= size);
     }
 
     const E* weights;
@@ -39,8 +44,19 @@ X argument(void** arguments, int number) {
 }  // namespace
 
 template <class E, class D>
-std::unique_ptr<platform::DEVICE_COPY> CPU_KERNEL<E, D>::copyOf(const void* record) const {
-    return std::make_unique<CPU_MATRIX<E>>(static_cast<const E*>(record), size_);
+std::unique_ptr<platform::DEVICE_COPY> CPU_KERNEL<E, D>::copyOf(void* record,
+                                                                const void* source) const {
+    assert(record && source);
+    const Model::Impl& model = *static_cast<const Model::Impl*>(source);
+    E* const weights = static_cast<E*>(record);
+    auto matrix = std::make_unique<CPU_MATRIX<E>>(weights, model, size_);
+    if (matrix->rows.survey().needs_record(matrix->rows.form(), 8 * sizeof(D))) {
+        const std::size_t size = static_cast<std::size_t>(size_);
+        if (!platform::has_room(size * size * sizeof(E))) return nullptr;
+        const std::lock_guard lock(filling);
+        write_rows(weights, weights + size * size, SHAPE(size_), model, true);
+    }
+    return matrix;
 }
 
 template <class E, class D>

@@ -1,6 +1,6 @@
 // The kernel of a band on CPU threads: makes the blocks of a launch, and for each device the form
-// of the matrix rows that they read. It knows the band's size as a number, so it is compiled once
-// per pair of widths.
+// of the matrix rows that they read, from the model itself. It knows the band's size as a number,
+// so it is compiled once per pair of widths.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ class CPU_KERNEL final : public platform::KERNEL {
     CPU_KERNEL(int size, const GPU_PARAMS& params) : size_(size), params_(params) {}
 
     std::unique_ptr<platform::BLOCK_TASK> makeBlock(int index, void** arguments) const override;
-    std::unique_ptr<platform::DEVICE_COPY> copyOf(const void* record) const override;
+    std::unique_ptr<platform::DEVICE_COPY> copyOf(void* record, const void* source) const override;
 
   private:
     const int size_;

@@ -1,12 +1,15 @@
 // The rows of a matrix as CPU blocks read them, one set for all blocks of a device: the record's,
-// or a form of them that is kept beside it. In the latter a row's own element is 0, since it does
-// not count in a flip.
+// or a form of them that is kept beside it and made straight from the model. In the latter a row's
+// own element is 0, since it does not count in a flip.
 #pragma once
 
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
+
+#include "orvex/model.hpp"
 
 #include "engine/device/row_form.hpp"
 
@@ -16,10 +19,12 @@ template <class E>
 class CPU_ROWS {
   public:
     /**
-     * Looks at the record's rows (`weights`, S * S elements in row order) and keeps the best form
-     * of them; the record stays in use and must outlive this. Where the machine has no room for the
-     * form, the rows are read from the record.
+     * Looks at the model and keeps the best form of its rows, or none where the machine has no room
+     * for that. Rows in the form RECORD are read from `weights`, S * S elements in row order, which
+     * the caller then fills and keeps as long as this.
      */
+    CPU_ROWS(const E* weights, int size, const Model::Impl& model);
+    /** The same of a record that is filled already. */
     CPU_ROWS(const E* weights, int size);
     /** The same with a form of the caller's choice, which must be able to hold the elements. */
     CPU_ROWS(const E* weights, int size, ROW_FORM form);
@@ -44,10 +49,15 @@ class CPU_ROWS {
     }
 
   private:
-    void take(ROW_FORM form);
-    template <class NARROW>
-    void narrowRows();
-    void listRows();
+    CPU_ROWS(int size, const E* weights);
+    template <class SOURCE>
+    std::vector<std::uint32_t> look(const SOURCE& source);
+    template <class SOURCE>
+    void take(const SOURCE& source, ROW_FORM form, const std::vector<std::uint32_t>& lengths);
+    template <class NARROW, class SOURCE>
+    void narrowRows(const SOURCE& source);
+    template <class SOURCE>
+    void listRows(const SOURCE& source, const std::vector<std::uint32_t>& lengths);
 
     const E* const weights_;
     const int size_;

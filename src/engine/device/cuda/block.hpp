@@ -92,6 +92,8 @@ class CUDA_BLOCK {
     ORVEX_BLOCK_CODE bool trackBest();
     ORVEX_BLOCK_CODE void keepCurrent();
     ORVEX_BLOCK_CODE bool killed() const { return shared_.kill_seen != 0; }
+    /** An instance is short, and one more word to look at in each step would cost more. */
+    ORVEX_BLOCK_CODE static constexpr bool closing() { return false; }
     ORVEX_BLOCK_CODE void reportWrongType();
     ORVEX_BLOCK_CODE void handIn();
 
