@@ -1,12 +1,15 @@
 // The toolkit's side of a run, driven by events as an engine delivers them.
 #include "toolkit/run/watcher.hpp"
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "toolkit/model/errors.hpp"
 #include "unit/toolkit/random_problem.hpp"
 
 namespace orvex::toolkit::test {
@@ -156,6 +159,78 @@ TEST_F(WatcherTest, AFailureEndsTheRunAndIsKept) {
     EXPECT_NO_THROW(watcher.finish());
     EXPECT_TRUE(event(watcher, "alarm")) << "no exception leaves an event, but the run ends";
     EXPECT_THROW(watcher.finish(), std::runtime_error);
+}
+
+void sleep_for(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+/** Notes when, and asks for a hint, a change and, the third time, the end. */
+struct Quiet : Events {
+    void began(const Moment&, Steering&) override { text += "began "; }
+    void improved(const Moment&, const Sol&, Steering&) override { text += "improved "; }
+    void pulsed(const Moment& moment, Steering& steering) override {
+        text += "pulsed ";
+        times.push_back(moment.elapsed);
+        steering.hint(Sol(SIZE));
+        steering.change("batch_factor", "2.5");
+        if (times.size() == 3) steering.stop();
+    }
+    std::string text;
+    std::vector<double> times;
+};
+
+TEST_F(WatcherTest, TellsPulsesWhereNoEventComesAndEndsWhatDoesNotEnd) {
+    Quiet quiet;
+    Record record(view_, {}, {}, {}, quiet);
+    Watcher watcher(record);
+    {
+        const Pulse pulse(watcher);
+        sleep_for(120);
+        EXPECT_EQ(quiet.text, "") << "the search has not begun";
+        event(watcher, "init");
+        event(watcher, "new", only(3));
+        sleep_for(600);
+        EXPECT_EQ(watcher.impl().end_at_once, 0) << "blocks have some time to hand in";
+        sleep_for(600);
+    }
+    EXPECT_EQ(quiet.text.substr(0, 30), "began improved pulsed pulsed p");
+    ASSERT_GE(quiet.times.size(), 4u);
+    for (std::size_t k = 1; k < quiet.times.size(); ++k)
+        EXPECT_LT(quiet.times[k] - quiet.times[k - 1], 0.2) << "0.1 on a machine that is free";
+    EXPECT_EQ(record.ending(), Ending::STOPPED);
+    EXPECT_NE(watcher.impl().end_at_once, 0);
+}
+
+TEST_F(WatcherTest, HandsOverWithTheNextEventWhatAPulseAskedFor) {
+    Quiet quiet;
+    Record record(view_, {}, {}, {}, quiet);
+    Watcher watcher(record);
+    event(watcher, "init");
+    sleep_for(100);
+    watcher.tick();
+    ASSERT_EQ(quiet.times.size(), 1u);
+    EXPECT_FALSE(watcher.impl().hint_pending) << "no request outside of an event";
+    event(watcher, "alarm");
+    EXPECT_TRUE(watcher.impl().hint_pending);
+    EXPECT_EQ(watcher.impl().batch_factor, 2.5f);
+}
+
+TEST_F(WatcherTest, RefusesToChangeWhatCannotBeChanged) {
+    Steering steering;
+    EXPECT_THROW(steering.change("tabu_cycles", "5"), InputError);
+    EXPECT_THROW(steering.change("batch_factor", "much"), InputError);
+}
+
+TEST_F(WatcherTest, TakesTheTimeAtWhichASolutionWasFound) {
+    Record record(view_, {}, {}, {}, silent_);
+    Watcher watcher(record);
+    event(watcher, "init");
+    sleep_for(20);
+    Sol early = only(3);
+    early.set("tts", "0.005");
+    event(watcher, "new", early);
+    EXPECT_EQ(record.history().back().time, 0.005);
 }
 
 }  // namespace
