@@ -1,5 +1,5 @@
-// Solves a problem's file without ever ending the process: whatever is wrong, a bad setting too, comes
-// as an exception.
+// Solves a problem's file without ever ending the process: whatever is wrong, a bad setting too,
+// comes as an exception.
 #include <exception>
 #include <iostream>
 
