@@ -36,6 +36,8 @@ class Exchange {
 
     bool stopping() const { return stopping_.load(std::memory_order_relaxed); }
     void stop();
+    /** What stopping() tells, to look at elsewhere. */
+    const std::atomic<bool>& stop_flag() const { return stopping_; }
 
     /**
      * Tells a worker's solution, if it is the best; adds up its energy. @throws std::logic_error if

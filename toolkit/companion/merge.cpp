@@ -5,6 +5,9 @@
 namespace orvex::toolkit {
 namespace {
 
+/** Variables gathered between two looks at whether to stop. */
+constexpr std::size_t LOOK_EVERY = 4096;
+
 enum Mark : std::uint8_t { SAME, DIFFERS, GATHERED };
 
 std::size_t at(std::int32_t i) {
@@ -13,7 +16,8 @@ std::size_t at(std::int32_t i) {
 
 }  // namespace
 
-Merger::Merger(const SparseQubo& qubo) : qubo_(&qubo), marks_(qubo.linear.size(), SAME) {}
+Merger::Merger(const SparseQubo& qubo, const std::atomic<bool>* stop)
+    : qubo_(&qubo), stop_(stop), marks_(qubo.linear.size(), SAME) {}
 
 Merged Merger::merge(Solution& elite, const Bits& other) {
     assert(elite.bits.size() == other.size());
@@ -23,11 +27,13 @@ Merged Merger::merge(Solution& elite, const Bits& other) {
     return merge(elite, differing_);
 }
 
-Wide Merger::gather(const Bits& bits, std::int32_t seed) {
+std::optional<Wide> Merger::gather(const Bits& bits, std::int32_t seed) {
     component_.assign(1, seed);
     marks_[at(seed)] = GATHERED;
     Wide change = 0;
     for (std::size_t next = 0; next < component_.size(); ++next) {
+        if (next % LOOK_EVERY == LOOK_EVERY - 1 && stop_ && stop_->load(std::memory_order_relaxed))
+            return {};
         const std::int32_t i = component_[next];
         const bool one = bits[at(i)] != 0;
         const auto neighbours = qubo_->neighbours_of(i);
@@ -57,14 +63,15 @@ Merged Merger::merge(Solution& elite, std::span<const std::int32_t> differing) {
         marks_[at(i)] = DIFFERS;
     for (const std::int32_t seed : differing) {
         if (marks_[at(seed)] != DIFFERS) continue;
-        const Wide change = gather(elite.bits, seed);
+        const std::optional<Wide> change = gather(elite.bits, seed);
+        if (!change) break;
         ++merged.components;
-        if (change > 0) {
+        if (*change > 0) {
             ++merged.refused;
             continue;
         }
         ++merged.kept;
-        merged.gain -= change;
+        merged.gain -= *change;
         for (const std::int32_t i : component_)
             elite.bits[at(i)] ^= 1;
     }

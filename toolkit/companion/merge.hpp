@@ -16,7 +16,9 @@
 // replicas of Houdayer (Eur. Phys. J. B 22, 2001) and Zhu, Ochoa, Katzgraber (PRL 115, 2015).
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -42,8 +44,11 @@ struct Merged {
 /** Merges solutions of one model; has working memory, so each thread needs one of its own. */
 class Merger {
   public:
-    /** @param qubo outlives the merger */
-    explicit Merger(const SparseQubo& qubo);
+    /**
+     * @param qubo outlives the merger
+     * @param stop outlives it too; once it is set, what has not been judged yet is left as it is
+     */
+    explicit Merger(const SparseQubo& qubo, const std::atomic<bool>* stop = nullptr);
 
     /**
      * Takes the components of the other solution that are not worse.
@@ -57,10 +62,15 @@ class Merger {
     Merged merge(Solution& elite, std::span<const std::int32_t> differing);
 
   private:
-    /** Gathers the component of a variable. @return what flipping all of it adds to the energy */
-    Wide gather(const Bits& bits, std::int32_t seed);
+    /**
+     * Gathers the component of a variable.
+     *
+     * @return what flipping all of it adds to the energy; none if a stop came first
+     */
+    std::optional<Wide> gather(const Bits& bits, std::int32_t seed);
 
     const SparseQubo* qubo_;
+    const std::atomic<bool>* stop_;
     std::vector<std::int32_t> differing_;
     std::vector<std::int32_t> component_;
     std::vector<std::uint8_t> marks_;  ///< of a variable: 1 if it differs, 2 once it is gathered

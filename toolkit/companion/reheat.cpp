@@ -22,12 +22,13 @@ std::size_t at(std::int32_t i) {
     return static_cast<std::size_t>(i);
 }
 
+/** Variables; all of them is a choice too. */
 constexpr std::size_t REGIONS[] = {300, 1000, 3000, 6000};
+/** Shares of the strength of the couplings of a typical variable. */
 constexpr double HEATS[] = {0.1, 0.15, 0.2, 0.27, 0.36, 0.5};
+constexpr double FIRST_HEAT = 1.5;
+/** Sweeps. */
 constexpr int LENGTHS[] = {30, 100, 300, 1000, 3000, 10000};
-
-/** Variables up to which all of a model is heated at once: beyond, a try would take seconds. */
-constexpr std::size_t LARGEST_WHOLE = 300000;
 
 /** Attempts between two looks at whether to stop, some milliseconds' worth. */
 constexpr std::size_t VARIABLES_AT_ONCE = 1 << 15;
@@ -38,8 +39,11 @@ constexpr int SWEEPS_OF_MERGE = 20;
 /** Attempts of a lane in one reheat, at most, so that no try holds the others up. */
 constexpr double MOST_ATTEMPTS = 3e7;
 
-/** The same of the first annealing. */
+/** The same of the first annealing: a large model is to have a first solution soon. */
 constexpr double FIRST_ATTEMPTS = 1e7;
+
+/** Variables to look at in a merge of all lanes, at most: of a large model few lanes are merged. */
+constexpr double MOST_LOOKS = 2e7;
 
 template <class T>
 class Reheater : public Worker {
@@ -59,13 +63,14 @@ class Reheater : public Worker {
         std::vector<std::size_t> regions;
         for (const std::size_t region : REGIONS)
             if (region < size) regions.push_back(region);
-        if (size <= LARGEST_WHOLE || regions.empty()) regions.push_back(size);
+        regions.push_back(size);
         return regions;
     }
 
-    bool anneal(const Part<T>& part, double hot, int sweeps_count) {
-        for (int sweep = 0; sweep < sweeps_count; ++sweep) {
-            const Heat heat(hot * (sweeps_count - 1 - sweep) / sweeps_count);
+    /** Cools the replicas. @return false if a stop came first */
+    bool anneal(const Part<T>& part, double hot, int length) {
+        for (int sweep = 0; sweep < length; ++sweep) {
+            const Heat heat(hot * (length - 1 - sweep) / length);
             for (std::size_t first = 0; first < part.size(); first += VARIABLES_AT_ONCE) {
                 const std::size_t last = std::min(part.size(), first + VARIABLES_AT_ONCE);
                 sweeps<T>().sweep(part, first, last, heat, narrowing_.by_table, replicas_,
@@ -73,7 +78,7 @@ class Reheater : public Worker {
                 if (stopping()) return false;
             }
         }
-        count(static_cast<std::int64_t>(part.size() * LANES<T>) * sweeps_count);
+        count(static_cast<std::int64_t>(part.size() * LANES<T>) * length);
         words_.resize(part.size());
         sweeps<T>().gather(replicas_, part.size(), words_.data());
         return true;
@@ -83,12 +88,9 @@ class Reheater : public Worker {
     Progress begin() override {
         take_everything();
         set_all(whole_, elite_.bits, replicas_);
-        // A large model is to have a first solution soon.
         const double size = static_cast<double>(whole_.size());
         const int length = static_cast<int>(std::clamp(FIRST_ATTEMPTS / size, 8.0, 50.0));
-        const auto lanes = static_cast<std::size_t>(
-            std::clamp(FIRST_ATTEMPTS / size / 10, 1.0, static_cast<double>(LANES<T>)));
-        if (anneal(whole_, 1.5 * narrowing_.scale, length)) merge_lanes(lanes);
+        if (anneal(whole_, FIRST_HEAT * narrowing_.scale, length)) merge_lanes(MOST_LOOKS / 10);
         return {0, size * (length + SWEEPS_OF_MERGE)};
     }
 
@@ -99,8 +101,11 @@ class Reheater : public Worker {
         std::iota(variables_.begin(), variables_.end(), 0);
     }
 
-    /** Merges what the lanes have become into the elite, one after the other. */
-    Wide merge_lanes(std::size_t lanes = LANES<T>) {
+    /** Merges what the lanes have become into the elite, one after the other, for so many looks. */
+    Wide merge_lanes(double looks = MOST_LOOKS) {
+        const double share = looks / static_cast<double>(variables_.size());
+        const auto lanes =
+            static_cast<std::size_t>(std::clamp(share, 2.0, static_cast<double>(LANES<T>)));
         // Only variables that differ in any lane are looked at lane by lane.
         std::size_t open = 0;
         for (std::size_t p = 0; p < variables_.size(); ++p) {

@@ -28,7 +28,7 @@ bool is_symmetric(const SparseQubo& qubo) {
 Worker::Worker(const SparseQubo& qubo, Exchange& exchange, int number, std::uint64_t seed)
     : qubo_(&qubo),
       random_(seed + 0x9e3779b97f4a7c15u * static_cast<std::uint64_t>(number)),
-      merger_(qubo),
+      merger_(qubo, &exchange.stop_flag()),
       elite_{Bits(qubo.linear.size()), 0},
       exchange_(&exchange),
       number_(number),

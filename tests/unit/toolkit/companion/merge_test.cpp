@@ -94,6 +94,17 @@ TEST(MERGE_TEST, can_be_repeated_with_the_same_memory) {
     }
 }
 
+TEST(MERGE_TEST, leaves_the_solution_sound_when_it_is_stopped) {
+    const SparseQubo qubo = torus(100, 100, 1);
+    const std::atomic<bool> stop = true;
+    Merger merger(qubo, &stop);
+    Solution elite{Bits(10000), 0};
+    merger.merge(elite, Bits(10000, 1));  // one component of all variables
+    EXPECT_EQ(elite.bits, Bits(10000));
+    merger.merge(elite, random_bits(10000, 1));
+    EXPECT_EQ(elite.energy, energy_of(qubo, elite.bits));
+}
+
 TEST(MERGE_TEST, adds_up_beyond_64_bits) {
     constexpr std::int64_t LARGEST = std::numeric_limits<std::int64_t>::max();
     constexpr std::int64_t LOWEST = std::numeric_limits<std::int64_t>::min();
