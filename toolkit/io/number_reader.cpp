@@ -14,6 +14,9 @@ namespace {
 
 constexpr unsigned BUFFER_SIZE = 1u << 18;
 
+/** Far beyond any line of numbers; a compressed file can hold a thousand times its size. */
+constexpr std::size_t LONGEST_LINE = std::size_t{1} << 26;
+
 bool is_space(char c) {
     return c == ' ' || ('\t' <= c && c <= '\r');
 }
@@ -117,6 +120,7 @@ bool NumberReader::line(std::string& text) {
         const char* const stop = std::find(next_, end_, '\n');
         text.append(next_, stop);
         next_ = stop;
+        if (text.size() > LONGEST_LINE) fail("the line is longer than 64 MiB");
     } while (next_ == end_ && refill());
     if (next_ != end_) {
         ++next_;

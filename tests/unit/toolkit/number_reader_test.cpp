@@ -62,6 +62,20 @@ TEST(NumberReader, RefusesWhatIsNoWholeNumberOf64Bits) {
     EXPECT_THAT(failure_of(std::string("a\0\x80z", 4)), EndsWith("not \"a??z\""));
 }
 
+/** A megabyte of a compressed file can be a gigabyte of one line. */
+TEST(NumberReader, RefusesALineWithoutEnd) {
+    const TemporaryFile file(compressed("1\n" + std::string(70'000'000, 'a')));
+    NumberReader reader(file.path());
+    std::string text;
+    EXPECT_TRUE(reader.line(text));
+    try {
+        reader.line(text);
+        ADD_FAILURE() << "it was read";
+    } catch (const InputError& error) {
+        EXPECT_THAT(error.what(), EndsWith("line 2: the line is longer than 64 MiB"));
+    }
+}
+
 TEST(NumberReader, NumbersMayLieAcrossTheBoundsOfItsBuffer) {
     std::string text;
     long count = 0, sum = 0;
