@@ -31,10 +31,12 @@ ORVEX_PYTHON_API const char* orvex_python_failure_text() {
     return last_text.c_str();
 }
 
-/** What the library tells of itself: "version", "max_size". */
+/** What the library tells of itself: "version", "max_size"; and of the toolkit, "max_variables". */
 ORVEX_PYTHON_API const char* orvex_python_library(const char* key) {
     thread_local std::string text;
-    text = orvex::Solver(false).get(key);
+    text = std::string_view(key) == "max_variables"
+               ? std::to_string(orvex::toolkit::MAX_VARIABLES)
+               : orvex::Solver(false).get(key);
     return text.c_str();
 }
 

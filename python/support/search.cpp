@@ -1,6 +1,7 @@
 // Searches: options in, events while one runs, the result out.
 #include <algorithm>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "support.hpp"
@@ -52,6 +53,19 @@ class Forwarder : public Events {
 
 namespace orvex::python {
 
+namespace {
+
+Groups groups_of(const ORVEX_PYTHON_OPTIONS& given) {
+    Groups groups;
+    const std::int32_t* member = given.group_members;
+    for (int g = 0; g < given.groups; member += given.group_sizes[g++])
+        groups.members.emplace_back(member, member + given.group_sizes[g]);
+    groups.exactly_one.assign(groups.members.size(), true);
+    return groups;
+}
+
+}  // namespace
+
 Sol solution_of(int size, const std::uint64_t* words) {
     Sol solution(size);
     std::copy_n(words, solution.impl().words, solution.impl().data.get());
@@ -70,6 +84,7 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
                        : given.presolve == 1 ? PresolveEffort::AUTO
                                              : PresolveEffort::FULL;
     if (given.companion != nullptr) options.companion = *given.companion;
+    if (given.groups >= 0) options.groups = groups_of(given);
     const std::uint64_t* words = given.words;
     const auto take = [&](std::vector<Sol>& solutions, int count) {
         for (; count > 0; --count, words += (problem.size + 63) / 64)
@@ -127,10 +142,28 @@ ORVEX_PYTHON_API const std::uint64_t* orvex_python_found(const Result* result, s
     return found.solution.impl().data.get();
 }
 
-/** What the library tells of the run. */
+/** What the run and the library tell of themselves; empty where there is nothing to tell. */
 ORVEX_PYTHON_API const char* orvex_python_info(const Result* result, const char* key) {
     thread_local std::string text;
-    text = result->solution.get(key);
+    const std::string_view name = key;
+    if (name == "found_by")
+        text = text_of(result->history.back().source);
+    else if (name == "bound")
+        text = result->bound ? to_string(*result->bound) : "";
+    else if (name == "searched_size")
+        text = std::to_string(result->preparation.size);
+    else if (name == "searched_couplings")
+        text = std::to_string(result->preparation.couplings);
+    else if (name == "presolve_time")
+        text = std::to_string(result->preparation.presolve_time);
+    else if (name == "groups")
+        text = std::to_string(result->preparation.groups);
+    else if (name == "companion_threads")
+        text = std::to_string(result->preparation.companion_threads);
+    else if (name == "companion_flips")
+        text = std::to_string(result->companion_flips);
+    else
+        text = result->solution.get(key);
     return text.c_str();
 }
 

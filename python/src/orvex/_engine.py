@@ -22,7 +22,8 @@ from ._problem import Problem
 
 INFO = (
     "solver", "gpu", "solver_size", "solver_bits", "arithmetic_bits", "runtime", "search_cycles",
-    "total_flips", "tts",
+    "total_flips", "tts", "found_by", "bound", "searched_size", "searched_couplings", "presolve_time",
+    "groups", "companion_threads", "companion_flips",
 )  # fmt: skip
 
 
@@ -38,12 +39,16 @@ class Question:
         trials: int | None,
         presolve: int,
         companion: float | None,
+        groups: Sequence[Sequence[int]] | None,
         starts: Sequence[Words] = (),
         hints: Sequence[Words] = (),
     ) -> None:
         texts = [text.encode() for pair in settings.items() for text in pair]
         self._words = np.concatenate([np.empty(0, dtype=np.uint64), *starts, *hints])
         self.starts = len(starts)
+        known = [] if groups is None else groups
+        self._sizes = np.array([len(group) for group in known], dtype=np.int32)
+        self._members = np.array([i for group in known for i in group], dtype=np.int32)
         self.options = Options(
             None if time_limit is None else ctypes.pointer(c_double(time_limit)),
             None if target is None else ctypes.pointer(c_int64(target)),
@@ -52,6 +57,9 @@ class Question:
             engine_cycles,
             presolve,
             None if companion is None else ctypes.pointer(c_double(companion)),
+            -1 if groups is None else len(groups),
+            self._sizes.ctypes.data,
+            self._members.ctypes.data,
             len(starts),
             len(hints),
             self._words.ctypes.data,

@@ -14,7 +14,7 @@ import numpy as np
 import numpy.typing as npt
 
 from ._files import NPZ, File, Source, load_npz, open_file
-from ._library import Scaling, max_size, support
+from ._library import Scaling, max_size, max_variables, support
 from ._memory import expect_memory
 from ._model import Biases, Model, RealMatrix, Reals, RealTerms
 from ._numbers import NameOf, Scale, exact, floats, integers, listed, objects
@@ -191,8 +191,9 @@ def _from_terms(
     if used is not None:
         pairs, numbers = np.searchsorted(used, pairs[numbers != 0]), numbers[numbers != 0]
         searched = len(used)
-    _expect_searchable(searched)
-    expect_memory(_least(searched) + 64 * len(numbers), _takes(searched))
+    if searched > max_variables():
+        raise ValueError(f"{searched} variables are more than a problem may have, {max_variables()}")
+    expect_memory(64 * len(numbers) + 32 * searched, _takes(searched))
     if made is None:
         reals = RealTerms(searched, pairs, numbers.astype(np.float64, copy=False))
         form = _rounded(reals, *reals.model())

@@ -47,10 +47,27 @@ class Options(ctypes.Structure):
         ("engine_cycles", c_int),
         ("presolve", c_int),
         ("companion", POINTER(c_double)),
+        ("groups", c_int),  # below 0: those that are found
+        ("group_sizes", c_void_p),
+        ("group_members", c_void_p),
         ("starts", c_int),
         ("hints", c_int),
         ("words", c_void_p),  # of the starts, then of the hints
     ]
+
+
+class Reduced(ctypes.Structure):
+    """What is known of a reduced problem."""
+
+    size: int
+    couplings: int
+    offset: int
+    bound: int
+    has_bound: int
+    _fields_ = [
+        ("size", c_int64), ("couplings", c_int64), ("offset", c_int64), ("bound", c_int64),
+        ("has_bound", c_int),
+    ]  # fmt: skip
 
 
 class Summary(ctypes.Structure):
@@ -117,6 +134,14 @@ _declare(None, "orvex_python_facts", c_void_p, POINTER(Facts))
 _declare(c_int, "orvex_python_plan", c_void_p, POINTER(Options), POINTER(Plan))
 _declare(c_int64, "orvex_python_energy", c_void_p, c_void_p)
 
+_declare(c_void_p, "orvex_python_presolve", c_void_p, c_int)
+_declare(None, "orvex_python_reduced", c_void_p, POINTER(Reduced))
+_declare(c_void_p, "orvex_python_left", c_void_p)
+_declare(c_char_p, "orvex_python_rules", c_void_p)
+_declare(None, "orvex_python_restore", c_void_p, c_void_p, c_void_p)
+_declare(None, "orvex_python_project", c_void_p, c_void_p, c_void_p)
+_declare(None, "orvex_python_free_presolved", c_void_p)
+
 _declare(c_void_p, "orvex_python_solve", c_void_p, POINTER(Options), EVENT_FUNCTION)
 _declare(None, "orvex_python_stop", c_void_p)
 _declare(None, "orvex_python_hint", c_void_p, c_void_p, c_void_p)
@@ -155,6 +180,11 @@ def expect_device() -> None:
 def max_size() -> int:
     """The most variables that this build solves."""
     return int(support.orvex_python_library(b"max_size"))
+
+
+def max_variables() -> int:
+    """The most variables of a sparse problem, which presolve and the companion work on."""
+    return int(support.orvex_python_library(b"max_variables"))
 
 
 def engine_version() -> str:

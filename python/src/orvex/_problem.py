@@ -12,7 +12,7 @@ import logging
 import math
 import os
 import warnings
-from collections.abc import Hashable, Sequence
+from collections.abc import Hashable, Iterable, Sequence
 from fractions import Fraction
 from typing import Any, Literal
 
@@ -23,8 +23,9 @@ from . import _forms
 from ._files import File, Source
 from ._library import Options, Plan, failure, support
 from ._memory import expect_memory, gib
-from ._model import Words
+from ._model import Model, Words
 from ._numbers import Scale, check_scale
+from ._presolve import Presolved
 
 #: From here on a problem's memory is told before it is loaded.
 _LARGE = 1 << 30
@@ -108,7 +109,7 @@ class Problem:
         self._used = form.used
         self._reals = form.reals
         self._factor = form.scale
-        self.scale = _plain(form.scale)
+        self.scale = plain(form.scale)
         self.largest_error = form.largest_error
         self.offset = form.offset
         self.source = form.source
@@ -123,6 +124,27 @@ class Problem:
                 math.frexp(float(form.scale))[1] - 1,
                 self.largest_error,
             )
+
+    @classmethod
+    def _of_model(cls, model: Model, factor: Fraction, largest_error: float) -> Problem:
+        """A problem of integers that the library holds already."""
+        problem = cls.__new__(cls)
+        problem._model, problem._used, problem._reals = model, None, None
+        problem._factor, problem.scale = factor, plain(factor)
+        problem.largest_error, problem.offset, problem.source = largest_error, Fraction(0), None
+        problem._searched = problem.size = model.facts().size
+        problem.variables = range(problem.size)
+        return problem
+
+    def presolve(self, *, full: bool = False) -> Presolved:
+        """Takes out what can be taken out exactly, as :func:`solve` does before it searches.
+
+        Parameters
+        ----------
+        full
+            Tries all rules, however long they take.
+        """
+        return Presolved(self, full)
 
     # ---- whether a search is possible
 
@@ -183,7 +205,12 @@ class Problem:
         if self._reals is not None:
             value = self._reals.energy(words, self._bits(words))
             return int(value) if value.is_integer() and abs(value) < 2**53 else value
-        return _plain(Fraction(energy) / self._factor + self.offset)
+        return plain(Fraction(energy) / self._factor + self.offset)
+
+    def _bound(self, bound: int) -> int | float:
+        """A lower bound of the energies in the search, as one of the true energies."""
+        value = plain(Fraction(bound) / self._factor + self.offset)
+        return value - self.largest_error if self.largest_error > 0 else value
 
     def _in_own_units(self, energy: Fraction) -> int:
         """The greatest energy of the search that is sure to be at or below one in the caller's units."""
@@ -202,6 +229,19 @@ class Problem:
         words.view(np.uint8)[: len(packed)] = packed
         return words
 
+    def _groups(self, groups: Iterable[Iterable[int]]) -> list[list[int]]:
+        """One-hot groups in the variables that are searched."""
+        known = [[int(i) for i in group] for group in groups]
+        for k, group in enumerate(known):
+            for i in group:
+                if not 0 <= i < self.size:
+                    raise ValueError(f"groups[{k}] has the variable {i}, not from 0 to {self.size - 1}")
+        if self._used is None:
+            return known
+        place = {int(i): k for k, i in enumerate(self._used)}
+        left = [[place[i] for i in group if i in place] for group in known]
+        return [group for group in left if len(group) > 1]
+
     def _no_words(self) -> Words:
         """The words of a bit vector in which nothing is set; variables without coefficients have none."""
         return np.zeros((self._searched + 63) // 64, dtype=np.uint64)
@@ -216,14 +256,14 @@ class Problem:
 
     def __repr__(self) -> str:
         facts = self._model.facts()
-        smallest, largest = (_plain(Fraction(w) / self._factor) for w in (facts.smallest, facts.largest))
+        smallest, largest = (plain(Fraction(w) / self._factor) for w in (facts.smallest, facts.largest))
         return (
             f"<orvex.Problem: {self.size} variables, {facts.nonzero} coefficients from {smallest} to "
             f"{largest}>"
         )
 
 
-def _plain(number: Fraction) -> int | float:
+def plain(number: Fraction) -> int | float:
     return int(number) if number.denominator == 1 else float(number)
 
 

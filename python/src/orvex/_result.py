@@ -39,9 +39,14 @@ class Result:
     """What ended the search; "optimal" where no energy can be lower, "ended" where the library tells no reason."""
     info: dict[str, str]
     """What the library tells of the run: "solver", "gpu" (the device), "solver_size", "solver_bits",
-    "arithmetic_bits", "runtime", "search_cycles", "total_flips", "tts" (seconds to the solution).
+    "arithmetic_bits", "runtime", "search_cycles", "total_flips", "tts" (seconds to the solution); and what
+    was searched by whom: "searched_size" and "searched_couplings" (what presolve left), "presolve_time",
+    "groups", "companion_threads", "companion_flips", and "found_by": "start", "presolve", "search",
+    "companion" or "merge" (by the companion, of parts).
     Empty when the search was interrupted before the library had finished; texts are empty where the
     library did not search."""
+    bound: Energy | None
+    """No energy of the problem is lower, as far as presolve has proven; None where nothing is known."""
     timings: dict[str, float]
     """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library, with
     the wait for another thread's search, "search", and "total", which is all of the call."""

@@ -111,7 +111,8 @@ def solve(
     progress: bool = False,
     scale: Scale | None = None,
     presolve: bool | Literal["full"] = True,
-    companion: float | None = None,
+    companion: float | Literal["auto"] = "auto",
+    groups: Iterable[Iterable[int]] | None = None,
     **settings: Unpack[Settings],
 ) -> Result:
     """Searches for the bit vector of lowest energy.
@@ -151,8 +152,12 @@ def solve(
         Whether the problem is reduced before the search, exactly: the least energy stays the same, and where
         nothing is left to search the result is "optimal". "full" tries everything, however long it takes.
     companion
-        The share of the processors, from 0 to 1, that anneals and merges solutions beside the library's
-        search; at 1 the library does not search. By default the structure of the problem decides.
+        The share of the processors, from 0 to 1, that works on the structure of the problem beside the
+        library's search: it anneals parts of good solutions and merges what is best of each, or moves the
+        1s of one-hot groups. At 1 the library does not search. By default the structure decides.
+    groups
+        Sets of variables, by their positions, of which exactly one is 1 in every solution that makes sense.
+        By default those that the coefficients enforce are found. Energies do not depend on it.
     settings
         Settings of the engine; see :class:`Settings`.
 
@@ -180,8 +185,7 @@ def solve(
         presolve = bool(presolve)
     elif presolve != "full":
         raise ValueError(f'presolve must be True, False or "full", not {presolve!r}')
-    if companion is not None:
-        companion = real_number("companion", companion, 0, 1)
+    share = None if companion == "auto" else real_number("companion", companion, 0, 1)
     limits = _Limits(time_limit, target, trial_limit)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
@@ -194,7 +198,8 @@ def solve(
         limits.target_of(made),
         limits.trials,
         _PRESOLVE[presolve],
-        companion,
+        share,
+        None if groups is None else made._groups(groups),
         found,
         [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)],
     )
@@ -378,6 +383,7 @@ class _Search:
             },
             objective=problem.objective(energy),
             source=problem.source,
+            bound=problem._bound(int(run.info["bound"])) if run.info.get("bound") else None,
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],
         )
@@ -385,7 +391,8 @@ class _Search:
     def _why(self) -> Status:
         """What was asked for from here goes before how the library took it, but not before a target."""
         ending = cast("Status | None", self.run.ending)
-        if self._status is None or ending == "target reached":
+        if self._status is None or ending in ("optimal", "target reached"):
             assert ending is not None
-            return ending
+            # The least of rounded coefficients need not be that of the true ones.
+            return "ended" if ending == "optimal" and self.problem.largest_error > 0 else ending
         return self._status
