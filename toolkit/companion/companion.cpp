@@ -1,5 +1,6 @@
 #include "toolkit/companion/companion.hpp"
 
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -14,6 +15,9 @@ CompanionOptions checked(const SparseQubo& qubo, CompanionOptions options) {
     if (options.threads < 1)
         throw InputError("a companion needs a thread, not " + std::to_string(options.threads));
     if (qubo.size() == 0) throw InputError("the problem has no variables");
+    if (qubo.neighbours.size() > std::numeric_limits<std::uint32_t>::max())
+        throw InputError("a companion holds less than 2^31 couplings, not " +
+                         std::to_string(qubo.couplings()));
     expect_groups(options.groups, qubo.size());
     return options;
 }

@@ -31,7 +31,8 @@ class Companion {
 
     /**
      * @param qubo outlives the companion
-     * @throws InputError when there are no threads or no variables, or the groups are wrong
+     * @throws InputError when there are no threads or no variables, too many couplings (2^31), or
+     *     the groups are wrong
      * @throws std::bad_alloc
      */
     Companion(const SparseQubo& qubo, CompanionOptions options);

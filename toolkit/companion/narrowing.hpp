@@ -27,7 +27,7 @@ struct Narrowing {
 
 Narrowing narrowing_of(const SparseQubo& qubo);
 
-/** The whole model for lanes. */
+/** The whole model for lanes. It has less than 2^31 couplings. */
 template <class T>
 Part<T> whole_of(const SparseQubo& qubo, const Narrowing& narrowing);
 

@@ -68,8 +68,11 @@ void Worker::publish_when_due() {
 
 void Worker::take_offers() {
     for (const Bits& offer : exchange_->offered(number_)) {
-        const Bits bits = accepted(offer);
-        if (merger_.merge(elite_, bits).gain > 0) merged_ = true;
+        // An elite that is being raised is to stay one of its own.
+        Solution& into = raising_ ? rival_ : elite_;
+        if (merger_.merge(into, accepted(offer)).gain == 0) continue;
+        merged_ = true;
+        if (raising_) exchange_->publish(rival_, true);
     }
 }
 
