@@ -31,9 +31,9 @@ void print(const Report& report, bool json) {
 
 int presolve(const PresolveCommand& command) {
     const Problem problem = read_problem(command.input, command.read);
-    const Presolved presolved = toolkit::presolve(
-        problem.weights.sparse(),
-        {.effort = command.full ? PresolveEffort::FULL : PresolveEffort::AUTO});
+    const Presolved presolved =
+        toolkit::presolve(problem.weights.sparse(),
+                          {.effort = command.full ? PresolveEffort::FULL : PresolveEffort::AUTO});
 
     std::ostringstream way_back;
     write_way_back(presolved, way_back);

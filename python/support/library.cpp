@@ -1,4 +1,6 @@
 // What does not depend on a problem: the last failure, the library, this machine.
+#include <string_view>
+
 #include <orvex/orvex.hpp>
 #include <orvex/plan.hpp>
 
@@ -34,9 +36,8 @@ ORVEX_PYTHON_API const char* orvex_python_failure_text() {
 /** What the library tells of itself: "version", "max_size"; and of the toolkit, "max_variables". */
 ORVEX_PYTHON_API const char* orvex_python_library(const char* key) {
     thread_local std::string text;
-    text = std::string_view(key) == "max_variables"
-               ? std::to_string(orvex::toolkit::MAX_VARIABLES)
-               : orvex::Solver(false).get(key);
+    text = std::string_view(key) == "max_variables" ? std::to_string(orvex::toolkit::MAX_VARIABLES)
+                                                    : orvex::Solver(false).get(key);
     return text.c_str();
 }
 

@@ -167,7 +167,8 @@ ORVEX_PYTHON_API void orvex_python_facts(const Problem* problem, ORVEX_PYTHON_FA
 ORVEX_PYTHON_API int orvex_python_plan(const Problem* problem, const ORVEX_PYTHON_OPTIONS* options,
                                        ORVEX_PYTHON_PLAN* plan) {
     return guarded(1, [&] {
-        if (problem->size > MAX_SIZE) {  // only what presolve leaves is searched, or by the companion
+        if (problem->size >
+            MAX_SIZE) {  // only what presolve leaves is searched, or by the companion
             *plan = {};
             return 0;
         }

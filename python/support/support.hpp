@@ -19,13 +19,13 @@ struct ORVEX_PYTHON_OPTIONS {
     const std::int64_t* trials;
     const char* const* settings;  ///< keys and values in turn, then null
     int engine_cycles;
-    int presolve;                ///< 0: off, 1: as chosen, 2: full
-    const double* companion;     ///< share of the processors, from 0 to 1
-    int groups;                  ///< one-hot groups; below 0: those that are found
+    int presolve;             ///< 0: off, 1: as chosen, 2: full
+    const double* companion;  ///< share of the processors, from 0 to 1
+    int groups;               ///< one-hot groups; below 0: those that are found
     const std::int32_t* group_sizes;
     const std::int32_t* group_members;  ///< of the first, then of the second, ...
     int starts, hints;                  ///< how many of each
-    const std::uint64_t* words;  ///< the bits of the starts, then of the hints
+    const std::uint64_t* words;         ///< the bits of the starts, then of the hints
 };
 
 namespace orvex::python {

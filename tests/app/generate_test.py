@@ -384,7 +384,7 @@ class Refusals(ProgramTest):
                 ("schedule --machines 2 --jobs 9 --time 8 OUT", "--time is 8, not from 9 to"),
                 ("k2000 --seed 2147483648 OUT", "--seed is 2147483648, not from 0"),
                 ("nonsense --size 5 OUT", "nonsense"),
-                ("", "a kind of model must be named")):
+                ("", "name a kind of model")):
             with self.subTest(words):
                 words = words.replace("OUT", str(self.folder / "m.qubo"))
                 self.assert_fails(orvex("generate", *words.split()), 2, text)

@@ -22,7 +22,7 @@ class Interrupt(ProgramTest):
         master, slave = pty.openpty()
         self.addCleanup(os.close, master)
         process = subprocess.Popen(
-            [PROGRAM, "solve", self.model, "--time-limit", "0", *map(str, words)],
+            [PROGRAM, "solve", self.model, "--presolve", "off", "--time-limit", "0", *map(str, words)],
             stdout=subprocess.PIPE, stderr=slave, text=True)
         os.close(slave)
         self.addCleanup(process.stdout.close)

@@ -17,6 +17,7 @@ from typing import TYPE_CHECKING, Any
 from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
 from ._presolve import Presolved, RuleUse
+from ._presolve import Presolved, RuleUse
 from ._problem import LargeProblemWarning, Problem, read
 from ._result import Result
 from ._settings import Settings
