@@ -1,34 +1,45 @@
-# The commands of the first hour. Each installs what it needs and is missing, having said what.
+# The commands of the first hour. Each says what it installs before it does.
 #
-#   make demo        builds the library with all 150 bands and solves a benchmark instance
+#   make demo        builds the library with all 150 bands and solves two benchmark instances
+#   make install     installs the program, the library and the headers; PREFIX=FOLDER says where
 #   make multi       builds the library with all 150 bands, for models of up to 65536 variables
 #   make test        builds and runs all tests
 #   make instances   solves all benchmark instances and writes docs/instances.md
 #   make bench       measures speed and times, other solvers beside, and writes docs/performance.md
 #
-# CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS=FOLDER is where the benchmark instances
-# are; without it those are taken that need no download.
+# CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS=FOLDER names a folder of benchmark
+# instances; without it, those are solved that need no download.
 BUILD := build
 PROGRAM := $(BUILD)/app/orvex
 CMAKE_FLAGS ?=
 BENCH_FLAGS ?=
 MODELS ?=
+PREFIX ?= $(shell test -w /usr/local/bin && echo /usr/local || echo "$$HOME/.local")
 
 # The tests are left out of a folder that is built for the demo alone: they need more packages.
 FIRST_BUILD = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-DORVEX_BUILD_TESTS=OFF)
 
-.PHONY: demo multi test instances bench program help
+# What of how much is done, and for how long it has gone on.
+export NINJA_STATUS ?= [%f of %t, %e s] 
+
+.PHONY: demo install multi test instances bench program help
 
 help:
 	@sed -n 's/^#   //p' Makefile
 
 program:
 	@tools/install-dependencies.sh demo
+	@if [ ! -x $(PROGRAM) ]; then echo "Building ORVEX: about a minute on two processors, once."; fi
 	cmake --preset release -DORVEX_BUILD_APP=ON $(FIRST_BUILD) $(CMAKE_FLAGS)
 	cmake --build $(BUILD) --target orvex_app
 
 demo: program
 	@app/demo.sh $(PROGRAM)
+
+install: program
+	cmake --build $(BUILD)
+	cmake --install $(BUILD) --prefix "$(PREFIX)" >$(BUILD)/install.log
+	@tools/after-install.sh "$(PREFIX)"
 
 # ORVEX_BANDS is set since a folder may have been configured for fewer.
 multi:

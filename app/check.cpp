@@ -8,6 +8,7 @@
 #include "app/report.hpp"
 #include "toolkit/io/read.hpp"
 #include "toolkit/model/memory.hpp"
+#include "toolkit/run/prepare.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -23,7 +24,7 @@ std::string range(Wide from, Wide to) {
 }
 
 Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional<Plan>& plan) {
-    Report facts;
+    Report facts = Report::object();
     facts["file"] = problem.file;
     add_convention(problem.convention, facts);
     facts["size"] = problem.size;
@@ -48,6 +49,10 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
         facts["memory_rows"] = plan->rows_bytes;
         if (plan->device_bytes > 0) facts["memory_device"] = plan->device_bytes;
     }
+    const Prepared prepared = prepare(problem, {});
+    facts["presolved_size"] = prepared.told.size;
+    facts["presolved_couplings"] = prepared.told.couplings;
+    facts["groups"] = prepared.told.groups;
     facts["memory_machine"] = machine_memory();
     facts["warnings"] = problem.warnings;
     return facts;
@@ -55,7 +60,7 @@ Report facts_of(const Problem& problem, int arithmetic_bits, const std::optional
 
 Report summary_of(const Problem& problem, const Report& facts) {
     const Bound& bound = problem.bound;
-    Report summary;
+    Report summary = Report::object();
     for (const char* key : {"file", "format", "index_base", "factor", "sense", "offset", "equation",
                             "note", "size", "entries", "nonzero"})
         if (facts.contains(key)) summary[key] = facts[key];
@@ -78,6 +83,9 @@ Report summary_of(const Problem& problem, const Report& facts) {
         summary["rows"] = facts["rows"].get<std::string>() +
                           (more > 0 ? ", in " + bytes_text(more) + " of it" : "");
     }
+    summary["after_presolve"] = facts["presolved_size"].dump() + " variables, " +
+                                facts["presolved_couplings"].dump() + " couplings";
+    summary["one_hot_groups"] = facts["groups"];
     summary["memory_of_machine"] = bytes_text(facts["memory_machine"]);
     return summary;
 }

@@ -22,8 +22,23 @@ struct SolveCommand {
     Settings params;     ///< of a key that is given twice the last value counts
     std::string start;   ///< file; empty: none
     std::string output;  ///< file; empty: none
+    std::string presolve = "auto";    ///< "auto", "off" or "full"
+    std::string companion = "auto";   ///< "auto" or the share of the processors, from 0 to 1
+    std::string groups;               ///< file; empty: as they are found
     bool json = false;
     bool quiet = false;
+};
+
+struct PresolveCommand {
+    std::string input, output;  ///< files of the problem and of what is left of it
+    ReadOptions read;
+    bool full = false;
+    bool json = false;
+};
+
+struct RestoreCommand {
+    std::string way_back, input, output;  ///< files: of "presolve", of a solution, to be written
+    bool json = false;
 };
 
 struct ConvertCommand {
@@ -36,6 +51,8 @@ struct ConvertCommand {
 int solve(const SolveCommand& command);
 int check(const std::string& file, const ReadOptions& read, bool json);
 int convert(const ConvertCommand& command);
+int presolve(const PresolveCommand& command);
+int restore(const RestoreCommand& command);
 int info(bool json);
 
 /** Words key=value as SolveCommand::params. @throws InputError */

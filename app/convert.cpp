@@ -20,7 +20,7 @@ int convert(const ConvertCommand& command) {
     to.write(problem, output);
     output.finish();
 
-    Report report;
+    Report report = Report::object();
     report["file"] = command.output;
     report["written_as"] = to.name;
     report["read_from"] = command.input;

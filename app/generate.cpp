@@ -1,15 +1,13 @@
 #include "app/generate.hpp"
 
-#include <cmath>
-#include <limits>
+#include <iostream>
 
 #include "app/exit_status.hpp"
+#include "app/generate_values.hpp"
 #include "toolkit/generate/matrices.hpp"
 #include "toolkit/generate/model_text.hpp"
-#include "toolkit/generate/sequences.hpp"
-#include "toolkit/io/model_file.hpp"
+#include "toolkit/generate/structures.hpp"
 #include "toolkit/model/errors.hpp"
-#include "toolkit/model/memory.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -25,57 +23,9 @@ Examples:
   orvex generate sparse --size 10000 --entries 50000 --smallest -9 --largest 9 - | orvex solve /dev/stdin
   orvex generate maxcut --size 800 --density 6 --seed 8001 G1.qubo
   orvex generate torus --rows 100 --columns 20 --signs 20003 G32.qubo
-  orvex generate planar --size 800 --density 99 --seed 8001 --second 8002 G14.qubo)";
-
-constexpr std::int64_t LARGEST_SEED = std::numeric_limits<std::int32_t>::max();
-
-std::int64_t within(const std::string& option, std::int64_t value, std::int64_t least,
-                    std::int64_t most) {
-    if (least <= value && value <= most) return value;
-    throw InputError(option + " is " + std::to_string(value) + ", not from " +
-                     std::to_string(least) + " to " + std::to_string(most));
-}
-
-int size_of(std::int64_t size, int least = 1) {
-    return static_cast<int>(within("--size", size, least, MAX_SIZE));
-}
-
-std::uint32_t graph_seed(const std::string& option, std::int64_t seed) {
-    return static_cast<std::uint32_t>(within(option, seed, 0, LARGEST_SEED));
-}
-
-double per_cent(double density) {
-    if (density >= 0 && density <= 100) return density;
-    throw InputError("--density is a number from 0 to 100, per cent");
-}
-
-Range range_of(std::int64_t smallest, std::int64_t largest) {
-    constexpr std::int64_t FARTHEST = std::numeric_limits<std::int64_t>::max() / 4;
-    within("--smallest", smallest, -FARTHEST, FARTHEST);
-    within("--largest", largest, -FARTHEST, FARTHEST);
-    if (smallest > largest) throw InputError("--smallest is above --largest");
-    if (largest - smallest > std::numeric_limits<std::uint32_t>::max())
-        throw InputError("--smallest and --largest lie 4294967296 or more apart");
-    return {smallest, largest};
-}
-
-/** How many of all pairs are asked for, by number or by density; halves are rounded up. */
-std::int64_t count_of(const std::string& option, std::optional<std::int64_t> count,
-                      std::optional<double> density, std::int64_t all) {
-    if (count.has_value() == density.has_value())
-        throw InputError("one of " + option + " and --density must be given");
-    if (count) return within(option, *count, 0, all);
-    return static_cast<std::int64_t>(
-        std::floor(static_cast<double>(all) * per_cent(*density) / 100 + 0.5));
-}
-
-/** A graph is kept as a list of edges, and another list while signs are drawn. */
-void expect_memory(std::int64_t edges) {
-    const long needed = edges * static_cast<long>(sizeof(Edge) + sizeof(std::size_t));
-    if (needed <= machine_memory()) return;
-    throw InputError(std::to_string(edges) + " edges take " + bytes_text(needed) +
-                     "; this machine has " + bytes_text(machine_memory()));
-}
+  orvex generate planar --size 800 --density 99 --seed 8001 --second 8002 G14.qubo
+  orvex generate lattice --rows 16 --columns 16 --layers 16 --closed --gaussian 1 spins.qubo
+  orvex generate colouring --size 200 --colours 4 --edges 800 colours.qubo)";
 
 }  // namespace
 
@@ -90,14 +40,18 @@ GenerateCommand::GenerateCommand(CLI::App& app)
     add_random_graph();
     add_torus();
     add_planar();
+    add_structures();
+    add_planted();
 }
 
 int GenerateCommand::run() {
-    if (!make_) throw InputError("a kind of model must be named; --help shows them");
+    if (!make_) throw InputError("name a kind of model; --help lists them");
     const Rows model = make_();
     OutputFile file(output_);
     write_model(model, file);
     file.finish();
+    // Standard output may be the model.
+    if (lowest_) std::cerr << "lowest energy  " << *lowest_ << std::endl;
     return EXIT_NORMAL;
 }
 
@@ -178,7 +132,7 @@ void GenerateCommand::add_sparse() {
             const std::int64_t all = std::int64_t{size} * (size + 1) / 2;
             const Range range = range_of(smallest_, largest_);
             if (range.smallest == 0 && range.largest == 0)
-                throw InputError("--smallest and --largest leave nothing but 0");
+                throw InputError("--smallest and --largest allow only 0");
             return sparse(size, count_of("--entries", count_, density_, all), range,
                           static_cast<std::uint64_t>(seed_.value_or(1)));
         });
@@ -191,7 +145,11 @@ void GenerateCommand::add_sparse() {
 }
 
 Rows GenerateCommand::graph_model(Graph graph) const {
+    if (signs_ && gaussian_) throw InputError("--signs and --gaussian exclude each other");
     if (signs_) draw_signs(graph, graph_seed("--signs", *signs_));
+    if (gaussian_)
+        draw_gaussian(graph, static_cast<int>(within("--deviation", deviation_, 1, 1'000'000)),
+                      static_cast<std::uint64_t>(*gaussian_));
     return max_cut(std::move(graph));
 }
 

@@ -10,6 +10,7 @@
 
 #include "app/cli.hpp"
 #include "toolkit/generate/graphs.hpp"
+#include "toolkit/generate/planted.hpp"
 
 namespace orvex::cli {
 
@@ -36,10 +37,25 @@ class GenerateCommand {
     void add_random_graph();
     void add_torus();
     void add_planar();
+    void add_structures();
+    void add_road();
+    void add_geometric();
+    void add_lattice();
+    void add_regular();
+    void add_planted();
+    void add_colouring();
+    void add_knapsack();
+    void add_assignments();
+    void add_schedule();
     void add_size(CLI::App* kind, bool required = true);
     void add_seed(CLI::App* kind);
     void add_range(CLI::App* kind);
     void add_signs(CLI::App* kind);
+    void add_gaussian(CLI::App* kind);
+    /** Options that must be given, as whole numbers. */
+    void add_number(CLI::App* kind, const char* name, std::int64_t& number, const char* what);
+    /** The model of a problem whose lowest energy is told when it is written. */
+    Rows known(Planted planted);
     Rows graph_model(Graph graph) const;
 
     CLI::App* command_;
@@ -49,6 +65,12 @@ class GenerateCommand {
     std::int64_t smallest_ = -100, largest_ = 100;
     std::optional<std::int64_t> seed_, second_, signs_, count_;
     std::optional<double> density_;
+    std::int64_t layers_ = 1, colours_ = 0, machines_ = 0, jobs_ = 0, time_ = 0;
+    std::int64_t deviation_ = 1000, most_ = 100, degree_ = 0;
+    double mean_degree_ = 2.6;
+    bool closed_ = false;
+    std::optional<std::int64_t> gaussian_;
+    std::optional<std::int64_t> lowest_;  // energy, where the kind knows it
 };
 
 }  // namespace orvex::cli

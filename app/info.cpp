@@ -44,7 +44,7 @@ int info(bool json) {
     const std::vector<Device> found = devices();
     const long memory = machine_memory();
 
-    Report report;
+    Report report = Report::object();
     report["solver"] = solver.get("solver");
     report["version"] = solver.get("version");
     report["license"] = solver.get("license");

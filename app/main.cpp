@@ -1,7 +1,12 @@
 // The program orvex: the command line, and the exit status for whatever goes wrong.
+#include <atomic>
+#include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <new>
 #include <string>
+#include <system_error>
+#include <unistd.h>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -42,12 +47,19 @@ Ctrl-C ends a run and still prints and writes the best solution; a second one qu
 struct CommandLine {
     CLI::App app{"Solves QUBO problems: minimises the sum over i <= j of W[i][j] x[i] x[j]."};
     CLI::App* solve = app.add_subcommand("solve", "search for the bit vector of lowest energy");
-    CLI::App* check = app.add_subcommand("check", "validate a model file, tell what a run takes");
+    CLI::App* check =
+        app.add_subcommand("check", "check a problem's file and show what a run needs");
     CLI::App* convert = app.add_subcommand("convert", "write a problem's file in another format");
-    CLI::App* info = app.add_subcommand("info", "tell what this build is and where it runs");
+    CLI::App* presolve =
+        app.add_subcommand("presolve", "write what exact reductions leave of a problem");
+    CLI::App* restore = app.add_subcommand(
+        "restore", "turn a solution of what presolve left into one of the problem");
+    CLI::App* info = app.add_subcommand("info", "show what this build is and where it runs");
     GenerateCommand generate{app};
     SolveCommand options;
     ConvertCommand conversion;
+    PresolveCommand reduction;
+    RestoreCommand restoration;
     std::string sense;
     std::vector<std::string> params;
 
@@ -65,9 +77,10 @@ struct CommandLine {
                 ->type_name("");
         describe_solve();
         describe_convert();
-        for (CLI::App* command : {solve, check, convert})
+        describe_presolve();
+        for (CLI::App* command : {solve, check, convert, presolve})
             describe_reading(command);
-        for (CLI::App* command : {solve, check, convert, info})
+        for (CLI::App* command : {solve, check, convert, presolve, restore, info})
             command->add_flag("--json", options.json,
                               "result as one JSON object on standard output");
     }
@@ -88,6 +101,21 @@ struct CommandLine {
                          "be repeated")
             ->type_name("KEY=VALUE")
             ->allow_extra_args(false);
+        solve
+            ->add_option("--presolve", options.presolve,
+                         "exact reductions before the search: auto, off or full")
+            ->check(CLI::IsMember({"auto", "off", "full"}))
+            ->type_name("EFFORT");
+        solve
+            ->add_option("--companion", options.companion,
+                         "share of the processors for the companion, which works on parts of "
+                         "structured models: from 0 (none) to 1 (all), or auto")
+            ->type_name("SHARE");
+        solve
+            ->add_option("--groups", options.groups,
+                         "one-hot groups for the companion: a line of variables for each group of "
+                         "which exactly one is 1; at most one where the line begins with <=")
+            ->type_name("FILE");
         solve->add_option("--start", options.start, "begin with the solution in this file")
             ->type_name("FILE");
         solve->add_option("--output", options.output, "write the solution and its results here")
@@ -110,10 +138,32 @@ struct CommandLine {
             ->type_name("FORMAT");
     }
 
+    void describe_presolve() {
+        presolve->footer(
+            "Beside OUT the way back is written to OUT.back: \"orvex restore\" takes it and a\n"
+            "solution of OUT, and writes one of IN.");
+        presolve->add_option("IN", reduction.input, "file of a problem")->required()->type_name("");
+        presolve
+            ->add_option("OUT", reduction.output,
+                         "file to write, compressed if its name ends in .gz")
+            ->required()
+            ->type_name("");
+        presolve->add_flag("--full", reduction.full, "all rules, however long they take");
+        restore->add_option("BACK", restoration.way_back, "the way back, of \"orvex presolve\"")
+            ->required()
+            ->type_name("");
+        restore->add_option("IN", restoration.input, "file of a solution of the reduced problem")
+            ->required()
+            ->type_name("");
+        restore->add_option("OUT", restoration.output, "file for the solution of the problem")
+            ->required()
+            ->type_name("");
+    }
+
     void describe_reading(CLI::App* command) {
         command
             ->add_option("--from", options.read.format,
-                         "format of the file, where its contents do not tell it: " + format_names())
+                         "format of the file, if its contents leave it open: " + format_names())
             ->type_name("FORMAT");
         command
             ->add_option(
@@ -127,7 +177,7 @@ struct CommandLine {
             ->type_name("P");
         command
             ->add_option("--sense", sense,
-                         "what is wanted, where the format leaves it open (" +
+                         "whether to minimise or maximise, if the format leaves it open (" +
                              format_names(&Format::leaves_sense_open) + "); min by default")
             ->check(CLI::IsMember({"min", "max"}))
             ->type_name("SENSE");
@@ -136,17 +186,26 @@ struct CommandLine {
     int run() {
         options.params = parse_params(params);
         if (!sense.empty()) options.read.maximised = sense == "max";
+        options.read.note = [this](const std::string& text) {
+            if (!options.quiet) std::cerr << text << std::endl;
+        };
         conversion.read = options.read;
         conversion.json = options.json;
         if (*solve) return cli::solve(options);
         if (*check) return cli::check(options.file, options.read, options.json);
         if (*convert) return cli::convert(conversion);
+        reduction.read = options.read;
+        reduction.json = restoration.json = options.json;
+        if (*presolve) return cli::presolve(reduction);
+        if (*restore) return cli::restore(restoration);
         if (generate.chosen()) return generate.run();
         return cli::info(options.json);
     }
 };
 
-int fail(int status, const std::string& text) {
+constexpr const char* NO_MEMORY = "Error: not enough memory\n";
+
+int fail(int status, const char* text) {
     std::cerr << "Error: " << text << std::endl;
     return status;
 }
@@ -158,11 +217,44 @@ int main_of(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return line.app.exit(error) == 0 ? EXIT_NORMAL : EXIT_BAD_INPUT;
     }
+    const int status = line.run();
+    if (status == EXIT_NORMAL && !std::cout.flush())
+        return fail(EXIT_NOT_WRITTEN, "Cannot write to standard output");
+    return status;
+}
+
+/** Whether what ends the process is a lack of memory. */
+bool memory_lacks() {
+    // On its way out of the library an exception meets threads that still run, and ends the process
+    // before anyone has caught it. Nothing but a lack of memory throws there.
+    if (!std::current_exception()) return std::uncaught_exceptions() > 0;
     try {
-        const int status = line.run();
-        if (status == EXIT_NORMAL && !std::cout.flush())
-            return fail(EXIT_NOT_WRITTEN, "Cannot write to standard output");
-        return status;
+        throw;
+    } catch (const std::bad_alloc&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+/**
+ * Ends the process where no caller can: a thread of the library, or a destructor, lacks memory.
+ * Anything else is an error of the program and leaves its trace.
+ */
+[[noreturn]] void end_where_nobody_catches() {
+    static std::atomic_flag ended;
+    if (!memory_lacks()) std::abort();
+    if (ended.test_and_set())
+        for (;;)
+            pause();  // another thread was first
+    std::cerr << NO_MEMORY;
+    _exit(EXIT_REFUSED);
+}
+
+/** Nothing here allocates: memory may be what is missing. */
+int guarded_main_of(int argc, char** argv) {
+    try {
+        return main_of(argc, argv);
     } catch (const InputError& error) {
         return fail(EXIT_BAD_INPUT, error.what());
     } catch (const EnergyMismatch& error) {
@@ -172,7 +264,10 @@ int main_of(int argc, char** argv) {
     } catch (const NoDevice& error) {
         return fail(EXIT_REFUSED, error.what());
     } catch (const std::bad_alloc&) {
-        return fail(EXIT_REFUSED, "not enough memory");
+        std::cerr << NO_MEMORY;
+        return EXIT_REFUSED;
+    } catch (const std::system_error& error) {  // a thread that cannot be started
+        return fail(EXIT_REFUSED, error.what());
     }
 }
 
@@ -180,5 +275,6 @@ int main_of(int argc, char** argv) {
 }  // namespace orvex::cli
 
 int main(int argc, char** argv) {
-    return orvex::cli::main_of(argc, argv);
+    std::set_terminate(orvex::cli::end_where_nobody_catches);
+    return orvex::cli::guarded_main_of(argc, argv);
 }

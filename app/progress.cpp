@@ -1,5 +1,7 @@
 #include "app/progress.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -43,14 +45,22 @@ std::string rate_text(double per_second) {
     return formatted("%.4g G", per_second);
 }
 
+std::string duration_text(double seconds) {
+    if (seconds < 99.95) return formatted("%.1f s", seconds);
+    const long whole = std::lround(seconds);
+    const long hours = whole / 3600, minutes = whole / 60 % 60;
+    return hours > 0 ? formatted("%ld h %02ld min", hours, minutes)
+                     : formatted("%ld min %02ld s", minutes, whole % 60);
+}
+
 std::string live_line(const Moment& moment, int columns) {
-    std::string line = formatted("%.1f s", moment.elapsed);
-    if (moment.limit > 0) {
-        const double left = moment.limit - moment.elapsed;
-        line += formatted(", %.1f s left", left > 0 ? left : 0);
-    }
+    std::string line = duration_text(moment.elapsed);
+    line += moment.limit > 0
+                ? ", " + duration_text(std::max(moment.limit - moment.elapsed, 0.0)) + " left"
+                : ", no time limit (Ctrl-C ends)";
     if (moment.has_best)
-        line += formatted(" | best %ld found at %.3f s", moment.best, moment.best_time);
+        line +=
+            formatted(" | best %ld", moment.best) + " found at " + duration_text(moment.best_time);
     else
         line += " | no result yet";
     line += " | " + flips_text(moment);

@@ -18,6 +18,9 @@ std::string live_line(const Moment& moment, int columns);
 /** The line of a log. */
 std::string log_line(const Moment& moment);
 
+/** A duration as it is read at a glance: "4.0 s", "12 min 05 s", "3 h 20 min". */
+std::string duration_text(double seconds);
+
 /** A rate with the prefix that leaves three digits, such as "12.3 M" or "850 ". */
 std::string rate_text(double per_second);
 

@@ -7,7 +7,11 @@
 namespace orvex::cli {
 namespace {
 
+/** How a number is kept that the library of JSON cannot: as an object of its digits. */
+constexpr const char* DIGITS = "digits";
+
 std::string text_of(const Report& value) {
+    if (value.is_object()) return value[DIGITS].get<std::string>();
     if (value.is_string()) return value.get<std::string>();
     if (value.is_null()) return "none";
     if (!value.is_array()) return value.dump();
@@ -28,7 +32,7 @@ std::string label_of(std::string key) {
 
 Report number(Wide wide) {
     const auto narrow = static_cast<long>(wide);
-    return narrow == wide ? Report(narrow) : Report(to_string(wide));
+    return narrow == wide ? Report(narrow) : Report{{DIGITS, to_string(wide)}};
 }
 
 void add_convention(const Convention& convention, Report& report) {
@@ -52,18 +56,30 @@ void print_text(const Report& report, std::ostream& out) {
 }
 
 void print_json(const Report& report, std::ostream& out) {
-    // A file's name need not be UTF-8; what is not is replaced.
-    out << report.dump(-1, ' ', false, Report::error_handler_t::replace) << std::endl;
+    std::string separator = "{";
+    for (const auto& [key, value] : report.items()) {
+        // A file's name need not be UTF-8; what is not is replaced.
+        out << separator << '"' << key << "\":"
+            << (value.is_object() ? text_of(value)
+                                  : value.dump(-1, ' ', false, Report::error_handler_t::replace));
+        separator = ",";
+    }
+    out << '}' << std::endl;
 }
 
 void print_key_values(const Report& report, std::ostream& out) {
     for (const auto& [key, value] : report.items()) {
-        if (!value.is_array()) {
+        const bool lists = value.is_array() && !value.empty() && value[0].is_array();
+        if (!lists) {
             out << key << "=" << text_of(value) << "\n";
             continue;
         }
-        for (const Report& element : value)
-            out << key << "=" << text_of(element) << "\n";
+        for (const Report& list : value) {
+            std::string line;
+            for (const Report& element : list)
+                line += (line.empty() ? "" : ",") + text_of(element);
+            out << key << "=" << line << "\n";
+        }
     }
 }
 

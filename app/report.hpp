@@ -12,9 +12,11 @@
 
 namespace orvex::cli {
 
+/** To be made as Report::object(): one that becomes an object with its first value cannot be taken
+ * apart where that value lacks memory. */
 using Report = nlohmann::ordered_json;
 
-/** A number where it is one for JSON too, else its digits: a sum may be wider than 64 bits. */
+/** A whole number, which may be wider than 64 bits: a number in JSON all the same. */
 Report number(Wide wide);
 
 /** What the numbers of a file mean, as "format", "index_base", "factor" and so on. */
@@ -26,7 +28,8 @@ void print_text(const Report& report, std::ostream& out);
 /** One object on one line. */
 void print_json(const Report& report, std::ostream& out);
 
-/** key=value lines; a list gives a line for each of its elements. */
+/** key=value lines; a list of lists gives a line for each of them, its elements joined by commas.
+ */
 void print_key_values(const Report& report, std::ostream& out);
 
 }  // namespace orvex::cli

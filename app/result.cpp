@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -20,44 +21,113 @@ Report seconds_of(const std::string& text) {
     return text.empty() ? Report() : Report(std::stod(text));
 }
 
+/** What the library tells of its run; none where it made none. */
+Report text_of(const Sol& solution, const char* key) {
+    const std::string text = solution.get(key);
+    return text.empty() ? Report() : Report(text);
+}
+Report whole_number_of(const Sol& solution, const char* key) {
+    const std::string text = solution.get(key);
+    return text.empty() ? Report() : Report(std::stol(text));
+}
+
 std::string with_unit(const Report& seconds) {
     return seconds.is_null() ? "none" : seconds.dump() + " s";
 }
 
+/** Whole numbers with blanks between them, as the library writes a pair of settings. */
+Report numbers_in(const std::string& text) {
+    Report numbers = Report::array();
+    std::istringstream words(text);
+    for (long number = 0; words >> number;)
+        numbers.push_back(number);
+    return numbers;
+}
+
+/** The library's lines "seconds,energy", each as a pair of numbers. */
 Report log_of(const Sol& solution) {
     Report lines = Report::array();
     std::istringstream log(solution.impl().log.str());
-    for (std::string line; std::getline(log, line);)
-        lines.push_back(line);
+    for (std::string line; std::getline(log, line);) {
+        const std::size_t comma = line.find(',');
+        lines.push_back({std::stod(line.substr(0, comma)), std::stol(line.substr(comma + 1))});
+    }
     return lines;
+}
+
+std::string rule_text(const RuleUse& use) {
+    char text[160];
+    std::snprintf(text, sizeof(text), "%s: %ld variables, %.4f s", use.rule, use.nodes,
+                  use.seconds);
+    return text;
+}
+
+void add_preparation(const Preparation& preparation, Report& report) {
+    report["searched_size"] = preparation.size;
+    report["searched_couplings"] = preparation.couplings;
+    report["presolve_time"] = std::round(preparation.presolve_time * 1e6) / 1e6;
+    report["presolve_rules"] = rules_of(preparation.rules);
+    report["groups"] = preparation.groups;
+    report["companion_threads"] = preparation.companion_threads;
 }
 
 }  // namespace
 
+Report rules_of(const std::vector<RuleUse>& rules) {
+    Report lines = Report::array();
+    for (const RuleUse& use : rules)
+        if (use.nodes > 0) lines.push_back(rule_text(use));
+    return lines;
+}
+
+std::vector<std::string> lines_of(const Preparation& preparation, int size) {
+    std::vector<std::string> lines;
+    const auto number_text = [](long number) { return std::to_string(number); };
+    if (preparation.size < size) {
+        char seconds[32];
+        std::snprintf(seconds, sizeof(seconds), "%.3f s", preparation.presolve_time);
+        lines.push_back("presolve: " + number_text(preparation.size) + " variables and " +
+                        number_text(preparation.couplings) + " couplings are left, " + seconds);
+        for (const RuleUse& use : preparation.rules)
+            if (use.nodes > 0) lines.push_back("  " + rule_text(use));
+    }
+    if (preparation.companion_threads > 0)
+        lines.push_back("companion: " + number_text(preparation.companion_threads) + " threads" +
+                        (preparation.groups > 0
+                             ? ", " + number_text(preparation.groups) + " one-hot groups"
+                             : "") +
+                        (preparation.library ? "" : ", alone"));
+    return lines;
+}
+
 Report report_of(const Problem& problem, const Result& result, const std::optional<long>& target,
                  double read_time) {
     const Sol& solution = result.solution;
-    Report report;
+    Report report = Report::object();
     report["file"] = problem.file;
     report["size"] = problem.size;
     report["energy"] = result.energy;
     report["objective"] = number(problem.convention.objective_at(result.energy));
     add_convention(problem.convention, report);
     report["status"] = text_of(result.ending);
+    report["bound"] = result.bound ? number(*result.bound) : Report();
+    report["found_by"] = text_of(result.history.back().source);
     if (target) {
         report["target"] = *target;
         report["target_reached"] = result.energy <= *target;
     }
+    add_preparation(result.preparation, report);
     report["tts"] = seconds_of(solution.get("tts"));
     report["runtime"] = seconds_of(solution.get("runtime"));
     report["kernel_time"] = seconds_of(solution.get("kernel_time"));
     report["load_time"] = std::round((read_time + result.load_time) * 1e6) / 1e6;
     report["total_flips"] = std::stol(solution.get("total_flips"));
-    report["band"] = result.plan.band();
-    report["device"] = solution.get("gpu");
-    report["search_cycles"] = solution.get("search_cycles");
-    report["tabu_cycles"] = std::stol(solution.get("tabu_cycles"));
-    report["solution_proximity"] = std::stol(solution.get("solution_proximity"));
+    report["companion_flips"] = result.companion_flips;
+    report["band"] = result.plan ? Report(result.plan->band()) : Report();
+    report["device"] = text_of(solution, "gpu");
+    report["search_cycles"] = numbers_in(solution.get("search_cycles"));
+    report["tabu_cycles"] = whole_number_of(solution, "tabu_cycles");
+    report["solution_proximity"] = whole_number_of(solution, "solution_proximity");
     report["version"] = solution.get("version");
     const Report log = log_of(solution);
     if (!log.empty()) report["log"] = log;
@@ -65,15 +135,19 @@ Report report_of(const Problem& problem, const Result& result, const std::option
 }
 
 Report summary_of(const Report& report) {
-    Report summary;
+    Report summary = Report::object();
     summary["energy"] = report["energy"];
     if (report["format"] != Convention{}.format) summary["objective"] = report["objective"];
     summary["status"] = report["status"];
     summary["time_to_solution"] = with_unit(report["tts"]);
     summary["run_time"] = with_unit(report["runtime"]);
-    summary["flips"] = report["total_flips"];
-    summary["band"] = report["band"];
-    summary["device"] = report["device"];
+    summary["found_by"] = report["found_by"];
+    if (!report["band"].is_null()) {
+        summary["flips"] = report["total_flips"];
+        summary["band"] = report["band"];
+        summary["device"] = report["device"];
+    }
+    if (report["companion_flips"] != 0) summary["companion_flips"] = report["companion_flips"];
     return summary;
 }
 

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <orvex/orvex.hpp>
 
@@ -15,6 +16,12 @@ namespace orvex::cli {
 /** Everything about a search but the bits. Times are in seconds. */
 Report report_of(const Problem& problem, const Result& result, const std::optional<long>& target,
                  double read_time);
+
+/** The rules of presolve that took out anything, a line for each. */
+Report rules_of(const std::vector<RuleUse>& rules);
+
+/** What the search works on and with, in lines for people. */
+std::vector<std::string> lines_of(const Preparation& preparation, int size);
 
 /** What a user wants to read. */
 Report summary_of(const Report& report);

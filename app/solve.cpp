@@ -10,6 +10,7 @@
 #include "app/progress.hpp"
 #include "app/result.hpp"
 #include "toolkit/io/formats/input_file.hpp"
+#include "toolkit/io/groups_file.hpp"
 #include "toolkit/io/solution.hpp"
 #include "toolkit/model/errors.hpp"
 #include "toolkit/settings/check_settings.hpp"
@@ -40,13 +41,19 @@ class Screen : public Events {
 
     void warned(const std::string& text) override { note("Warning: " + text); }
 
-    void planned(const Plan& plan, const Settings&) override {
+    void prepared(const Preparation& preparation) override {
         for (const std::string& warning : problem_.warnings)
             warned(warning);
         note(problem_.file + ": " + std::to_string(problem_.size) + " variables, " +
-             std::to_string(problem_.entries) + " entries, band " + plan.band() + ", " + plan.rows +
-             " rows");
+             std::to_string(problem_.entries) + " entries");
         if (!problem_.convention.is_own()) note(problem_.file + ": " + problem_.convention.text());
+        for (const std::string& line : lines_of(preparation, problem_.size))
+            note(line);
+    }
+
+    void planned(const Plan& plan, const Settings&) override {
+        note("search: band " + plan.band() + ", " + plan.rows + " rows, " +
+             std::to_string(plan.islands * plan.blocks_per_island * plan.devices) + " blocks");
     }
 
     void began(const Moment& moment, Steering& steering) override {
@@ -86,11 +93,25 @@ class Screen : public Events {
     Progress progress_;
 };
 
+double share_of(const std::string& text) {
+    char* end = nullptr;
+    const double share = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0')
+        throw InputError("--companion takes a share from 0 to 1 or auto, not \"" + text + "\"");
+    return share;
+}
+
 SolveOptions options_of(const SolveCommand& command, const Problem& problem) {
     SolveOptions options{.time_limit = command.time_limit,
                          .target = command.target,
                          .trials = command.trials,
                          .settings = command.params};
+    options.presolve = command.presolve == "off"    ? PresolveEffort::OFF
+                       : command.presolve == "full" ? PresolveEffort::FULL
+                                                    : PresolveEffort::AUTO;
+    if (command.companion != "auto") options.companion = share_of(command.companion);
+    if (!command.groups.empty())
+        options.groups = read_groups(command.groups, problem.convention.index_base, problem.size);
     if (!command.start.empty())
         options.starts.push_back(read_solution(command.start, problem.size));
     return options;

@@ -12,6 +12,13 @@ if(TARGET orvex_toolkit)
 endif()
 install(DIRECTORY include/orvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${without_toolkit})
 
+# The examples, as documents: sources to copy and build.
+install(FILES examples/solve.cpp examples/callback.cpp examples/flat.c
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+if(TARGET orvex_toolkit)
+  install(FILES examples/toolkit.cpp DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+endif()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvex)
 install(EXPORT orvex NAMESPACE orvex:: FILE orvex-targets.cmake DESTINATION ${package_dir})
 configure_package_config_file(cmake/orvex-config.cmake.in "${PROJECT_BINARY_DIR}/orvex-config.cmake"

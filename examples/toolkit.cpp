@@ -1,4 +1,6 @@
-// Solves a problem's file without ever ending the process: what is wrong comes as an exception.
+// Solves a problem's file without ever ending the process: whatever is wrong, a bad setting too,
+// comes as an exception.
+#include <exception>
 #include <iostream>
 
 #include <orvex/toolkit.hpp>
@@ -17,11 +19,19 @@ class Watch : public toolkit::Events {
 int main(int argc, char** argv) {
     try {
         const toolkit::Problem problem = toolkit::read_problem(argc > 1 ? argv[1] : "model.qubo");
+
+        // The library alone would end the process here; the toolkit says what is wrong.
+        try {
+            toolkit::solve(problem, {.settings = {{"time_limit", "soon"}}});
+        } catch (const toolkit::InputError& error) {
+            std::cout << "refused: " << error.what() << "\n";
+        }
+
         Watch watch;
         const toolkit::Result result = toolkit::solve(problem, {.time_limit = 2}, watch);
         std::cout << "energy " << result.energy << ", " << toolkit::text_of(result.ending) << ", "
                   << result.plan.rows << " rows\n";
-    } catch (const toolkit::InputError& error) {
+    } catch (const std::exception& error) {  // a file, a problem, a lack of memory or of a device
         std::cerr << error.what() << "\n";
         return 1;
     }

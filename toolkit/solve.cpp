@@ -2,27 +2,28 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 #include <utility>
 
-#include "toolkit/model/energy.hpp"
-#include "toolkit/model/memory.hpp"
+#include "toolkit/companion/companion.hpp"
+#include "toolkit/run/companion_run.hpp"
+#include "toolkit/run/library_run.hpp"
+#include "toolkit/run/prepare.hpp"
+#include "toolkit/run/record.hpp"
 #include "toolkit/run/run_settings.hpp"
-#include "toolkit/run/watcher.hpp"
 #include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::toolkit {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Limits = std::numeric_limits<long>;
 
 double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-std::string of_problem(const Problem& problem) {
-    return problem.file.empty() ? "" : problem.file + ": ";
 }
 
 // ---- open ----------------------------------------------------------------------------------
@@ -36,50 +37,17 @@ void expect_bits(const std::vector<Sol>& solutions, const char* name, int size) 
 }
 
 void expect_sound(const Problem& problem, const SolveOptions& options) {
-    if (Watcher::in_event())
+    if (Record::in_event())
         throw std::logic_error("solve() inside an event of a search would wait for itself");
-    if (!problem.model) throw InputError("the problem has no model");
+    if (problem.weights.empty()) throw InputError("the problem has no weights");
+    if (problem.bound.lowest_energy < Limits::min() || problem.bound.highest_energy > Limits::max())
+        throw InputError("energies may lie between " + to_string(problem.bound.lowest_energy) +
+                         " and " + to_string(problem.bound.highest_energy) +
+                         ", which does not fit into 64 bits");
     expect_settings(options.settings);
     expect_bits(options.starts, "start", problem.size);
     expect_bits(options.hints, "hint", problem.size);
-}
-
-// ---- plan ----------------------------------------------------------------------------------
-
-void expect_memory(const Problem& problem, const Plan& plan, Events& events) {
-    const std::uint64_t needed = problem.model_bytes() + plan.host_bytes();
-    const std::string need = of_problem(problem) + "a run needs " + bytes_text(needed);
-    const auto machine = static_cast<std::uint64_t>(machine_memory());
-    const auto left = static_cast<std::uint64_t>(free_memory());
-    if (needed > machine)
-        throw MemoryShortage(need + " of memory; this machine has " + bytes_text(machine));
-    // The model is there already.
-    if (plan.host_bytes() > left)
-        events.warned(need + " of memory, of which " + bytes_text(left + problem.model_bytes()) +
-                      " are free");
-    for (const Device& device : devices())
-        if (plan.device_bytes > device.memory)
-            throw MemoryShortage(of_problem(problem) + "a run needs " +
-                                 bytes_text(plan.device_bytes) + " of a device's memory; " +
-                                 device.name + " has " + bytes_text(device.memory));
-}
-
-Plan plan_of(const Problem& problem, const RunSettings& settings, Events& events) {
-    const std::optional<Plan> plan =
-        problem.plan(settings.arithmetic_bits, plan_request_of(settings));
-    if (!plan)
-        throw InputError(of_problem(problem) + "this build of the library cannot solve " +
-                         std::to_string(problem.size) + " variables with weights of " +
-                         std::to_string(problem.width) + " bits and energies of " +
-                         std::to_string(settings.arithmetic_bits));
-    if (plan->devices == 0)
-        throw NoDevice(
-            "this build of the library searches on GPUs, and there is none that it can use: no GPU "
-            "is visible, or its driver is missing or too old. A build for processors needs none");
-    if (plan->islands == 0)
-        throw InputError("islands_per_gpu and blocks_per_island give a shape that cannot run");
-    expect_memory(problem, *plan, events);
-    return *plan;
+    if (options.groups) expect_groups(*options.groups, problem.size);
 }
 
 /** The starts with their energies, the best first. */
@@ -87,44 +55,67 @@ std::vector<Found> scored(const Problem& problem, const std::vector<Sol>& starts
     std::vector<Found> found;
     for (const Sol& start : starts)
         found.push_back(
-            {0, static_cast<long>(exact_energy(*problem.model, start, problem.size)), start});
+            {0, static_cast<long>(problem.weights.energy(start)), start, Source::START});
     std::stable_sort(found.begin(), found.end(),
                      [](const Found& a, const Found& b) { return a.energy < b.energy; });
     return found;
 }
 
-// ---- run -----------------------------------------------------------------------------------
+// ---- settle --------------------------------------------------------------------------------
 
-Sol run(const Problem& problem, const RunSettings& settings, Watcher& watcher) {
-    Param param;
-    for (const auto& [key, value] : settings.params)
-        param.set(key, value);
-    param.set(watcher);
-    const Solver solver(false);
-    if (watcher.history().empty()) return solver(*problem.model, param);
-    const Sol start = watcher.history().front().solution;
-    return solver(*problem.model, param, start);
+/** The caller's options in the terms of the searched model. */
+SolveOptions searched_options(const View& view, SolveOptions options) {
+    const auto translated = [&](long energy) {
+        const Wide searched = view.searched_energy(energy);
+        return static_cast<long>(std::clamp(searched, Wide{Limits::min()}, Wide{Limits::max()}));
+    };
+    if (options.target) options.target = translated(*options.target);
+    const auto given = options.settings.find("target_energy");
+    if (given != options.settings.end())
+        given->second = std::to_string(translated(std::strtol(given->second.c_str(), nullptr, 10)));
+    return options;
 }
 
-// ---- verify --------------------------------------------------------------------------------
-
-/** Adds up the energy of the library's result and compares it with what the library reports. */
-void verify(const Problem& problem, const Sol& solution) {
-    const Wide exact = exact_energy(*problem.model, solution, problem.size);
-    const long reported = std::stol(solution.get("energy"));
-    // A run that was ended before its first result reports the start solution and no energy.
-    const bool nothing_found =
-        solution.get("tts").empty() && reported == std::numeric_limits<long>::max();
-    if (exact != reported && !nothing_found)
-        throw EnergyMismatch("Internal error: the run reports the energy " +
-                             std::to_string(reported) + ", but its solution has the energy " +
-                             to_string(exact));
+Record::Limits limits_of(const RunSettings& settings, const SolveOptions& options, const View& view,
+                         const Crew& crew) {
+    Record::Limits limits{.shown = settings.time_limit, .abort = settings.abort};
+    // The library ends a run at whole seconds by itself.
+    if (!crew.library && settings.time_limit > 0) limits.abort = settings.time_limit;
+    limits.target = options.target;
+    const auto given = options.settings.find("target_energy");
+    if (given != options.settings.end())
+        limits.target = std::strtol(given->second.c_str(), nullptr, 10);
+    if (view.presolved() != nullptr) limits.bound = view.presolved()->bound();
+    return limits;
 }
 
-/** A start may be better than what a short run has found since. */
-void put_bits(Sol& solution, const Found& best) {
-    std::copy_n(best.solution.impl().data.get(), solution.impl().words, solution.impl().data.get());
+// ---- tell ----------------------------------------------------------------------------------
+
+std::string seconds_text(double seconds) {
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.6f", seconds);
+    return text;
+}
+
+/** The best solution of the record, with what a run of the library tells, or what stands for it. */
+Sol told(const Record& record, const Sol* librarys, double search_time) {
+    const Found& best = record.history().back();
+    Sol solution = best.solution;
+    Sol::Impl& to = solution.impl();
+    if (librarys != nullptr) {
+        to.attrs = librarys->impl().attrs;
+        to.env = librarys->impl().env;
+        to.log << librarys->impl().log.str();
+    } else {
+        to.attrs = {{"runtime", seconds_text(search_time)}, {"kernel_time", seconds_text(0)}};
+        to.env = {{"total_flips", "0"}};
+        to.env["version"] = Solver(false).get("version");
+    }
+    solution.set("solver", "orvex");
+    solution.set("size", std::to_string(to.bits));
     solution.set("energy", std::to_string(best.energy));
+    solution.set("tts", seconds_text(best.time));
+    return solution;
 }
 
 }  // namespace
@@ -132,37 +123,60 @@ void put_bits(Sol& solution, const Found& best) {
 Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
     const Clock::time_point begin = Clock::now();
     expect_sound(problem, options);
-    const RunSettings settings = settings_for(options, problem);
-    const Plan plan = plan_of(problem, settings, events);
-    events.planned(plan, settings.params);
-    Watcher watcher(problem, {settings.time_limit, settings.abort, settings.target},
-                    scored(problem, options.starts), options.hints, events);
+    const Prepared prepared = prepare(problem, options);
+    const View& view = prepared.view;
+    const Crew& crew = prepared.crew;
+    const Problem& searched = view.searched();
+    const bool anything_left = searched.size > 0;
+    RunSettings settings = anything_left ? settings_for(searched_options(view, options), searched)
+                                         : settings_for(options, problem);
+    make_room(crew, settings.params);
+    const Record::Limits limits = limits_of(settings, options, view, crew);
+    Record record(view, limits, scored(problem, options.starts), options.hints, events);
 
-    const LibraryLock library;
-    problem.residency.claim(library);
-    const Clock::time_point entered = Clock::now();
-    Sol solution = run(problem, settings, watcher);
-    const double in_library = seconds_since(entered);
-    watcher.rethrow();
+    Result result;
+    result.preparation = prepared.told;
+    events.prepared(result.preparation);
+    std::optional<Companion> companion;
+    if (crew.companion_threads > 0)
+        companion.emplace(
+            searched.weights.sparse(),
+            CompanionOptions{.threads = crew.companion_threads, .groups = prepared.groups});
+    std::optional<Sol> start, librarys;
+    if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
+    if (start && companion) companion->offer(bits_of(*start));
 
-    verify(problem, solution);
-    const double search_time = std::stod(solution.get("runtime"));
-    const double load_time =
-        std::chrono::duration<double>(entered - begin).count() + in_library - search_time;
-    const std::string found_time = solution.get("tts");
-    watcher.take(solution, found_time.empty() ? search_time : std::stod(found_time));
-    const Found& best = watcher.history().back();
-    put_bits(solution, best);
-    const long energy = best.energy;
-    const Ending ending = watcher.ending().value_or(ending_of(settings, energy, search_time));
-    return {.solution = std::move(solution),
-            .energy = energy,
-            .ending = ending,
-            .history = watcher.history(),
-            .plan = plan,
-            .parameters = settings.params,
-            .load_time = load_time,
-            .search_time = search_time};
+    const Clock::time_point searching = Clock::now();
+    if (!anything_left) {
+        record.begin();
+        record.take(Sol(0), Source::PRESOLVE);
+        record.tell();
+        result.search_time = seconds_since(searching);
+    } else if (crew.library) {
+        result.plan = plan_of(searched, settings, events);
+        result.parameters = settings.params;
+        if (limits.target) result.parameters["target_energy"] = std::to_string(*limits.target);
+        events.planned(*result.plan, result.parameters);
+        LibraryResult run = run_library(searched, settings, start ? &*start : nullptr, record,
+                                        companion ? &*companion : nullptr);
+        librarys = std::move(run.solution);
+        result.search_time = run.search_time;
+    } else {
+        run_companion(record, *companion);
+        result.search_time = seconds_since(searching);
+    }
+    result.load_time = seconds_since(begin) - result.search_time;
+
+    result.solution = told(record, librarys ? &*librarys : nullptr, result.search_time);
+    result.history = record.bests_in_time();
+    result.energy = result.history.back().energy;
+    result.bound = limits.bound;
+    settings.target = limits.target;
+    result.ending =
+        record.ending().value_or(ending_of(settings, result.energy, result.search_time));
+    if (limits.bound && result.energy <= *limits.bound) result.ending = Ending::OPTIMAL;
+    if (companion) result.companion_flips = companion->attempted_flips();
+    return result;
 }
 
 Result solve(const Problem& problem, const SolveOptions& options) {

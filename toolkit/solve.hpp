@@ -3,7 +3,7 @@
 // it for is found out before, and thrown.
 #pragma once
 
-#include <stdexcept>
+#include <optional>
 #include <vector>
 
 #include <orvex/orvex.hpp>
@@ -18,26 +18,17 @@ namespace orvex::toolkit {
 
 /** What a search brought. */
 struct Result {
-    Sol solution;   ///< the best; with what the library tells of it and of the run, by get(key)
-    long energy;    ///< its energy, added up from the bits
-    Ending ending;  ///< why the search ended
-    std::vector<Found> history;  ///< every new best, the last of them the solution
-    Plan plan;                   ///< what the run was
-    Settings parameters;         ///< what the library was given
-    double load_time;            ///< seconds until the search began
-    double search_time;          ///< seconds from then until the library had returned
-};
-
-/** The library reports another energy than its solution has: an error of the library itself. */
-class EnergyMismatch : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
-/** There is no device to search on. */
-class NoDevice : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
+    Sol solution;     ///< the best; with what the library tells of it and of the run, by get(key)
+    long energy = 0;  ///< its energy, added up from the bits
+    Ending ending = Ending::ENDED;  ///< why the search ended
+    std::vector<Found> history;     ///< every new best, the last of them the solution
+    std::optional<Wide> bound;      ///< no energy of the problem is below, where that is known
+    Preparation preparation;        ///< what was searched, and by whom
+    std::optional<Plan> plan;       ///< what the library's run was, if it searched
+    Settings parameters;            ///< what the library was given
+    long companion_flips = 0;       ///< flips that the companion tried
+    double load_time = 0;           ///< seconds until the search began
+    double search_time = 0;         ///< seconds from then until its end
 };
 
 /**

@@ -119,6 +119,12 @@ struct ORVEX_API Callback::Impl {
     unsigned char hint_ready = 0;       ///< the hint algorithm may be selected
     Sol hint;                           ///< the solution given by the caller
     long run_flips = 0;                 ///< flips of the run so far; filled before an event
+    /**
+     * End the run at once, as "kill" does, asked for outside of events: the one field that any
+     * thread may write at any time, as a relaxed atomic. It is looked at some ten times a second
+     * where no result comes in, and cleared when it is carried out.
+     */
+    unsigned char end_at_once = 0;
 };
 
 }  // namespace orvex

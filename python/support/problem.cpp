@@ -1,5 +1,6 @@
 // Problems: made of arrays, terms and files, what is known of them, their energies.
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -7,7 +8,7 @@
 #include "support.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/model/build.hpp"
-#include "toolkit/model/energy.hpp"
+#include "toolkit/model/scaling.hpp"
 #include "toolkit/run/run_settings.hpp"
 
 using namespace orvex::python;
@@ -16,6 +17,7 @@ using namespace orvex::toolkit;
 namespace {
 
 constexpr Problem* NO_PROBLEM = nullptr;
+constexpr double NO_ENERGY = std::numeric_limits<double>::quiet_NaN();
 
 Problem* kept(Problem problem) {
     return std::make_unique<Problem>(std::move(problem)).release();
@@ -65,6 +67,58 @@ ORVEX_PYTHON_API Problem* orvex_python_from_terms(std::uint32_t n, std::uint64_t
     });
 }
 
+/** The sum of real terms, and how integers were made of it. */
+ORVEX_PYTHON_API Problem* orvex_python_from_real_terms(std::uint32_t n, std::uint64_t count,
+                                                       const std::uint32_t* pairs,
+                                                       const double* values, Scaling* scaling) {
+    return guarded(NO_PROBLEM, [&] {
+        return kept(problem_of_real_terms(static_cast<int>(n), {pairs, 2 * count}, {values, count},
+                                          *scaling));
+    });
+}
+
+/** The upper triangle of a matrix of real numbers, and how integers were made of it. */
+ORVEX_PYTHON_API Problem* orvex_python_from_real_triangle(std::uint32_t n, const double* elements,
+                                                          Scaling* scaling) {
+    return guarded(NO_PROBLEM, [&] {
+        return kept(problem_of_real_triangle(static_cast<int>(n), elements, *scaling));
+    });
+}
+
+/** The energy of a solution by real terms; no number where it cannot be added up. */
+ORVEX_PYTHON_API double orvex_python_energy_of_terms(std::uint32_t n, std::uint64_t count,
+                                                     const std::uint32_t* pairs,
+                                                     const double* values,
+                                                     const std::uint64_t* words) {
+    return guarded(NO_ENERGY, [&] {
+        return real_energy({pairs, 2 * count}, {values, count},
+                           solution_of(static_cast<int>(n), words));
+    });
+}
+
+/** The same by a square matrix, all of whose elements count. */
+ORVEX_PYTHON_API double orvex_python_energy_of_matrix(std::uint32_t n, const double* elements,
+                                                      const std::uint64_t* words) {
+    return guarded(NO_ENERGY, [&] {
+        const int size = static_cast<int>(n);
+        return real_energy(size, elements, solution_of(size, words));
+    });
+}
+
+/**
+ * The weights of a problem that are not 0, as orvex_python_from_terms() takes them.
+ *
+ * @param pairs, values have room for as many as the facts tell
+ */
+ORVEX_PYTHON_API void orvex_python_terms(const Problem* problem, std::uint32_t* pairs,
+                                         std::int64_t* values) {
+    problem->weights.for_each([&](int i, int j, long weight) {
+        *pairs++ = static_cast<std::uint32_t>(i);
+        *pairs++ = static_cast<std::uint32_t>(j);
+        *values++ = weight;
+    });
+}
+
 /**
  * A file in any format.
  *
@@ -81,7 +135,6 @@ ORVEX_PYTHON_API Problem* orvex_python_from_file(const char* path, const char* f
         if (penalty != nullptr) options.penalty = *penalty;
         if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
         InputFile file(path, options);
-        expect_model_memory(file.size(), file.width());
         return kept(file.read());
     });
 }
@@ -134,7 +187,6 @@ ORVEX_PYTHON_API int orvex_python_plan(const Problem* problem, const ORVEX_PYTHO
 /** An energy of a problem that can be searched, so that it fits. */
 ORVEX_PYTHON_API std::int64_t orvex_python_energy(const Problem* problem,
                                                   const std::uint64_t* words) {
-    orvex::Sol solution(problem->size);
-    std::copy_n(words, solution.impl().words, solution.impl().data.get());
-    return static_cast<std::int64_t>(exact_energy(*problem->model, solution, problem->size));
+    const orvex::Sol solution = solution_of(problem->size, words);
+    return static_cast<std::int64_t>(problem->weights.energy(solution));
 }

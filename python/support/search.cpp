@@ -28,12 +28,6 @@ namespace {
 
 constexpr Result* NO_RESULT = nullptr;
 
-orvex::Sol solution_of(int size, const std::uint64_t* words) {
-    orvex::Sol solution(size);
-    std::copy_n(words, solution.impl().words, solution.impl().data.get());
-    return solution;
-}
-
 /**
  * Forwards what the library's threads tell, and not that a search begins: that comes on the thread
  * that holds the library. Python may let go of a problem whenever it runs, and a problem's end asks
@@ -58,6 +52,12 @@ class Forwarder : public Events {
 
 namespace orvex::python {
 
+Sol solution_of(int size, const std::uint64_t* words) {
+    Sol solution(size);
+    std::copy_n(words, solution.impl().words, solution.impl().data.get());
+    return solution;
+}
+
 SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& given) {
     SolveOptions options;
     if (given.time_limit != nullptr) options.time_limit = *given.time_limit;
@@ -66,6 +66,10 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
     for (const char* const* text = given.settings; *text != nullptr; text += 2)
         options.settings[text[0]] = text[1];
     options.engine_cycles = given.engine_cycles != 0;
+    options.presolve = given.presolve == 0   ? PresolveEffort::OFF
+                       : given.presolve == 1 ? PresolveEffort::AUTO
+                                             : PresolveEffort::FULL;
+    if (given.companion != nullptr) options.companion = *given.companion;
     const std::uint64_t* words = given.words;
     const auto take = [&](std::vector<Sol>& solutions, int count) {
         for (; count > 0; --count, words += (problem.size + 63) / 64)
@@ -97,6 +101,14 @@ ORVEX_PYTHON_API void orvex_python_stop(Steering* steering) {
 ORVEX_PYTHON_API void orvex_python_hint(Steering* steering, const Problem* problem,
                                         const std::uint64_t* words) {
     steering->hint(solution_of(problem->size, words));
+}
+
+/** Changes a setting of the search, within an event; the package has checked it. */
+ORVEX_PYTHON_API void orvex_python_change(Steering* steering, const char* key, const char* value) {
+    static_cast<void>(guarded(1, [&] {
+        steering->change(key, value);
+        return 0;
+    }));
 }
 
 ORVEX_PYTHON_API void orvex_python_summary(const Result* result, ORVEX_PYTHON_SUMMARY* summary) {

@@ -19,6 +19,8 @@ struct ORVEX_PYTHON_OPTIONS {
     const std::int64_t* trials;
     const char* const* settings;  ///< keys and values in turn, then null
     int engine_cycles;
+    int presolve;                ///< 0: off, 1: as chosen, 2: full
+    const double* companion;     ///< share of the processors, from 0 to 1
     int starts, hints;           ///< how many of each
     const std::uint64_t* words;  ///< the bits of the starts, then of the hints
 };
@@ -29,6 +31,9 @@ namespace orvex::python {
 enum class Failure { NONE, INPUT, MEMORY, LIBRARY };
 
 void fail(Failure failure, const char* text);
+
+/** A solution of these bits. */
+Sol solution_of(int size, const std::uint64_t* words);
 
 toolkit::SolveOptions options_of(const toolkit::Problem& problem,
                                  const ORVEX_PYTHON_OPTIONS& options);

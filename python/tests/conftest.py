@@ -1,9 +1,15 @@
 """What the tests share."""
 
+import functools
 import itertools
 
 import numpy as np
 import pytest
+
+import orvex
+
+#: A search that the library has to do, however small the problem is.
+library_alone = functools.partial(orvex.solve, presolve=False, companion=0)
 
 
 def random_matrix(size: int, largest: int = 100, seed: int = 1) -> np.ndarray:

@@ -1,11 +1,14 @@
 """Settings are checked before the library sees them: it would end the process."""
 
+import pydoc
+import re
 from typing import get_args
 
 import numpy as np
 import pytest
 
 import orvex
+from conftest import library_alone as solve
 from conftest import random_matrix
 from orvex import _library
 from orvex._settings import (
@@ -49,6 +52,19 @@ GOOD = {
 
 def test_every_setting_is_documented_and_checked():
     assert set(GOOD) == set(_CHECKS) == set(orvex.Settings.__annotations__)
+
+
+def test_the_help_tells_of_every_setting():
+    shown = pydoc.plain(pydoc.render_doc(orvex.Settings))
+    listed = re.findall(r"^ \|  (\w+)\n \|      \S", shown, re.MULTILINE)
+    assert [name for name in listed if name[0] != "_"] == list(orvex.Settings.__annotations__)
+
+
+@pytest.mark.parametrize("name", ["search_cycles", "restart_duration", "restart_nobest"])
+@pytest.mark.parametrize("wrong", [{1: 2, 3: 4}, {1, 2}, {0: 1, 1: 2}])
+def test_what_has_no_order_is_no_pair(name, wrong, matrix):
+    with pytest.raises(ValueError, match=f"{name} must be two numbers in order"):
+        solve(matrix, **{name: wrong})
 
 
 def test_every_setting_is_a_parameter_of_the_library():
@@ -107,7 +123,7 @@ def test_settings_exclude_each_other_where_they_settle_the_same():
 
 @pytest.mark.parametrize("name", GOOD)
 def test_good_settings_reach_the_search(name, matrix):
-    assert orvex.solve(matrix, trial_limit=50, **{name: GOOD[name]}).status == "trial limit"
+    assert solve(matrix, trial_limit=50, **{name: GOOD[name]}).status == "trial limit"
 
 
 WRONG = [None.__class__, "soon", "1 2", b"1", float("nan"), float("inf"), -(2**70), 2**70, (1,), (1, 2, 3),
@@ -137,27 +153,27 @@ def test_values_out_of_range_are_refused(name, wrong):
 
 def test_unknown_settings_name_the_nearest(matrix):
     with pytest.raises(TypeError, match="no setting 'time_limits'; did you mean 'time_limit'"):
-        orvex.solve(matrix, time_limits=5)
+        solve(matrix, time_limits=5)
     with pytest.raises(TypeError, match="no setting 'tabu'; did you mean 'tabu_cycles'"):
-        orvex.solve(matrix, tabu=5)
+        solve(matrix, tabu=5)
     with pytest.raises(TypeError, match="no setting 'gpu'; did you mean 'gpus'"):
-        orvex.solve(matrix, gpu=1)
+        solve(matrix, gpu=1)
 
 
 def test_gpus_are_counted_before_the_library_is_asked_for_them(matrix, monkeypatch):
     with pytest.raises(ValueError, match="gpus must be from 1 to [0-9]*, not 1000"):
-        orvex.solve(matrix, gpus=1000)
+        solve(matrix, gpus=1000)
     problem = orvex.Problem(matrix)
     for gpus in (1, None, 1):
-        assert orvex.solve(problem, trial_limit=5, gpus=gpus).status == "trial limit"
+        assert solve(problem, trial_limit=5, gpus=gpus).status == "trial limit"
     monkeypatch.setattr("orvex._library.device_count", lambda: 0)
     with pytest.raises(RuntimeError, match="searches on GPUs, and there is none that it can use"):
-        orvex.solve(matrix, trial_limit=5)
+        solve(matrix, trial_limit=5)
 
 
 def test_settings_that_contradict_each_other_are_refused(matrix):
     with pytest.raises(ValueError, match="batch_factor and search_cycles cannot be set together"):
-        orvex.solve(matrix, batch_factor=1.0, search_cycles=(100, 20))
+        solve(matrix, batch_factor=1.0, search_cycles=(100, 20))
 
 
 @pytest.mark.parametrize(
@@ -171,38 +187,38 @@ def test_settings_that_contradict_each_other_are_refused(matrix):
 )  # fmt: skip
 def test_wrong_arguments_are_refused(name, wrong, matrix):
     with pytest.raises((ValueError, TypeError)):
-        orvex.solve(matrix, **{name: wrong})
+        solve(matrix, **{name: wrong})
 
 
 def test_energies_of_too_few_bits_are_refused():
     wide = np.full((4, 4), 2**30)
     with pytest.raises(ValueError, match="arithmetic_bits=32 is not enough"):
-        orvex.solve(np.triu(wide), arithmetic_bits=32)
-    assert orvex.solve(-np.triu(wide), target=-10 * 2**30, time_limit=20).energy == -10 * 2**30
+        solve(np.triu(wide), arithmetic_bits=32)
+    assert solve(-np.triu(wide), target=-10 * 2**30, time_limit=20).energy == -10 * 2**30
 
 
 def test_the_lowest_weight_of_32_bits_is_searched_right():
-    result = orvex.solve([[-(2**31), 2**31 - 1], [0, -5]], target=-(2**31), time_limit=20)
+    result = solve([[-(2**31), 2**31 - 1], [0, -5]], target=-(2**31), time_limit=20)
     assert result.energy == -(2**31)
     assert result.info["solver_bits"] == "64"
 
 
 def test_search_cycles_are_the_engines_own_on_demand(matrix):
-    result = orvex.solve(matrix, search_cycles="default", trial_limit=50)
+    result = solve(matrix, search_cycles="default", trial_limit=50)
     assert result.info["search_cycles"] == "100 20"
-    assert orvex.solve(matrix, search_cycles=(300, 40), trial_limit=9).info["search_cycles"] == "300 40"
+    assert solve(matrix, search_cycles=(300, 40), trial_limit=9).info["search_cycles"] == "300 40"
 
 
 def test_search_cycles_are_the_command_line_callers_choice():
     """Many short searches for general couplings, the engine's own rule for penalties."""
     general = random_matrix(200)
-    assert orvex.solve(general, trial_limit=9).info["search_cycles"] == "2000 20"
-    assert orvex.solve(abs(general), trial_limit=9).info["search_cycles"] == "200 40"
+    assert solve(general, trial_limit=9).info["search_cycles"] == "2000 20"
+    assert solve(abs(general), trial_limit=9).info["search_cycles"] == "200 40"
 
 
 def test_what_is_set_goes_before_the_choice():
     general = random_matrix(200)
-    result = orvex.solve(general, trial_limit=9, search_cycles_factor=(1.5, 0.25))
+    result = solve(general, trial_limit=9, search_cycles_factor=(1.5, 0.25))
     assert result.info["search_cycles"] == "300 50"
-    result = orvex.solve(general, trial_limit=9, tabu_cycles=3)
+    result = solve(general, trial_limit=9, tabu_cycles=3)
     assert result.info["search_cycles"] == "2000 20"

@@ -31,6 +31,9 @@ struct GLOBAL_VARS : RUN_STATE {
     /** Delivers "init", "new" or "alarm", if wanted, and carries out the requests it leaves. */
     void callback_func(const std::string& event, ISLAND& island);
 
+    /** Ends the run at once if the callback's owner has asked for it between events. */
+    void obeyOwner();
+
     BAND& band;
     void* wmat = nullptr;          ///< page-locked host matrix
     bool owns_wmat = true;         ///< freed with this object unless passed on to the session
@@ -42,6 +45,7 @@ struct GLOBAL_VARS : RUN_STATE {
     HOST_THREADS* host_threads = nullptr;  ///< on main_program's stack
 
   private:
+    void endAtOnce();
     void takeRequests(ISLAND& island);
 };
 

@@ -66,8 +66,7 @@ void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     set_relaxed(hint_ready, requests.hint_ready);
 
     if (requests.kill_request) {
-        set_relaxed(killed, true);
-        dev_threads->kill();
+        endAtOnce();
         requests.kill_request = 0;
     } else if (requests.abort_request) {
         set_relaxed(stop_code, 1);
@@ -76,6 +75,19 @@ void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     } else {
         takeRequests(island);
     }
+}
+
+void GLOBAL_VARS::obeyOwner() {
+    if (!callback || relaxed(callback->impl().end_at_once) == 0) return;
+    const std::lock_guard lock(band.callback_mutex);
+    if (!relaxed(killed)) endAtOnce();
+    set_relaxed(callback->impl().end_at_once, static_cast<unsigned char>(0));
+}
+
+/** Under the lock of the events. */
+void GLOBAL_VARS::endAtOnce() {
+    set_relaxed(killed, true);
+    dev_threads->kill();
 }
 
 void GLOBAL_VARS::takeRequests(ISLAND& island) {

@@ -133,6 +133,7 @@ void ISLAND::device2host() {
         const std::int64_t ticket = lookAtTicket(slot.ticket);
         if (static_cast<std::uint64_t>(ticket) > static_cast<std::uint64_t>(received)) break;
         wait_for_ticket(&slot.ticket, ticket, delay);
+        run.obeyOwner();
         if (relaxed(run.killed)) return;
         if (delay < LONG_DELAY) delay *= 2;
     }

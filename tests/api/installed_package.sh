@@ -8,6 +8,13 @@ trap 'rm -rf "$work"' EXIT
 
 cmake --install "$build_dir" --prefix "$work/prefix" >"$work/install.log"
 
+if [ -x "$build_dir/app/orvex" ]; then
+    PATH=$work/prefix/bin:$PATH orvex --version
+fi
+
+# What is installed is what its users build.
+examples=$(dirname "$(find "$work/prefix" -path '*/examples/solve.cpp')")
+
 cat >"$work/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
 project(consumer LANGUAGES CXX)
@@ -22,14 +29,16 @@ if(TARGET orvex::toolkit)
 endif()
 CMAKE
 cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
-    -DCMAKE_CXX_COMPILER="$compiler" -DEXAMPLES="$source_dir/examples" >"$work/configure.log"
+    -DCMAKE_CXX_COMPILER="$compiler" -DEXAMPLES="$examples" >"$work/configure.log"
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/build/solve"
 "$work/build/callback" | tail -n 1
 toolkit=$([ -x "$work/build/toolkit" ] && echo yes || echo no)
 if [ "$toolkit" = yes ]; then
     printf '3 3 -2 4\n0 0 -2\n1 1 -1\n0 1 4\n' >"$work/model.qubo"
-    "$work/build/toolkit" "$work/model.qubo" | tail -n 1 | grep "^energy -2, "
+    "$work/build/toolkit" "$work/model.qubo" >"$work/toolkit.log"
+    grep "^refused: time_limit must be an integer from 0 to 4294967295, not \"soon\"" "$work/toolkit.log"
+    tail -n 1 "$work/toolkit.log" | grep "^energy -2, "
     ! "$work/build/toolkit" "$work/missing.qubo" 2>"$work/refusal"  # an error, not the end
     grep "No such file" "$work/refusal"
 fi
@@ -37,15 +46,14 @@ fi
 pkgconfig=$(dirname "$(find "$work/prefix" -name orvex.pc)")
 export PKG_CONFIG_PATH=$pkgconfig
 # shellcheck disable=SC2046
-"$compiler" -std=c++20 "$source_dir/examples/solve.cpp" $(pkg-config --cflags --libs orvex) \
-    -o "$work/solve-pkg-config"
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir orvex) "$work/solve-pkg-config"
+"$compiler" -std=c++20 "$examples/solve.cpp" $(pkg-config --cflags --libs orvex) \
+    $(pkg-config --variable=rpath orvex) -o "$work/solve-pkg-config"
+env -u LD_LIBRARY_PATH "$work/solve-pkg-config"
 if [ "$toolkit" = yes ]; then
     # shellcheck disable=SC2046
-    "$compiler" -std=c++20 "$source_dir/examples/toolkit.cpp" \
-        $(pkg-config --cflags --libs orvex-toolkit) -o "$work/toolkit-pkg-config"
-    LD_LIBRARY_PATH=$(pkg-config --variable=libdir orvex) \
-        "$work/toolkit-pkg-config" "$work/model.qubo" | grep "^energy -2, "
+    "$compiler" -std=c++20 "$examples/toolkit.cpp" $(pkg-config --cflags --libs orvex-toolkit) \
+        $(pkg-config --variable=rpath orvex-toolkit) -o "$work/toolkit-pkg-config"
+    env -u LD_LIBRARY_PATH "$work/toolkit-pkg-config" "$work/model.qubo" | grep "^energy -2, "
 fi
 
 python3 - "$source_dir" <<'PYTHON'

@@ -40,7 +40,7 @@ class Check(ProgramTest):
         run = self.check(model_text(2, {(0, 0): -2**63, (1, 1): -2**63}), "--json")
         facts = json.loads(run.stdout)
         self.assertEqual(facts["arithmetic_bits"], 128)
-        self.assertEqual(facts["lowest_energy_bound"], str(-2**64))
+        self.assertEqual(facts["lowest_energy_bound"], -2**64)
         self.assertIn("not even 64-bit arithmetic is proven", run.stderr)
 
     def test_warnings_go_to_standard_error(self):
@@ -66,7 +66,7 @@ class Check(ProgramTest):
 
 class Memory(ProgramTest):
     def test_a_model_that_is_too_large_is_refused_before_it_is_read(self):
-        path = self.write("large.qubo", f"65536 1 0 {2**62}\n0 0 1\n")
+        path = self.write("large.qubo", f"65536 {2**30} 0 {2**62}\n0 0 1\n")
         machine = json.loads(orvex("info", "--json").stdout)["memory"]
         if machine >= 2 * 65536**2 * 8:
             self.skipTest("this machine has the memory")
@@ -75,6 +75,12 @@ class Memory(ProgramTest):
             self.assert_fails(orvex("solve", path, timeout=5), 2, "a run needs 64.1 GiB of memory")
         if machine < 65536**2 * 8:
             self.assert_fails(orvex("check", path, timeout=5), 2, "takes 32 GiB; this machine has")
+
+    def test_a_sparse_model_takes_no_matrix_until_it_is_searched(self):
+        path = self.write("large.qubo", f"1000000 2 0 {2**62}\n0 999999 1\n0 0 {2**62}\n")
+        run = orvex("check", path, timeout=20)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertIn("no band of this build holds the model", run.stderr)
 
 
 class Info(unittest.TestCase):

@@ -127,8 +127,7 @@ class Convert(ProgramTest):
 
     def test_a_format_that_contents_do_not_tell(self):
         run, target = self.convert("2 1\n1 2 3\n")
-        self.assert_refused(run, target, "do not tell whether it is maxcut (Max-Cut graph (rudy, "
-                                         "G-set, .mc)) or biqmac (Biq Mac sparse matrix)")
+        self.assert_refused(run, target, "Add --from maxcut (in Python, format=\"maxcut\") for ")
 
     def test_a_target_that_cannot_be_written(self):
         source = self.write("source", "1 0 0 0\n")
@@ -237,7 +236,7 @@ class Documentation(ProgramTest):
     def test_every_format_is_there(self):
         shown = orvex("convert", "--help").stdout
         names = re.sub(r"\s+", " ", shown)
-        names = re.search(r"do not tell it: ([a-z, ]*[a-z])", names).group(1).split(", ")
+        names = re.search(r"leave it open: ([a-z, ]*[a-z])", names).group(1).split(", ")
         self.assertEqual(names, [name for name, _ in self.SECTION.findall(self.PAGE)])
 
     def test_examples_are_read_as_the_page_says(self):

@@ -37,14 +37,23 @@ TEST(Rate, HasThreeDigits) {
     EXPECT_EQ(rate_text(5e9), "5 G");
 }
 
+TEST(Duration, IsReadAtAGlance) {
+    EXPECT_EQ(duration_text(0.04), "0.0 s");
+    EXPECT_EQ(duration_text(99.94), "99.9 s");
+    EXPECT_EQ(duration_text(99.96), "1 min 40 s");
+    EXPECT_EQ(duration_text(725), "12 min 05 s");
+    EXPECT_EQ(duration_text(3599.6), "1 h 00 min");
+    EXPECT_EQ(duration_text(4294967295), "1193046 h 28 min");
+}
+
 TEST(LiveLine, TellsTimesBestAndRate) {
     EXPECT_EQ(live_line({.elapsed = 2, .limit = 10, .flips = 3'000'000}, 200),
               "2.0 s, 8.0 s left | no result yet | 1.50 Mflips/s");
     Moment later = moment(4, -77, 1.25);
-    EXPECT_EQ(live_line(later, 200),
-              "4.0 s, 6.0 s left | best -77 found at 1.250 s | 750 kflips/s");
+    EXPECT_EQ(live_line(later, 200), "4.0 s, 6.0 s left | best -77 found at 1.2 s | 750 kflips/s");
     later.limit = 0;
-    EXPECT_EQ(live_line(later, 200), "4.0 s | best -77 found at 1.250 s | 750 kflips/s");
+    EXPECT_EQ(live_line(later, 200),
+              "4.0 s, no time limit (Ctrl-C ends) | best -77 found at 1.2 s | 750 kflips/s");
     later.limit = 3;
     EXPECT_EQ(live_line(later, 200).substr(0, 17), "4.0 s, 0.0 s left");
 }

@@ -46,8 +46,8 @@ TEST(Solution, IsReadFromTheFirstLine) {
 TEST(Solution, ThatIsNoneIsRefused) {
     EXPECT_THAT(refusal("011\n", 4), HasSubstr("has 4 digits; there are 3"));
     EXPECT_THAT(refusal("01101\n", 4), HasSubstr("has 4 digits; there are 5"));
-    EXPECT_THAT(refusal("01x0\n", 4), HasSubstr("character 3 is another"));
-    EXPECT_THAT(refusal("0 110\n", 4), HasSubstr("character 2 is another"));
+    EXPECT_THAT(refusal("01x0\n", 4), HasSubstr("character 3 is neither"));
+    EXPECT_THAT(refusal("0 110\n", 4), HasSubstr("character 2 is neither"));
     EXPECT_THAT(refusal("\n0110\n", 4), HasSubstr("there are 0"));
     EXPECT_THAT(refusal("", 4), HasSubstr("it is empty"));
     EXPECT_THROW(read_solution("/nowhere/start", 4), InputError);
@@ -58,18 +58,32 @@ TEST(Report, HasThreeForms) {
     report["energy"] = -5;
     report["target_reached"] = true;
     report["tts"] = nullptr;
-    report["log"] = {"0.1,-4", "0.2,-5"};
+    report["log"] = {{0.1, -4}, {0.2, -5}};
     std::ostringstream text, json, pairs;
     print_text(report, text);
     print_json(report, json);
     print_key_values(report, pairs);
     EXPECT_EQ(text.str(),
               "energy          -5\ntarget reached  true\ntts             none\n"
-              "log             0.1,-4 0.2,-5\n");
+              "log             0.1 -4 0.2 -5\n");
     EXPECT_EQ(json.str(),
               "{\"energy\":-5,\"target_reached\":true,\"tts\":null,"
-              "\"log\":[\"0.1,-4\",\"0.2,-5\"]}\n");
+              "\"log\":[[0.1,-4],[0.2,-5]]}\n");
     EXPECT_EQ(pairs.str(), "energy=-5\ntarget_reached=true\ntts=none\nlog=0.1,-4\nlog=0.2,-5\n");
+}
+
+/** JSON sets no limit to a number, and most of its readers know none. */
+TEST(Report, WideNumbersAreNumbers) {
+    Report report = Report::object();
+    report["bound"] = number(Wide{1} << 70);
+    report["pair"] = {1, 2};
+    std::ostringstream text, json, pairs;
+    print_text(report, text);
+    print_json(report, json);
+    print_key_values(report, pairs);
+    EXPECT_EQ(text.str(), "bound  1180591620717411303424\npair   1 2\n");
+    EXPECT_EQ(json.str(), "{\"bound\":1180591620717411303424,\"pair\":[1,2]}\n");
+    EXPECT_EQ(pairs.str(), "bound=1180591620717411303424\npair=1 2\n");
 }
 
 TEST(Report, ANameThatIsNoUtf8IsStillJson) {

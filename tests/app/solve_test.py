@@ -16,15 +16,15 @@ class Solve(ProgramTest):
         self.model = self.write("model.qubo", model_text(12, self.weights))
 
     def solve(self, *words):
-        return orvex("solve", self.model, *words)
+        return orvex("solve", self.model, "--presolve", "off", *words)
 
     def test_prints_what_it_found(self):
         run = self.solve("--target", self.lowest, "--time-limit", 20)
         self.assertEqual(run.returncode, 0, run.stderr)
         shown = dict(line.split("  ", 1) for line in run.stdout.splitlines())
         shown = {key: value.strip() for key, value in shown.items()}
-        self.assertEqual(list(shown), ["energy", "status", "time to solution", "run time", "flips",
-                                       "band", "device"])
+        self.assertEqual(list(shown), ["energy", "status", "time to solution", "run time", "found by",
+                                       "flips", "band", "device"])
         self.assertEqual(int(shown["energy"]), self.lowest)
         self.assertEqual(shown["status"], "target reached")
         self.assertEqual(shown["band"], "qb64_32_32")
@@ -68,7 +68,7 @@ class Solve(ProgramTest):
 
     def test_a_target_of_zero_is_a_target(self):
         model = self.write("positive.qubo", model_text(3, {(0, 0): 5, (1, 1): 2, (0, 2): 1}))
-        run = orvex("solve", model, "--target", 0, "--time-limit", 60, "--json")
+        run = orvex("solve", model, "--target", 0, "--time-limit", 60, "--json", "--presolve", "off")
         result = json.loads(run.stdout)
         self.assertEqual((result["status"], result["energy"]), ("target reached", 0))
         self.assertLess(result["runtime"], 30)
@@ -91,12 +91,19 @@ class Solve(ProgramTest):
         self.assert_fails(self.solve("--start", self.write("short", "0101\n")), 2,
                           "a solution of this model has 12 digits; there are 4")
         self.assert_fails(self.solve("--start", self.folder / "missing"), 2, "Cannot read")
+        self.assert_fails(self.solve("--start", self.write("empty", "")), 2, "it is empty")
+        self.assert_fails(self.solve("--start", self.folder), 2, "Is a directory")
+
+    def test_a_start_is_read_no_further_than_a_solution_goes(self):
+        self.assert_fails(self.solve("--start", self.write("long", "01" * 500_000)), 2,
+                          "a solution of this model has 12 digits; there are at least 76")
+        self.assert_fails(self.solve("--start", "/dev/zero"), 2, "character 1 is neither")
 
     def test_parameters_reach_the_library(self):
         run = self.solve("--trials", 50, "--json", "--param", "search_cycles=777 33",
                          "--param", "tabu_cycles=5")
         result = json.loads(run.stdout)
-        self.assertEqual(result["search_cycles"], "777 33")
+        self.assertEqual(result["search_cycles"], [777, 33])
         self.assertEqual(result["tabu_cycles"], 5)
 
     def test_parameters_go_before_options(self):
@@ -120,7 +127,7 @@ class Solve(ProgramTest):
         output = self.folder / "result"
         run = self.solve("--trials", 100, "--param", "log=1", "--json", "--output", output)
         log = json.loads(run.stdout)["log"]
-        energies = [int(line.split(",")[1]) for line in log]
+        energies = [energy for seconds, energy in log]
         self.assertEqual(energies, sorted(energies, reverse=True))
         self.assertEqual(energies[-1], json.loads(run.stdout)["energy"])
         self.assertEqual(output.read_text().count("\nlog="), len(log))
@@ -138,7 +145,8 @@ class Arithmetic(ProgramTest):
         size = 1 + max(max(pair) for pair in weights)
         model = self.write("model.qubo", model_text(size, weights))
         lowest = lowest_energy(size, weights)
-        run = orvex("solve", model, "--target", lowest, "--time-limit", 20, "--json", *words)
+        run = orvex("solve", model, "--target", lowest, "--time-limit", 20, "--json",
+                    "--presolve", "off", *words)
         self.assertEqual(run.returncode, 0, run.stderr)
         result = json.loads(run.stdout)
         self.assertEqual(result["energy"], lowest)

@@ -128,11 +128,11 @@ make instances
 ```
 
 A run ends when it reaches the best known energy; the time to solution is the moment at which the
-best solution was found. Each energy was added up again from the bits and the model file. Runs are
-random: times and gaps differ from one to the next. A negative gap is an energy below the best known
-one of the list.
+best solution was found. Each energy was computed again from the bits and the model file. Runs are
+random: times and gaps vary. A negative gap is an energy below the best known
+one in the list.
 
-Without a folder of instances, `make instances` takes those that need no download: the bundled one, and
+Without a folder of instances, `make instances` uses those that need no download: the bundled one and
 those that `orvex generate` makes as they were published ([generators.md](generators.md)).
 `make instances MODELS=FOLDER` takes FOLDER/NAME.qubo.gz for every NAME in the table `best_known.tsv` beside
 that folder (columns instance, family, n, energy). The rows below come from public collections: the G-set and

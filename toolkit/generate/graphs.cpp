@@ -24,7 +24,7 @@ void add_vertex(Row& row, int vertex, std::int64_t weights) {
 Graph random_graph(int size, std::int64_t edges, std::uint32_t seed) {
     Graph graph{size, {}};
     graph.edges.reserve(static_cast<std::size_t>(edges));
-    PairSet pairs(size);
+    PairSet pairs;
     Subtractive sequence(seed);
     const auto vertices = static_cast<std::uint32_t>(size);
     while (static_cast<std::int64_t>(graph.edges.size()) < edges) {
@@ -76,7 +76,7 @@ Graph planar(int size, double density, std::uint32_t seed) {
 /** Counted as made in the reverse order of their making, the first graph's before the second's. */
 Graph united(const Graph& first, const Graph& second) {
     Graph graph{first.size, {}};
-    PairSet pairs(first.size);
+    PairSet pairs;
     for (const Graph* part : {&first, &second})
         for (auto edge = part->edges.rbegin(); edge != part->edges.rend(); ++edge)
             if (pairs.insert(edge->low, edge->high)) graph.edges.push_back(*edge);

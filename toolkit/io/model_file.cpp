@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "toolkit/io/pair_set.hpp"
@@ -26,7 +27,7 @@ void warn_about_name(const NumberReader& reader, std::vector<std::string>& warni
     const bool named_gz = reader.file().ends_with(".gz");
     if (named_gz == reader.compressed()) return;
     warnings.push_back(reader.file() + (named_gz
-                                            ? " is not compressed, in spite of its name"
+                                            ? " is not compressed, although its name says so"
                                             : " is compressed, but its name does not end in .gz"));
 }
 
@@ -38,9 +39,9 @@ ModelFile::ModelFile(NumberReader reader) : reader_(std::move(reader)) {
 
 void ModelFile::read_header() {
     const long size = reader_.number("the number of variables");
-    if (size < 1 || size > MAX_SIZE)
+    if (size < 1 || size > MAX_VARIABLES)
         reader_.fail("the number of variables is " + std::to_string(size) + ", not from 1 to " +
-                     std::to_string(MAX_SIZE));
+                     std::to_string(MAX_VARIABLES));
     problem_.size = static_cast<int>(size);
 
     problem_.entries = reader_.number("the number of entries");
@@ -59,12 +60,40 @@ void ModelFile::read_header() {
 }
 
 Problem ModelFile::read() {
-    model_ = std::make_unique<Model>(problem_.size, problem_.width);
+    const bool lists = worth_lists(problem_.size, static_cast<std::size_t>(problem_.entries));
+    if (!lists) model_ = std::make_unique<Model>(problem_.size, problem_.width);
     read_entries();
     check_end();
     warn_about_ranges();
-    problem_.model = std::move(model_);
+    Problem facts = lists ? problem_of(listed()) : problem_of(std::move(model_));
+    problem_.nonzero = facts.nonzero;
+    problem_.bound = facts.bound;
+    problem_.couplings = facts.couplings;
+    // The matrix has the width of the header's range, whatever the entries are.
+    problem_.weights = lists ? Weights(SparseQubo(facts.weights.sparse()), problem_.width)
+                             : std::move(facts.weights);
     return std::move(problem_);
+}
+
+SparseQubo ModelFile::listed() {
+    const auto before = [](const Coupling& a, const Coupling& b) {
+        return std::tie(a.i, a.j) < std::tie(b.i, b.j);
+    };
+    if (repeated_ > 0) std::stable_sort(entries_.begin(), entries_.end(), before);
+    std::vector<std::int64_t> linear(static_cast<std::size_t>(problem_.size));
+    std::vector<Coupling> couplings;
+    for (std::size_t k = 0; k < entries_.size(); ++k) {
+        const Coupling& entry = entries_[k];
+        const bool last_of_pair =
+            repeated_ == 0 || k + 1 == entries_.size() || before(entry, entries_[k + 1]);
+        if (!last_of_pair) continue;
+        if (entry.i == entry.j)
+            linear[static_cast<std::size_t>(entry.i)] = entry.weight;
+        else
+            couplings.push_back(entry);
+    }
+    entries_ = {};
+    return sparse_qubo(std::move(linear), std::move(couplings));
 }
 
 int ModelFile::read_index(const char* what) {
@@ -76,10 +105,7 @@ int ModelFile::read_index(const char* what) {
 }
 
 void ModelFile::read_entries() {
-    PairSet pairs(problem_.size);
-    RowSums sums(problem_.size);
-    Model& model = *model_;
-    long repeated = 0;
+    PairSet pairs;
     std::string first_repeated;
     problem_.smallest_weight = std::numeric_limits<long>::max();
     problem_.largest_weight = LOWEST_64;
@@ -92,19 +118,15 @@ void ModelFile::read_entries() {
         const int j = read_index("the second index");
         const long weight = reader_.number("the weight");
         check_range(weight);
-
-        const bool is_new = pairs.insert(i, j);
-        if (!is_new && repeated++ == 0) first_repeated = reader_.place();
-        const long before = is_new ? 0 : model.get(i, j);
-        sums.change(i, j, before, weight);
-        if (i != j) problem_.couplings.change(before, weight);
-        problem_.nonzero += (weight != 0) - (before != 0);
-        if (weight != before) model.set(i, j, weight);
+        if (!pairs.insert(i, j) && repeated_++ == 0) first_repeated = reader_.place();
+        if (model_)
+            model_->set(i, j, weight);
+        else
+            entries_.push_back({std::min(i, j), std::max(i, j), weight});
     }
-    problem_.bound = sums.bound();
-    if (repeated > 0)
+    if (repeated_ > 0)
         problem_.warnings.push_back(first_repeated + ": a pair is repeated (" +
-                                    std::to_string(repeated) +
+                                    std::to_string(repeated_) +
                                     " in all); the last weight of a pair counts");
 }
 
@@ -124,7 +146,7 @@ void ModelFile::check_range(long weight) {
 
 void ModelFile::check_end() {
     if (!reader_.more()) return;
-    reader_.fail("something follows the " + std::to_string(problem_.entries) +
+    reader_.fail("unexpected text after the " + std::to_string(problem_.entries) +
                  " entries that the header promises");
 }
 

@@ -14,6 +14,9 @@ namespace {
 
 constexpr unsigned BUFFER_SIZE = 1u << 18;
 
+/** Far beyond any line of numbers; a compressed file can hold a thousand times its size. */
+constexpr std::size_t LONGEST_LINE = std::size_t{1} << 26;
+
 bool is_space(char c) {
     return c == ' ' || ('\t' <= c && c <= '\r');
 }
@@ -68,7 +71,7 @@ void NumberReader::fail_at_token(const char* what, std::string seen) {
     constexpr std::size_t SHOWN = 24;
     while (seen.size() < SHOWN && !at_end() && !is_space(*next_))
         seen += printable(*next_++);
-    fail(std::string(what) + " should be a whole number of 64 bits and is \"" + seen + "\"");
+    fail(std::string(what) + " must be a whole number of 64 bits, not \"" + seen + "\"");
 }
 
 bool NumberReader::more() {
@@ -84,7 +87,7 @@ bool NumberReader::more() {
 }
 
 long NumberReader::number(const char* what) {
-    if (!more()) fail(std::string("the file ends where ") + what + " should stand");
+    if (!more()) fail(std::string("the file ends before ") + what);
 
     std::string seen;  // only for messages: the part of the token that is gone from the buffer
     bool negative = false;
@@ -117,6 +120,7 @@ bool NumberReader::line(std::string& text) {
         const char* const stop = std::find(next_, end_, '\n');
         text.append(next_, stop);
         next_ = stop;
+        if (text.size() > LONGEST_LINE) fail("the line is longer than 64 MiB");
     } while (next_ == end_ && refill());
     if (next_ != end_) {
         ++next_;

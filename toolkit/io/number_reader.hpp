@@ -27,7 +27,8 @@ class NumberReader {
      */
     long number(const char* what);
 
-    /** The next line, without its end. @return whether there is one */
+    /** The next line, without its end. @return whether there is one @throws InputError above 64 MiB
+     */
     bool line(std::string& text);
 
     /** What follows, as far as it has been decompressed: all of a small file, 256 KiB of others. */

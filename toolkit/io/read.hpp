@@ -1,6 +1,7 @@
 // A problem from a file in any of the formats that docs/formats.md defines.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,7 @@ struct ReadOptions {
     std::optional<long> instance{};   ///< which of a file with several, from 1
     std::optional<long> penalty{};    ///< of a broken constraint; none: one that is sure to suffice
     std::optional<bool> maximised{};  ///< the sense, where the format leaves it open
+    std::function<void(const std::string&)> note{};  ///< told of what takes long, as it begins
 };
 
 /**

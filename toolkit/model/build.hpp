@@ -11,13 +11,14 @@
 namespace orvex::toolkit {
 
 /**
- * The problem of a square matrix: its upper triangle, with the diagonal. What is below must repeat
- * it or be zero throughout; a pair's weight counts once either way.
+ * The problem of a square matrix Q, whose energies are x'Qx: the weight of a pair of variables is
+ * the sum of the two elements that it has, so that symmetric, triangular and general matrices of
+ * one function make one problem.
  *
  * @tparam T any integer type of 8, 16, 32 or 64 bits
  * @param elements size * size of them, row after row
- * @throws InputError when the size is none, the matrix is neither symmetric nor upper triangular,
- *     or an element does not fit into 64 bits with a sign
+ * @throws InputError when the size is none, or an element or a weight does not fit into 64 bits
+ * with a sign
  * @throws MemoryShortage
  */
 template <class T>
@@ -45,10 +46,16 @@ extern template Problem problem_of_matrix(int, const std::uint64_t*);
 Problem problem_of_terms(int size, std::span<const std::uint32_t> pairs,
                          std::span<const std::int64_t> values);
 
-/** @throws InputError when no model has so many variables */
+/** @throws InputError when there are no variables, or more than any problem has */
+void expect_problem_size(int size);
+
+/** @throws InputError when no model of the library has so many variables */
 void expect_model_size(int size);
 
 /** @throws MemoryShortage when this machine has not the memory free for a model's matrix */
 void expect_model_memory(int size, int width);
+
+/** The same of a matrix of which only `needed` bytes will be touched. */
+void expect_model_memory(int size, int width, std::uint64_t needed);
 
 }  // namespace orvex::toolkit

@@ -1,7 +1,7 @@
 // Problems from matrices. A matrix of the caller's may be large and its elements much wider than
-// the weights are, so it is read once: row by row into the model, narrowed, and what has to do with
-// both triangles is done in the narrow rows. The width is guessed from some of the rows; where a
-// later one needs more, the model is made anew.
+// the weights are, so it is read once: row by row into the model, narrowed, and the two triangles
+// are added up in the narrow rows. The width is guessed from some of the variables; where another
+// needs more, the model is made anew.
 #include <algorithm>
 #include <cstddef>
 #include <limits>
@@ -28,6 +28,10 @@ struct Matrix {
                std::to_string(row(i)[j]);
     }
 };
+
+bool fits(Wide weight) {
+    return weight == static_cast<long>(weight);
+}
 
 /**
  * Converts elements, and tells whether all of them fit. What is beyond is gathered in bits, without
@@ -75,12 +79,15 @@ void each_below_diagonal(std::size_t size, const Work& work) {
 }
 
 template <class T>
-[[noreturn]] void refuse_triangles(const Matrix<T>& matrix) {
+[[noreturn]] void refuse_sum(const Matrix<T>& matrix) {
+    const auto sum = [&](std::size_t i, std::size_t j) {
+        return Wide{matrix.row(i)[j]} + matrix.row(j)[i];
+    };
     std::size_t i = 1, j = 0;
-    while (matrix.row(i)[j] == matrix.row(j)[i])
+    while (fits(sum(i, j)))
         if (++j == i) ++i, j = 0;
-    throw InputError("the matrix is neither symmetric nor upper triangular: " + matrix.text(i, j) +
-                     " and " + matrix.text(j, i));
+    throw InputError(matrix.text(i, j) + " and " + matrix.text(j, i) +
+                     ", and their sum, the weight of the pair, does not fit into 64 bits");
 }
 
 template <class T>
@@ -92,7 +99,7 @@ template <class T>
                      ", which does not fit into 64 bits");
 }
 
-/** Fills the rows of a model of zeros. False if an element does not fit. */
+/** Fills the rows of a model of zeros. False if an element, or a pair's weight, does not fit. */
 template <class Weight, class T>
 bool fill(Weight* rows, const Matrix<T>& matrix) {
     const std::size_t n = matrix.size;
@@ -107,24 +114,29 @@ bool fill(Weight* rows, const Matrix<T>& matrix) {
             n, [&](std::size_t i, std::size_t j) { rows[i * n + j] = rows[j * n + i]; });
         return true;
     }
-    bool symmetric = true;
-    each_below_diagonal(
-        n, [&](std::size_t i, std::size_t j) { symmetric &= rows[i * n + j] == rows[j * n + i]; });
-    if (!symmetric) refuse_triangles(matrix);
-    return true;
+    bool beyond = false;
+    each_below_diagonal(n, [&](std::size_t i, std::size_t j) {
+        Weight& below = rows[i * n + j];
+        beyond |= __builtin_add_overflow(below, rows[j * n + i], &below);
+        rows[j * n + i] = below;
+    });
+    if (beyond && sizeof(Weight) == sizeof(long)) refuse_sum(matrix);
+    return !beyond;
 }
 
-/** The width that some rows of a matrix need: nearly always that of all. */
+/** The width that the weights of some variables need: nearly always that of all. */
 template <class T>
 int guessed_width(const Matrix<T>& matrix) {
     constexpr std::size_t STEP = 64;
-    T smallest = 0, largest = 0;
-    for (std::size_t i = 0; i < matrix.size; i += STEP) {
-        const auto [low, high] = std::minmax_element(matrix.row(i), matrix.row(i) + matrix.size);
-        smallest = std::min(smallest, *low);
-        largest = std::max(largest, *high);
-    }
-    if (!std::in_range<long>(largest)) return 64;
+    Wide smallest = 0, largest = 0;
+    for (std::size_t i = 0; i < matrix.size; i += STEP)
+        for (std::size_t j = 0; j < matrix.size; ++j) {
+            const Wide weight =
+                i == j ? Wide{matrix.row(i)[i]} : Wide{matrix.row(i)[j]} + matrix.row(j)[i];
+            smallest = std::min(smallest, weight);
+            largest = std::max(largest, weight);
+        }
+    if (!fits(smallest) || !fits(largest)) return 64;
     return weight_width(static_cast<long>(smallest), static_cast<long>(largest));
 }
 
@@ -152,8 +164,9 @@ Problem problem_of_matrix(int size, const T* elements) {
     const Matrix<T> matrix{static_cast<std::size_t>(size), elements};
     for (int width = guessed_width(matrix);; width *= 2) {
         Problem problem;
-        problem.model = model_of_width(width, matrix);
-        if (!problem.model) continue;
+        auto model = model_of_width(width, matrix);
+        if (!model) continue;
+        problem.weights = Weights(std::move(model));
         take_facts(problem);
         if (weight_width(problem.smallest, problem.largest) <= width) return problem;
     }

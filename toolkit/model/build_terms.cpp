@@ -60,9 +60,18 @@ void expect_model_size(int size) {
                          std::to_string(MAX_SIZE));
 }
 
+void expect_problem_size(int size) {
+    if (size < 1 || size > MAX_VARIABLES)
+        throw InputError("the problem has " + std::to_string(size) + " variables, not from 1 to " +
+                         std::to_string(MAX_VARIABLES));
+}
+
 void expect_model_memory(int size, int width) {
     const auto n = static_cast<std::uint64_t>(size);
-    const std::uint64_t needed = n * n * static_cast<std::uint64_t>(width / 8);
+    expect_model_memory(size, width, n * n * static_cast<std::uint64_t>(width / 8));
+}
+
+void expect_model_memory(int size, int width, std::uint64_t needed) {
     const auto machine = static_cast<std::uint64_t>(machine_memory());
     const auto left = static_cast<std::uint64_t>(free_memory());
     if (needed > std::min(machine, left))
@@ -74,31 +83,32 @@ void expect_model_memory(int size, int width) {
 
 Problem problem_of_terms(int size, std::span<const std::uint32_t> pairs,
                          std::span<const std::int64_t> values) {
-    expect_model_size(size);
+    expect_problem_size(size);
     std::vector<Term> terms = listed(size, pairs, values);
     sum_up(terms);
 
-    Problem problem;
-    problem.size = size;
-    problem.nonzero = problem.entries = static_cast<long>(terms.size());
-    RowSums sums(size);
+    std::vector<std::int64_t> linear(static_cast<std::size_t>(size));
+    std::vector<Coupling> couplings;
     for (const Term& term : terms) {
-        sums.change(term.i(), term.j(), 0, term.value);
-        if (term.i() != term.j()) problem.couplings.change(0, term.value);
-        problem.smallest = std::min(problem.smallest, term.value);
-        problem.largest = std::max(problem.largest, term.value);
+        if (term.i() == term.j())
+            linear[static_cast<std::size_t>(term.i())] = term.value;
+        else
+            couplings.push_back({term.i(), term.j(), term.value});
     }
-    problem.smallest_weight = problem.smallest;
-    problem.largest_weight = problem.largest;
-    problem.bound = sums.bound();
-    problem.width = weight_width(problem.smallest, problem.largest);
+    if (worth_lists(size, couplings.size()))
+        return problem_of(sparse_qubo(std::move(linear), std::move(couplings)));
 
-    expect_model_memory(size, problem.width);
-    auto model = std::make_unique<Model>(size, problem.width);
+    long smallest = 0, largest = 0;
+    for (const Term& term : terms) {
+        smallest = std::min(smallest, term.value);
+        largest = std::max(largest, term.value);
+    }
+    const int width = weight_width(smallest, largest);
+    expect_model_memory(size, width);
+    auto model = std::make_unique<Model>(size, width);
     for (const Term& term : terms)
         model->set(term.i(), term.j(), term.value);
-    problem.model = std::move(model);
-    return problem;
+    return problem_of(std::move(model));
 }
 
 }  // namespace orvex::toolkit

@@ -1,4 +1,4 @@
-// What the toolkit throws where something outside of it is wrong.
+// What the toolkit throws where something is wrong, first of all outside of it.
 #pragma once
 
 #include <stdexcept>
@@ -15,6 +15,18 @@ class InputError : public std::runtime_error {
 class MemoryShortage : public InputError {
   public:
     using InputError::InputError;
+};
+
+/** The library reports another energy than its solution has: an error of the library itself. */
+class EnergyMismatch : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/** There is no device to search on. */
+class NoDevice : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
 };
 
 }  // namespace orvex::toolkit

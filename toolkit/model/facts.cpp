@@ -1,6 +1,6 @@
-// One sweep over the rows, in the width that they are stored in. Invariant: partial sums are formed
-// over stretches so short that their type cannot overflow; so a compiler makes vectors of them, and
-// nothing is lost.
+// One sweep over the rows, of a matrix in the width that they are stored in. Invariant: partial
+// sums are formed over stretches so short that their type cannot overflow; so a compiler makes
+// vectors of them, and nothing is lost.
 #include "toolkit/model/facts.hpp"
 
 #include <algorithm>
@@ -72,7 +72,8 @@ void add_elements(Facts& facts, const Element* elements, std::size_t count) {
 template <class Element>
 void take_facts_of(Problem& problem) {
     const auto n = static_cast<std::size_t>(problem.size);
-    const auto* const rows = reinterpret_cast<const Element*>(problem.model->impl().mat.data.get());
+    const auto* const rows =
+        reinterpret_cast<const Element*>(problem.weights.matrix().impl().mat.data.get());
     RowSums sums(problem.size);
     Facts all;  // each coupling twice
     long linear_terms = 0;
@@ -101,10 +102,24 @@ void take_facts_of(Problem& problem) {
     problem.bound = sums.bound();
 }
 
+Wide largest_coupling(const SparseQubo& qubo) {
+    Wide largest = 0;
+    for (const long weight : qubo.weights)
+        largest = std::max(largest, weight < 0 ? -Wide{weight} : Wide{weight});
+    return largest;
+}
+
+/** What entries of a problem there are is what its weights are, where no file says otherwise. */
+void take_entries(Problem& problem) {
+    problem.entries = problem.nonzero;
+    problem.smallest_weight = problem.smallest;
+    problem.largest_weight = problem.largest;
+}
+
 }  // namespace
 
 void take_facts(Problem& problem) {
-    const Model::Impl& model = problem.model->impl();
+    const Model::Impl& model = problem.weights.matrix().impl();
     problem.size = model.size;
     problem.width = model.bits;
     switch (model.bits) {
@@ -120,9 +135,36 @@ void take_facts(Problem& problem) {
         default:
             take_facts_of<std::int64_t>(problem);
     }
-    problem.entries = problem.nonzero;
-    problem.smallest_weight = problem.smallest;
-    problem.largest_weight = problem.largest;
+    take_entries(problem);
+}
+
+void take_facts(Problem& problem, const SparseQubo& qubo) {
+    problem.size = qubo.size();
+    RowSums sums(problem.size);
+    Couplings twice;  // each coupling from both its ends
+    for (int i = 0; i < qubo.size(); ++i) {
+        const long linear = qubo.linear[static_cast<std::size_t>(i)];
+        Wide positive = 0, negative = 0;
+        for (const long weight : qubo.weights_of(i)) {
+            (weight < 0 ? negative : positive) += weight;
+            problem.smallest = std::min(problem.smallest, weight);
+            problem.largest = std::max(problem.largest, weight);
+        }
+        sums.set(i, linear, positive, negative);
+        twice.positive += positive;
+        twice.negative += negative;
+        problem.nonzero += linear != 0;
+        problem.smallest = std::min(problem.smallest, linear);
+        problem.largest = std::max(problem.largest, linear);
+    }
+    problem.couplings = {.count = static_cast<long>(qubo.couplings()),
+                         .positive = twice.positive / 2,
+                         .negative = twice.negative / 2,
+                         .largest = largest_coupling(qubo)};
+    problem.nonzero += problem.couplings.count;
+    problem.bound = sums.bound();
+    problem.width = weight_width(problem.smallest, problem.largest);
+    take_entries(problem);
 }
 
 }  // namespace orvex::toolkit

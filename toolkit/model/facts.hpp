@@ -1,4 +1,4 @@
-// What is known of a problem's weights, from the rows of its model.
+// What is known of a problem's weights, from their rows.
 #pragma once
 
 #include "toolkit/model/problem.hpp"
@@ -8,8 +8,11 @@ namespace orvex::toolkit {
 /**
  * Settles all that follows from the weights: size, width, counts, ranges, couplings, bounds.
  *
- * @param problem has its model, which is symmetric
+ * @param problem has its weights as a matrix, which is symmetric
  */
 void take_facts(Problem& problem);
+
+/** The same of weights that are about to be the problem's. */
+void take_facts(Problem& problem, const SparseQubo& qubo);
 
 }  // namespace orvex::toolkit

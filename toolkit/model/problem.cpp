@@ -13,11 +13,6 @@ double Problem::density() const {
     return static_cast<double>(nonzero) / (0.5 * size * (size + 1.0));
 }
 
-std::uint64_t Problem::model_bytes() const {
-    const auto n = static_cast<std::uint64_t>(size);
-    return n * n * static_cast<std::uint64_t>(width / 8);
-}
-
 int Problem::proven_bits() const {
     // A search may set filler variables too, and how many there are depends on the band.
     const std::optional<Plan> narrow = plan(32);
@@ -45,8 +40,16 @@ Problem problem_of(const Model& model) {
 Problem problem_of(std::unique_ptr<const Model> model) {
     expect_model_size(model->impl().size);
     Problem problem;
-    problem.model = std::move(model);
+    problem.weights = Weights(std::move(model));
     take_facts(problem);
+    return problem;
+}
+
+Problem problem_of(SparseQubo qubo) {
+    expect_problem_size(qubo.size());
+    Problem problem;
+    take_facts(problem, qubo);
+    problem.weights = Weights(std::move(qubo), problem.width);
     return problem;
 }
 

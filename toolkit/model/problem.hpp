@@ -1,6 +1,6 @@
-// A problem: a model of the library, with what is known about it. Invariant: the facts hold for the
-// model, which cannot be changed any more; so a caller can settle before a run what the library
-// would end the process for.
+// A problem: weights, with what is known about them. Invariant: the facts hold for the weights,
+// which cannot be changed any more; so a caller can settle before a run what the library would end
+// the process for.
 #pragma once
 
 #include <cstdint>
@@ -16,13 +16,11 @@
 #include "toolkit/model/convention.hpp"
 #include "toolkit/model/couplings.hpp"
 #include "toolkit/model/residency.hpp"
+#include "toolkit/model/weights.hpp"
 
 namespace orvex::toolkit {
 
-/** The largest number of variables of a model. */
-inline constexpr int MAX_SIZE = 65536;
-
-/** A model with what its file, or whoever else stated it, tells about it. */
+/** Weights with what its file, or whoever else stated it, tells about it. */
 struct Problem {
     std::string file;                              ///< empty where there is none
     int size = 0;                                  ///< number of variables
@@ -35,14 +33,14 @@ struct Problem {
     Couplings couplings;                           ///< as far as they decide on the search
     Convention convention;                         ///< what the file's own numbers mean
     std::vector<std::string> warnings;             ///< what is odd, but harmless
-    std::unique_ptr<const Model> model;
+    Weights weights;
     Residency residency;  ///< whether the library has it loaded
 
     /** Share of the pairs, each variable's with itself included, whose weight is not zero. */
     double density() const;
 
-    /** Bytes of the model's matrix. */
-    std::uint64_t model_bytes() const;
+    /** Bytes of the matrix that the library searches. */
+    std::uint64_t model_bytes() const { return weights.matrix_bytes(); }
 
     /**
      * The width of energies that is proven to be enough: 32, 64, or 128 where not even 64 bits are
@@ -63,6 +61,13 @@ Problem problem_of(std::unique_ptr<const Model> model);
 
 /** The same of a copy, which the library makes of models below 4 GiB only. */
 Problem problem_of(const Model& model);
+
+/**
+ * A problem of a sparse QUBO, whose matrix is made only if the library is to search it.
+ *
+ * @throws InputError when there are no variables or too many
+ */
+Problem problem_of(SparseQubo qubo);
 
 /**
  * The width of a model's weights. The lowest weight of 32 bits has no negative there, so a flip

@@ -1,6 +1,8 @@
 #include "toolkit/model/residency.hpp"
 
 #include <atomic>
+#include <new>
+#include <type_traits>
 #include <utility>
 
 #include <orvex/solver.hpp>
@@ -8,10 +10,10 @@
 namespace orvex::toolkit {
 namespace {
 
-std::mutex& library_mutex() {
-    static std::mutex& mutex = *new std::mutex;  // never destroyed: problems may outlive main
-    return mutex;
-}
+/** Made before anything runs and, its destructor being trivial, never gone: problems may outlive
+ * main. */
+constinit std::mutex library_mutex;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 std::atomic<std::uint64_t> last_number{0};
 
@@ -28,7 +30,7 @@ thread_local bool holds_library = false;
 
 }  // namespace
 
-LibraryLock::LibraryLock() : lock_(library_mutex()) {
+LibraryLock::LibraryLock() : lock_(library_mutex) {
     holds_library = true;
 }
 
@@ -48,8 +50,12 @@ Residency& Residency::operator=(Residency&& other) noexcept {
 Residency::~Residency() {
     if (number_ == 0 || holds_library) return;
     // A search that runs just now has another problem, and the next one finds this one's number.
-    const std::unique_lock lock(library_mutex(), std::try_to_lock);
-    if (lock && resident == number_) give_back();
+    const std::unique_lock lock(library_mutex, std::try_to_lock);
+    if (!lock || resident != number_) return;
+    try {
+        give_back();
+    } catch (const std::bad_alloc&) {  // the next search finds this one's number
+    }
 }
 
 bool Residency::claimed() const {

@@ -6,6 +6,8 @@
 
 #include <orvex/orvex.hpp>
 
+#include "toolkit/companion/groups.hpp"
+#include "toolkit/presolve/presolve.hpp"
 #include "toolkit/settings/search_settings.hpp"
 
 namespace orvex::toolkit {
@@ -18,6 +20,15 @@ struct SolveOptions {
     std::optional<double> time_limit{};  ///< seconds, as exact as results come in; 0: no limit
     std::optional<long> target{};        ///< ends at this energy or below
     std::optional<long> trials{};        ///< ends after this many start instances, at least 1
+
+    PresolveEffort presolve = PresolveEffort::AUTO;  ///< exact reductions before the search
+
+    /**
+     * Share of the processors that the companion gets, from 0 (none of them) to 1 (all of them, and
+     * the library does not search); none: chosen by the problem's structure.
+     */
+    std::optional<double> companion{};
+    std::optional<Groups> groups{};  ///< one-hot groups; none: those that are found in the problem
 
     /**
      * Parameters of the library (docs/parameters.md), by key. They go before what the members above

@@ -5,8 +5,8 @@
     >>> result.energy, result.x.tolist()
     (-3, [True, False])
 
-A problem of n binary variables is stated by integer coefficients W[i, j] with i <= j; its energy is the
-sum over i <= j of W[i, j] x[i] x[j], and the least is wanted. :func:`solve` searches, :class:`Problem`
+A problem of n binary variables is stated by a square matrix of real numbers Q; its energy is x'Qx, the sum
+over all i and j of Q[i, j] x[i] x[j], and the least is wanted. :func:`solve` searches, :class:`Problem`
 is a problem that is searched several times, :class:`OrvexSampler` is the same for programs on dimod.
 """
 
@@ -19,7 +19,7 @@ from ._library import OrvexError, engine_version
 from ._problem import LargeProblemWarning, Problem, read
 from ._result import Result
 from ._settings import Settings
-from ._solve import Event, solve
+from ._solve import Event, Pulse, solve
 
 if TYPE_CHECKING:
     from ._sampler import OrvexSampler
@@ -31,6 +31,7 @@ __all__ = [
     "OrvexError",
     "OrvexSampler",
     "Problem",
+    "Pulse",
     "Result",
     "Settings",
     "Source",

@@ -17,7 +17,8 @@ from ctypes import byref, c_char_p, c_double, c_int64
 import numpy as np
 
 from ._library import EVENT_FUNCTION, Options, Summary, failure, support
-from ._problem import Problem, Words
+from ._model import Words
+from ._problem import Problem
 
 INFO = (
     "solver", "gpu", "solver_size", "solver_bits", "arithmetic_bits", "runtime", "search_cycles",
@@ -35,6 +36,8 @@ class Question:
         time_limit: float | None,
         target: int | None,
         trials: int | None,
+        presolve: int,
+        companion: float | None,
         starts: Sequence[Words] = (),
         hints: Sequence[Words] = (),
     ) -> None:
@@ -47,6 +50,8 @@ class Question:
             None if trials is None else ctypes.pointer(c_int64(trials)),
             (c_char_p * (len(texts) + 1))(*texts, None),
             engine_cycles,
+            presolve,
+            None if companion is None else ctypes.pointer(c_double(companion)),
             len(starts),
             len(hints),
             self._words.ctypes.data,
@@ -69,7 +74,8 @@ class Run:
         self._problem = problem
         self._question = question
         self._hints: deque[Words] = deque()
-        self._told = min(question.starts, 1)  # entries of the history that are known or in `news`
+        self._changes: deque[tuple[str, str]] = deque()
+        self._best: int | None = None  # energy of the last that is in `news`
         self._stop = False
         self._thread = threading.Thread(target=self._run, name="orvex search")
         self._thread.start()
@@ -81,6 +87,10 @@ class Run:
     def hint(self, words: Words) -> None:
         """Gives the search a solution to search from, at the next event."""
         self._hints.append(words)
+
+    def set(self, changes: Mapping[str, str]) -> None:
+        """Changes settings, at the next event."""
+        self._changes.extend(changes.items())
 
     def _run(self) -> None:
         try:
@@ -94,7 +104,7 @@ class Run:
     def _search(self) -> None:
         on_event = EVENT_FUNCTION(self._on_event)
         result = support.orvex_python_solve(
-            self._problem._pointer, byref(self._question.options), on_event
+            self._problem._model.pointer, byref(self._question.options), on_event
         )
         if not result:
             raise failure()
@@ -107,11 +117,14 @@ class Run:
         if self.began is None:
             self.began = time.perf_counter() - seconds
         if bits is not None:
-            self._told += 1
+            self._best = energy
             self.news.append((seconds, energy, self._words_at(bits)))
         while self._hints:
             words = self._hints.popleft()
-            support.orvex_python_hint(steering, self._problem._pointer, words.ctypes.data)
+            support.orvex_python_hint(steering, self._problem._model.pointer, words.ctypes.data)
+        while self._changes:
+            name, value = self._changes.popleft()
+            support.orvex_python_change(steering, name.encode(), value.encode())
         if self._stop:
             support.orvex_python_stop(steering)
         self.changed.set()
@@ -120,9 +133,11 @@ class Run:
         summary = Summary()
         support.orvex_python_summary(result, byref(summary))
         seconds, energy = c_double(), c_int64()
-        for index in range(self._told, summary.found):  # what came with the end alone
+        for index in range(summary.found):
             bits = support.orvex_python_found(result, index, byref(seconds), byref(energy))
-            self.news.append((seconds.value, energy.value, self._words_at(bits)))
+            known = index < self._question.starts if self._best is None else energy.value >= self._best
+            if not known:  # it came with the end alone
+                self.news.append((seconds.value, energy.value, self._words_at(bits)))
         self.info = {
             key: support.orvex_python_info(result, key.encode()).decode() for key in INFO
         }
@@ -130,5 +145,5 @@ class Run:
         self.ending = summary.ending.decode()
 
     def _words_at(self, bits: int) -> Words:
-        size = (self._problem.size + 63) // 64
-        return np.frombuffer(ctypes.string_at(bits, 8 * size), dtype=np.uint64)
+        size = self._problem._no_words().nbytes
+        return np.frombuffer(ctypes.string_at(bits, size), dtype=np.uint64)

@@ -45,6 +45,8 @@ class Options(ctypes.Structure):
         ("trials", POINTER(c_int64)),
         ("settings", POINTER(c_char_p)),  # keys and values in turn, then null
         ("engine_cycles", c_int),
+        ("presolve", c_int),
+        ("companion", POINTER(c_double)),
         ("starts", c_int),
         ("hints", c_int),
         ("words", c_void_p),  # of the starts, then of the hints
@@ -61,6 +63,14 @@ class Summary(ctypes.Structure):
     _fields_ = [
         ("load_time", c_double), ("search_time", c_double), ("found", c_int64), ("ending", c_char_p)
     ]  # fmt: skip
+
+
+class Scaling(ctypes.Structure):
+    """How real coefficients became integers."""
+
+    factor: float  #: an integer is its coefficient times this, rounded
+    largest_error: float  #: of an energy, in the caller's units
+    _fields_ = [("factor", c_double), ("largest_error", c_double)]
 
 
 #: Receives the events of a search: steering, seconds, energy and bits of a new best.
@@ -88,6 +98,16 @@ _declare(c_int64, "orvex_python_free_memory")
 _declare(c_void_p, "orvex_python_from_matrix", c_uint32, c_char_p, c_void_p)
 _declare(c_void_p, "orvex_python_from_terms", c_uint32, c_uint64, c_void_p, c_void_p)
 _declare(
+    c_void_p, "orvex_python_from_real_terms",
+    c_uint32, c_uint64, c_void_p, c_void_p, POINTER(Scaling),
+)  # fmt: skip
+_declare(c_void_p, "orvex_python_from_real_triangle", c_uint32, c_void_p, POINTER(Scaling))
+_declare(
+    c_double, "orvex_python_energy_of_terms", c_uint32, c_uint64, c_void_p, c_void_p, c_void_p
+)  # fmt: skip
+_declare(c_double, "orvex_python_energy_of_matrix", c_uint32, c_void_p, c_void_p)
+_declare(None, "orvex_python_terms", c_void_p, c_void_p, c_void_p)
+_declare(
     c_void_p, "orvex_python_from_file",
     c_char_p, c_char_p, POINTER(c_int64), POINTER(c_int64), c_char_p,
 )  # fmt: skip
@@ -100,6 +120,7 @@ _declare(c_int64, "orvex_python_energy", c_void_p, c_void_p)
 _declare(c_void_p, "orvex_python_solve", c_void_p, POINTER(Options), EVENT_FUNCTION)
 _declare(None, "orvex_python_stop", c_void_p)
 _declare(None, "orvex_python_hint", c_void_p, c_void_p, c_void_p)
+_declare(None, "orvex_python_change", c_void_p, c_char_p, c_char_p)
 _declare(None, "orvex_python_summary", c_void_p, POINTER(Summary))
 _declare(
     c_void_p, "orvex_python_found", c_void_p, c_int64, POINTER(c_double), POINTER(c_int64)

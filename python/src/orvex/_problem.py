@@ -8,9 +8,10 @@ exception, before the library, which would end the process, sees any of it.
 from __future__ import annotations
 
 import ctypes
+import logging
+import math
 import os
 import warnings
-import weakref
 from collections.abc import Hashable, Sequence
 from fractions import Fraction
 from typing import Any, Literal
@@ -20,17 +21,19 @@ import numpy.typing as npt
 
 from . import _forms
 from ._files import File, Source
-from ._library import Facts, Options, Plan, failure, support
+from ._library import Options, Plan, failure, support
 from ._memory import expect_memory, gib
+from ._model import Words
 from ._numbers import Scale, check_scale
 
 #: From here on a problem's memory is told before it is loaded.
 _LARGE = 1 << 30
 
 #: A search of which nothing is said.
-_OPEN = Options(settings=(ctypes.c_char_p * 1)(None))
+_OPEN = Options(settings=(ctypes.c_char_p * 1)(None), presolve=1)
 
-Words = npt.NDArray[np.uint64]
+_LOG = logging.getLogger("orvex")
+
 Bits = npt.NDArray[np.bool_]
 
 
@@ -41,18 +44,17 @@ class LargeProblemWarning(UserWarning):
 class Problem:
     """A QUBO problem that may be searched any number of times.
 
-    The energy of a bit vector x is the sum over i <= j of W[i, j] x[i] x[j], plus an offset that only a
-    binary quadratic model brings along.
+    The energy of a bit vector x is x'Qx, the sum over all i and j of Q[i, j] x[i] x[j], plus an offset that
+    only a binary quadratic model brings along. A problem may be copied and pickled.
 
     Parameters
     ----------
     problem
-        What states the coefficients W:
+        What states the coefficients Q, of any real type:
 
-        - a matrix, numpy or anything that numpy makes one of. Either symmetric, then W[i, j] for i < j
-          is the value that stands at [i, j] and at [j, i], and counts once; or upper triangular. (So an
-          upper triangular matrix has the energy x @ W @ x. A symmetric one has it only if its values
-          off the diagonal are doubled first.)
+        - a square matrix, numpy or anything that numpy makes one of. All of its elements count: those at
+          [i, j] and [j, i] are added. So symmetric, triangular and general matrices of one function are
+          one problem, and the energy is x @ Q @ x.
         - a scipy sparse matrix or array, by the same rule. Repeated entries are summed.
         - a mapping of pairs of variables to coefficients, {(i, j): w}; (i, i) is a linear term, (i, j)
           and (j, i) are summed. Variables may be any labels; when all are numbers, they are the
@@ -60,16 +62,29 @@ class Problem:
         - a dimod.BinaryQuadraticModel, of spins or bits. Its samples come back by `variables`.
         - the path of a file in any of the formats that the command-line caller reads; :func:`read` is
           for those that need more than a path.
+
+        Variables without a coefficient have the bit 0 and cost nothing.
     scale
-        Coefficients must be integers, of any type: floats that are whole numbers are taken. Others are
-        refused unless all of them become whole when multiplied by this positive integer; "auto" looks
-        for the least power of ten, or of two, that does it. Energies and targets stay in the caller's
-        units.
+        The library searches integers. Integers, and floats that are whole numbers, are taken as they are.
+        Others are all multiplied by one factor:
+
+        - "auto", the default: the least power of ten, or of two, that makes integers of all of them if
+          there is a small one; else the power of two that uses the width of the library's numbers, and
+          each is rounded. `largest_error` tells how far an energy of the search may then be from the true
+          one, and the log of the name "orvex" says so.
+        - "exact": the least power of ten, or of two, that makes integers of all of them; where there is
+          none, the problem is refused.
+        - a positive integer: this one; where it does not make integers of all of them, the problem is
+          refused.
+
+        Energies and targets stay in the caller's units: energies are added up from the bits with the
+        coefficients as they were given.
 
     Raises
     ------
     TypeError, ValueError
-        The problem is none of these, or a coefficient is no integer; the text names the first one.
+        The problem is none of these, or a coefficient is no finite number or no integer where it must be
+        one; the text names the first one.
     MemoryError
         This machine has not the memory to build or to search it.
     """
@@ -78,8 +93,10 @@ class Problem:
     """Number of variables."""
     variables: Sequence[Hashable]
     """The label of each variable, in the order of the bits; 0 to size - 1 where there are no others."""
-    scale: int
+    scale: int | float
     """What coefficients were multiplied by."""
+    largest_error: float
+    """So far at most is an energy of the search from the true one; 0.0 where no coefficient was rounded."""
     offset: Fraction
     """What is added to each energy, in the caller's units."""
     source: Source | None
@@ -87,26 +104,32 @@ class Problem:
 
     def __init__(self, problem: Any, *, scale: Scale | None = None) -> None:
         form = _forms.read(problem, check_scale(scale))
-        self._pointer = form.pointer
-        weakref.finalize(self, support.orvex_python_free, form.pointer)
-        self.scale = form.scale
+        self._model = form.model
+        self._used = form.used
+        self._reals = form.reals
+        self._factor = form.scale
+        self.scale = _plain(form.scale)
+        self.largest_error = form.largest_error
         self.offset = form.offset
         self.source = form.source
-        self.size = self._facts().size
+        self._searched = self._model.facts().size
+        self.size = self._searched if form.size is None else form.size
         self.variables = range(self.size) if form.variables is None else form.variables
         self._expect_to_fit()
+        if self.largest_error > 0:
+            _LOG.info(
+                "coefficients were multiplied by 2^%d and rounded for the search; its energies are off by "
+                "%.2g at most, those of results are not",
+                math.frexp(float(form.scale))[1] - 1,
+                self.largest_error,
+            )
 
     # ---- whether a search is possible
-
-    def _facts(self) -> Facts:
-        facts = Facts()
-        support.orvex_python_facts(self._pointer, ctypes.byref(facts))
-        return facts
 
     def _plan(self, options: Options = _OPEN) -> Plan:
         """The memory of a search with these options, if there can be one."""
         plan = Plan()
-        if support.orvex_python_plan(self._pointer, ctypes.byref(options), ctypes.byref(plan)) != 0:
+        if support.orvex_python_plan(self._model.pointer, ctypes.byref(options), ctypes.byref(plan)) != 0:
             raise failure()
         return plan
 
@@ -135,29 +158,36 @@ class Problem:
     # ---- energies and solutions
 
     def energy(self, x: Any) -> int | float:
-        """The energy of a bit vector, computed in exact integers.
+        """The energy of a bit vector, x'Qx with the coefficients as they were given.
+
+        It is exact where no coefficient was rounded for the search, else the nearest float.
 
         Parameters
         ----------
         x
             `size` bits: an array or sequence of booleans, or of numbers 0 and 1.
         """
-        return self._in_callers_units(self._energy(self._words(x)))
+        words = self._words(x)
+        return self._in_callers_units(self._energy(words), words)
 
     def objective(self, energy: int | float) -> int | float:
         """What an energy is in the terms of the problem's file: a cut, a value, a cost with its offset."""
         return energy if self.source is None else self.source.objective(energy)
 
     def _energy(self, words: Words) -> int:
-        return int(support.orvex_python_energy(self._pointer, words.ctypes.data))
+        """The energy of the integers that are searched."""
+        return self._model.energy(words)
 
-    def _in_callers_units(self, energy: int) -> int | float:
-        number = Fraction(energy, self.scale) + self.offset
-        return int(number) if number.denominator == 1 else float(number)
+    def _in_callers_units(self, energy: int, words: Words) -> int | float:
+        """The energy of these bits, whose energy in the search is known."""
+        if self._reals is not None:
+            value = self._reals.energy(words, self._bits(words))
+            return int(value) if value.is_integer() and abs(value) < 2**53 else value
+        return _plain(Fraction(energy) / self._factor + self.offset)
 
     def _in_own_units(self, energy: Fraction) -> int:
-        """The greatest integer energy that is at or below one in the caller's units."""
-        own = (energy - self.offset) * self.scale
+        """The greatest energy of the search that is sure to be at or below one in the caller's units."""
+        own = (energy - self.offset - Fraction(self.largest_error)) * self._factor
         return own.numerator // own.denominator
 
     def _words(self, x: Any, name: str = "the bit vector") -> Words:
@@ -166,21 +196,35 @@ class Problem:
             raise ValueError(f"{name} must have {self.size} bits, not the shape {array.shape}")
         if array.dtype.kind not in "biuf" or not np.isin(array, (0, 1)).all():
             raise ValueError(f"{name} must hold nothing but 0 and 1")
-        words = np.zeros((self.size + 63) // 64, dtype=np.uint64)
-        packed = np.packbits(array.astype(np.bool_), bitorder="little")
+        chosen = array.astype(np.bool_)
+        packed = np.packbits(chosen if self._used is None else chosen[self._used], bitorder="little")
+        words = self._no_words()
         words.view(np.uint8)[: len(packed)] = packed
         return words
 
+    def _no_words(self) -> Words:
+        """The words of a bit vector in which nothing is set; variables without coefficients have none."""
+        return np.zeros((self._searched + 63) // 64, dtype=np.uint64)
+
     def _bits(self, words: Words) -> Bits:
-        bits = np.unpackbits(words.view(np.uint8), count=self.size, bitorder="little")
-        return bits.astype(np.bool_)
+        searched = np.unpackbits(words.view(np.uint8), count=self._searched, bitorder="little")
+        if self._used is None:
+            return searched.astype(np.bool_)
+        bits = np.zeros(self.size, dtype=np.bool_)
+        bits[self._used] = searched
+        return bits
 
     def __repr__(self) -> str:
-        facts = self._facts()
+        facts = self._model.facts()
+        smallest, largest = (_plain(Fraction(w) / self._factor) for w in (facts.smallest, facts.largest))
         return (
-            f"<orvex.Problem: {facts.size} variables, {facts.nonzero} coefficients from "
-            f"{facts.smallest} to {facts.largest}>"
+            f"<orvex.Problem: {self.size} variables, {facts.nonzero} coefficients from {smallest} to "
+            f"{largest}>"
         )
+
+
+def _plain(number: Fraction) -> int | float:
+    return int(number) if number.denominator == 1 else float(number)
 
 
 def read(

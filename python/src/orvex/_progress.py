@@ -25,7 +25,11 @@ class Progress:
             self._bar = tqdm(
                 total=self._limit,
                 desc="orvex",
-                bar_format="{desc}: {n:.1f} s |{bar}| {postfix}" if self._limit else None,
+                bar_format=(
+                    "{desc}: {n:.1f} of {total:g} s |{bar}|{postfix}"
+                    if self._limit
+                    else "{desc}: {n:.1f} s{postfix}"
+                ),
                 unit="s",
             )
         return self

@@ -16,26 +16,32 @@ if TYPE_CHECKING:
 
 Energy = Union[int, float]
 Status = Literal[
-    "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
+    "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
 ]
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Result:
-    """The best solution of a search, and how the search went."""
+    """The best solution of a search, and how the search went. Results are equal when all of this is."""
 
     x: npt.NDArray[np.bool_]
     """The best bit vector."""
     energy: Energy
-    """Its energy, computed from the bits in exact integers: an int where it is whole."""
+    """Its energy, added up from the bits with the coefficients as they were given: an int where it is
+    whole."""
+    largest_error: float
+    """So far at most were the energies in the search from the true ones, for coefficients that had to be
+    rounded; 0.0 where none was. It is no error of `energy`."""
     history: list[tuple[float, Energy]]
-    """Seconds since the search began, and energy, of every new best; a start is at 0.0."""
+    """When each new best was found, in seconds since the search began, and its energy; a start is at
+    0.0."""
     status: Status
-    """What ended the search; "ended" where the library tells no reason."""
+    """What ended the search; "optimal" where no energy can be lower, "ended" where the library tells no reason."""
     info: dict[str, str]
     """What the library tells of the run: "solver", "gpu" (the device), "solver_size", "solver_bits",
     "arithmetic_bits", "runtime", "search_cycles", "total_flips", "tts" (seconds to the solution).
-    Empty when the search was interrupted before the library had finished."""
+    Empty when the search was interrupted before the library had finished; texts are empty where the
+    library did not search."""
     timings: dict[str, float]
     """Seconds: "build" of the problem from what stated it (0 for a Problem), "load" into the library, with
     the wait for another thread's search, "search", and "total", which is all of the call."""
@@ -48,6 +54,20 @@ class Result:
     """The label of each bit."""
     solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
     """The bits of every entry of `history`."""
+
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Result):
+            return NotImplemented
+        arrays = ("x", "solutions")
+        same = all(
+            getattr(self, name) == getattr(other, name)
+            for name in self.__dataclass_fields__
+            if name not in arrays
+        )
+        mine, others = [self.x, *self.solutions], [other.x, *other.solutions]
+        return same and len(mine) == len(others) and all(map(np.array_equal, mine, others))
+
+    __hash__ = None  # type: ignore[assignment]
 
     @property
     def sample(self) -> dict[Hashable, int]:
@@ -67,6 +87,7 @@ class Result:
         lines = {
             "energy": self.energy,
             **({"objective": self.objective} if foreign else {}),
+            **({"rounded by": f"{self.largest_error:.2g}"} if self.largest_error else {}),
             "status": self.status,
             "found after": f"{self.history[-1][0]:.3f} s",
             "search": f"{self.timings['search']:.3f} s",

@@ -7,7 +7,7 @@ from __future__ import annotations
 import difflib
 import math
 import numbers
-from collections.abc import Callable, Mapping
+from collections.abc import Callable, Mapping, Set
 from typing import Any, Literal, NamedTuple, TypedDict, Union
 
 from ._library import device_count, support
@@ -43,56 +43,82 @@ GENERATORS = _TABLE["fix_instance"][0].words
 
 
 class Settings(TypedDict, total=False):
-    """Settings of the engine, all optional."""
+    """Settings of the engine, all optional.
+
+    Keys
+    ----
+    arithmetic_bits
+        Width of energies in the search; by default the least that is proven to be enough.
+    search_cycles
+        Flips for one start instance, and steps of one search; 0 in either place leaves that one to the
+        engine. By default the choice of the command-line caller for this problem, as for "pool_size",
+        "restart_t0", "fix_algorithm" and "tabu_cycles" where it is large and sparse; "default" is the
+        engine's own.
+    search_cycles_factor
+        Both, as multiples of the number of variables.
+    batch_factor
+        Flips for one start instance, as a multiple of the band's size.
+    annealing_factor
+        Steps of one search, as a multiple of the number of variables.
+    tabu_cycles
+        Steps for which a flipped bit stays barred, 0 to 255; 8 by default.
+    pool_size
+        Solutions in the pool of each island, 2 to 10000; 100 by default.
+    solution_proximity
+        Hamming distance within which two solutions of a pool count as near; by default a hundredth of the
+        variables.
+    gpus
+        How many of the GPUs are used; by default all. In a build for processors, which are one device, 1.
+    islands_per_gpu
+        Islands on each device, 1 to 64.
+    blocks_per_island
+        Blocks that serve an island, 1 to 64.
+    restart_t0
+        Seconds of the first restart period; 0 turns restarts off; 1.0 by default.
+    restart_b
+        Growth of the restart periods; 2.0 by default.
+    restart_duration
+        Both at once.
+    restart_nobest
+        Seconds of the first period, and the share of each period in which "AllBest" is not chosen.
+    fix_algorithm
+        Every instance is searched by this flip rule.
+    exclude_algorithm
+        Random choices skip this flip rule.
+    fix_instance
+        Every start instance is made by this generator.
+    best_priority
+        Mixing of "Hint" and "AllBest", -63 to 63; 0 by default.
+    inst_zero
+        "Zero" clears one bit in 2 ** inst_zero, 0 to 63; 3 by default.
+    inst_one
+        "One" sets one bit in 2 ** inst_one, 0 to 63; 3 by default.
+    verbose
+        1: the library's own progress lines and final table on standard error; 2: more.
+    """
 
     arithmetic_bits: Literal[32, 64]
-    """Width of energies in the search; by default the least that is proven to be enough."""
     search_cycles: Union[tuple[int, int], Literal["default"]]
-    """Flips for one start instance, and steps of one search; 0 in either place leaves that one to the
-    engine. By default the choice of the command-line caller for this problem, as for "pool_size",
-    "restart_t0", "fix_algorithm" and "tabu_cycles" where it is large and sparse; "default" is the
-    engine's own."""
     search_cycles_factor: tuple[float, float]
-    """Both, as multiples of the number of variables."""
     batch_factor: float
-    """Flips for one start instance, as a multiple of the band's size."""
     annealing_factor: float
-    """Steps of one search, as a multiple of the number of variables."""
     tabu_cycles: int
-    """Steps for which a flipped bit stays barred, 0 to 255; 8 by default."""
     pool_size: int
-    """Solutions in the pool of each island, 2 to 10000; 100 by default."""
     solution_proximity: int
-    """Hamming distance within which two solutions of a pool count as near; by default a hundredth of
-    the variables."""
     gpus: int
-    """How many of the GPUs are used; by default all. In a build for processors, which are one device, 1."""
     islands_per_gpu: int
-    """Islands on each device, 1 to 64."""
     blocks_per_island: int
-    """Blocks that serve an island, 1 to 64."""
     restart_t0: float
-    """Seconds of the first restart period; 0 turns restarts off; 1.0 by default."""
     restart_b: float
-    """Growth of the restart periods; 2.0 by default."""
     restart_duration: tuple[float, float]
-    """Both at once."""
     restart_nobest: tuple[float, float]
-    """Seconds of the first period, and the share of each period in which "AllBest" is not chosen."""
     fix_algorithm: FlipRule
-    """Every instance is searched by this flip rule."""
     exclude_algorithm: FlipRule
-    """Random choices skip this flip rule."""
     fix_instance: Generator
-    """Every start instance is made by this generator."""
     best_priority: int
-    """Mixing of "Hint" and "AllBest", -63 to 63; 0 by default."""
     inst_zero: int
-    """"Zero" clears one bit in 2 ** inst_zero, 0 to 63; 3 by default."""
     inst_one: int
-    """"One" sets one bit in 2 ** inst_one, 0 to 63; 3 by default."""
     verbose: Literal[0, 1, 2]
-    """1: the library's own progress lines and final table on standard error; 2: more."""
 
 
 Check = Callable[[str, Any], str]
@@ -130,6 +156,8 @@ def _real(least: float, most: float) -> Check:
 
 def _pair(first: Check, second: Check) -> Check:
     def check(name: str, value: Any) -> str:
+        if isinstance(value, (Mapping, Set)):
+            raise ValueError(f"{name} must be two numbers in order, not {value!r}")
         if isinstance(value, (str, bytes)) or not hasattr(value, "__len__") or len(value) != 2:
             raise TypeError(f"{name} must be two numbers, not {value!r}")
         return f"{first(f'{name}[0]', value[0])} {second(f'{name}[1]', value[1])}"

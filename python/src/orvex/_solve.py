@@ -6,20 +6,23 @@ may take time or fail happens here.
 from __future__ import annotations
 
 import inspect
+import math
+import threading
 import time
 from collections.abc import Callable, Iterable
 from contextlib import ExitStack
 from fractions import Fraction
-from typing import TYPE_CHECKING, Any, cast
+from typing import TYPE_CHECKING, Any, Literal, cast
 
 import numpy as np
 import numpy.typing as npt
 
 from ._engine import Question, Run
-from ._library import expect_device
+from ._library import OrvexError, expect_device
 from ._memory import expect_memory
+from ._model import Words
 from ._numbers import Scale, exact
-from ._problem import Problem, Words, as_problem
+from ._problem import Problem, as_problem
 from ._progress import Progress
 from ._result import Energy, Result, Status
 from ._settings import Settings, check_settings, real_number, whole_number
@@ -33,18 +36,20 @@ DEFAULT_TIME_LIMIT = 10.0
 _PATIENCE = 0.1
 
 
-class Event:
-    """What a callback is given: a new best, and what it may ask for."""
+#: The least time between two pulses of a search.
+_PULSE = 0.1
+#: What the library calls how much is tried before a search.
+_PRESOLVE: dict[object, int] = {False: 0, True: 1, "full": 2}
+#: What a search may be told anew while it goes on.
+_CHANGEABLE = ("batch_factor", "annealing_factor")
+#: Whether this thread is inside a callback.
+_inside = threading.local()
 
-    x: npt.NDArray[np.bool_]
-    """The new best bit vector."""
-    energy: Energy
-    """Its energy, in exact integers where it is whole."""
-    time: float
-    """When it was found, in seconds since the search began."""
 
-    def __init__(self, search: _Search, x: npt.NDArray[np.bool_], energy: Energy, at: float) -> None:
-        self.x, self.energy, self.time = x, energy, at
+class Steering:
+    """What a callback may ask of the search."""
+
+    def __init__(self, search: _Search) -> None:
         self._search = search
 
     def stop(self) -> None:
@@ -55,8 +60,42 @@ class Event:
         """Gives the search a bit vector to search from."""
         self._search.run.hint(self._search.problem._words(x, "the hint"))
 
+    def set(self, *, batch_factor: float | None = None, annealing_factor: float | None = None) -> None:
+        """Changes how long start instances and searches take from now on; see :class:`Settings`."""
+        given = {"batch_factor": batch_factor, "annealing_factor": annealing_factor}
+        self._search.run.set(check_settings(given, frozenset(_CHANGEABLE)))
+
+
+class Event(Steering):
+    """What a callback is given: a new best, and what it may ask for."""
+
+    x: npt.NDArray[np.bool_]
+    """The new best bit vector."""
+    energy: Energy
+    """Its energy, in exact integers where it is whole."""
+    time: float
+    """When it was found, in seconds since the search began."""
+
+    def __init__(self, search: _Search, x: npt.NDArray[np.bool_], energy: Energy, at: float) -> None:
+        super().__init__(search)
+        self.x, self.energy, self.time = x, energy, at
+
+
+class Pulse(Steering):
+    """What is given about every tenth of a second, however quiet the search is."""
+
+    time: float
+    """Seconds since the search began."""
+    best: Event | None
+    """The best solution so far; None as long as there is none."""
+
+    def __init__(self, search: _Search, at: float, best: Event | None) -> None:
+        super().__init__(search)
+        self.time, self.best = at, best
+
 
 Callback = Callable[[Event], object]
+PulseCallback = Callable[[Pulse], object]
 
 
 def solve(
@@ -68,8 +107,11 @@ def solve(
     starts: Iterable[Any] = (),
     hints: Iterable[Any] = (),
     callback: Callback | None = None,
+    pulse: PulseCallback | None = None,
     progress: bool = False,
     scale: Scale | None = None,
+    presolve: bool | Literal["full"] = True,
+    companion: float | None = None,
     **settings: Unpack[Settings],
 ) -> Result:
     """Searches for the bit vector of lowest energy.
@@ -96,11 +138,21 @@ def solve(
         Bit vectors for the search to start instances from.
     callback
         Called with an :class:`Event` at every new best. It may ask for the end, as it does by returning
-        True, and give hints. What it raises ends the search and is raised by this function.
+        True, give hints and change settings. What it raises ends the search and is raised by this
+        function. It cannot search itself.
+    pulse
+        Called with a :class:`Pulse` about every tenth of a second, from the beginning of the search to its
+        end and whatever is found; it may do the same.
     progress
         Shows a bar in terminals and notebooks: tqdm's if tqdm is there, else lines on standard error.
     scale
-        Makes integers of the coefficients; see :class:`Problem`.
+        How integers are made of the coefficients; see :class:`Problem`.
+    presolve
+        Whether the problem is reduced before the search, exactly: the least energy stays the same, and where
+        nothing is left to search the result is "optimal". "full" tries everything, however long it takes.
+    companion
+        The share of the processors, from 0 to 1, that anneals and merges solutions beside the library's
+        search; at 1 the library does not search. By default the structure of the problem decides.
     settings
         Settings of the engine; see :class:`Settings`.
 
@@ -111,13 +163,25 @@ def solve(
     MemoryError
         This machine has not the memory for the problem.
     OrvexError
-        The package was built for GPUs, and there is none.
+        The package was built for GPUs, and there is none; or this is called inside a callback.
     """
     begin = time.perf_counter()
+    if getattr(_inside, "callback", False):
+        raise OrvexError(
+            "solve() inside a callback would wait for the search that called it; one search at a time runs "
+            "in a process"
+        )
     expect_device()
     params = check_settings(settings, _ARGUMENTS)
-    if callback is not None and not callable(callback):
-        raise TypeError(f"callback must be callable, not {callback!r}")
+    for name, function in (("callback", callback), ("pulse", pulse)):
+        if function is not None and not callable(function):
+            raise TypeError(f"{name} must be callable, not {function!r}")
+    if isinstance(presolve, (int, np.bool_)) and presolve in (0, 1):
+        presolve = bool(presolve)
+    elif presolve != "full":
+        raise ValueError(f'presolve must be True, False or "full", not {presolve!r}')
+    if companion is not None:
+        companion = real_number("companion", companion, 0, 1)
     limits = _Limits(time_limit, target, trial_limit)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
@@ -129,6 +193,8 @@ def solve(
         limits.time,
         limits.target_of(made),
         limits.trials,
+        _PRESOLVE[presolve],
+        companion,
         found,
         [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)],
     )
@@ -136,7 +202,7 @@ def solve(
     expect_memory(
         plan.model + plan.run, "a search with these settings takes", there=plan.model + plan.loaded
     )
-    search = _Search(made, question, found, callback)
+    search = _Search(made, question, found, limits, callback, pulse)
     with ExitStack() as stack:
         if progress:
             search.progress = stack.enter_context(Progress(limits.time))
@@ -169,6 +235,12 @@ class _Limits:
             return None
         return max(-(2**63) + 1, min(problem._in_own_units(self._target), 2**63 - 1))
 
+    def target_holds(self, energy: Energy) -> bool:
+        """Whether an energy is at the target or below, but for what floats round."""
+        if self._target is None:
+            return False
+        return energy <= self._target or math.isclose(energy, float(self._target), rel_tol=1e-12)
+
 
 class _Search:
     """A search that runs, from the caller's side."""
@@ -178,14 +250,19 @@ class _Search:
         problem: Problem,
         question: Question,
         starts: list[Words],
+        limits: _Limits,
         callback: Callback | None,
+        pulse: PulseCallback | None,
     ) -> None:
         self.problem = problem
         self.progress: Progress | None = None
+        self._limits = limits
         self._callback = callback
+        self._pulse = pulse
+        self._next_pulse = 0.0
         self._status: Status | None = None  # why the caller's side ended the search
         self._failure: BaseException | None = None
-        self._own: list[int] = []  # energies of the history, as integers
+        self._energies: list[Energy] = []  # of the history, as the caller counts them
         self._words: list[Words] = []
         self._times: list[float] = []
         if starts:
@@ -224,24 +301,52 @@ class _Search:
             run.changed.clear()
             self._take_news()
             if self.progress is not None:
-                best = self._own[-1] if self._own else None
-                shown = None if best is None else self.problem._in_callers_units(best)
-                self.progress.show(self._elapsed(), shown)
+                self.progress.show(self._elapsed(), self._energies[-1] if self._energies else None)
+            if run.began is not None and self._elapsed() >= self._next_pulse:
+                self._tell_pulse()
         self._take_news()
 
     def _take_news(self) -> None:
         while self.run.news:
             at, energy, words = self.run.news.popleft()
-            self._note(at, energy, words)
+            if not self._note(at, energy, words):
+                continue
             if self._callback is not None:
-                units = self.problem._in_callers_units(energy)
-                if self._callback(Event(self, self.problem._bits(words), units, at)) is True:
-                    self.end("stopped by callback")
+                self._tell(self._callback, self._best())
+            # Where coefficients are rounded, the library's target is one that is sure to be low enough.
+            if self.problem.largest_error > 0 and self._limits.target_holds(self._energies[-1]):
+                self.end("target reached")
 
-    def _note(self, at: float, energy: int, words: Words) -> None:
+    def _tell_pulse(self) -> None:
+        if self._pulse is None or self.run.ended.is_set():
+            return
+        self._tell(self._pulse, Pulse(self, self._elapsed(), self._best() if self._words else None))
+        self._next_pulse = self._elapsed() + _PULSE
+
+    def _tell(self, callback: Callable[[Any], object], event: Steering) -> None:
+        _inside.callback = True
+        try:
+            if callback(event) is True:
+                event.stop()
+        finally:
+            _inside.callback = False
+
+    def _best(self) -> Event:
+        x = self.problem._bits(self._words[-1])
+        return Event(self, x, self._energies[-1], self._times[-1])
+
+    def _note(self, at: float, energy: int, words: Words) -> bool:
+        """Enters what is better than all before in the caller's units, which may differ from the order of
+        the search where coefficients are rounded. What was found later and is worse never was the best."""
+        value = self.problem._in_callers_units(energy, words)
+        if self._energies and value >= self._energies[-1]:
+            return False
+        while self._times and self._times[-1] > at:
+            self._times.pop(), self._energies.pop(), self._words.pop()
         self._times.append(at)
-        self._own.append(energy)
+        self._energies.append(value)
         self._words.append(words)
+        return True
 
     def _elapsed(self) -> float:
         return 0.0 if self.run.began is None else time.perf_counter() - self.run.began
@@ -254,14 +359,15 @@ class _Search:
             raise run.error
         self._callback = None  # what came while an interrupt was on its way is taken without it
         self._take_news()
-        if not self._own:  # interrupted before there was anything
-            self._note(0.0, 0, np.zeros((problem.size + 63) // 64, dtype=np.uint64))
-        energy = self._own[-1]
+        if not self._energies:  # interrupted before there was anything
+            self._note(0.0, 0, problem._no_words())
+        energy = self._energies[-1]
         finished = run.ending is not None
         return Result(
             x=problem._bits(self._words[-1]),
-            energy=problem._in_callers_units(energy),
-            history=[(t, problem._in_callers_units(e)) for t, e in zip(self._times, self._own)],
+            energy=energy,
+            largest_error=problem.largest_error,
+            history=list(zip(self._times, self._energies)),
             status=self._why(),
             info=dict(run.info),
             timings={
@@ -270,7 +376,7 @@ class _Search:
                 "search": run.search_time if finished else self._elapsed(),
                 "total": time.perf_counter() - begin,
             },
-            objective=problem.objective(problem._in_callers_units(energy)),
+            objective=problem.objective(energy),
             source=problem.source,
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],

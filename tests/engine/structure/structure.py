@@ -20,7 +20,8 @@ import subprocess
 import sys
 
 # Which folders (of src/ without that word) the files of a folder may include. The longest matching folder counts.
-TOOLKIT_ROOMS = [f"toolkit/{room}" for room in ("model", "settings", "io", "generate", "run")]
+TOOLKIT_ROOMS = [f"toolkit/{room}" for room in
+                 ("model", "settings", "io", "generate", "presolve", "companion", "run")]
 DEVICE = ["engine/device", "platform", "problem"]
 ALLOWED = {
     "problem": ["problem"],
@@ -34,10 +35,12 @@ ALLOWED = {
     "front": ["front", "engine", "engine/device", "platform", "problem"],
     "bands": ["engine", "engine/band", "engine/device/cuda"],
     "toolkit/model": ["toolkit/model"],
-    "toolkit/settings": ["toolkit/settings", "toolkit/model"],
-    "toolkit/io": ["toolkit/io", "toolkit/model"],
+    "toolkit/settings": ["toolkit/settings", "toolkit/presolve", "toolkit/companion", "toolkit/model"],
+    "toolkit/io": ["toolkit/io", "toolkit/companion", "toolkit/model"],
     "toolkit/generate": ["toolkit/generate", "toolkit/io", "toolkit/model"],
-    "toolkit/run": ["toolkit/run", "toolkit/settings", "toolkit/model"],
+    "toolkit/presolve": ["toolkit/presolve", "toolkit/model"],
+    "toolkit/companion": ["toolkit/companion", "toolkit/model"],
+    "toolkit/run": ["toolkit/run", "toolkit/settings", "toolkit/presolve", "toolkit/companion", "toolkit/model"],
     "toolkit": ["toolkit", *TOOLKIT_ROOMS],
     "app": ["app", "toolkit", *TOOLKIT_ROOMS],
     "python": ["python", "toolkit", *TOOLKIT_ROOMS],

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "toolkit/io/formats/one_hot.hpp"
 #include "unit/toolkit/reading.hpp"
 
 namespace orvex::toolkit::test {
@@ -32,13 +33,12 @@ TEST(Assignments, QapLibIsAssignedWithAPenalty) {
     EXPECT_EQ(problem.convention.note, "penalty 22, proven to be enough");
     EXPECT_EQ(objective(problem, "0000"), 4 * 22);
     const Problem weak = read(text, {.penalty = 3});
-    EXPECT_EQ(weak.convention.note, "penalty 3, not proven to be enough as 22 is");
+    EXPECT_EQ(weak.convention.note, "penalty 3, not proven to be enough (22 is)");
     EXPECT_THAT(weak.warnings, ElementsAre(HasSubstr("not proven to be enough")));
     EXPECT_EQ(objective(weak, assignment({0, 1})), 15 + 28);
     EXPECT_EQ(refusal(text, {.penalty = 0}), "the penalty is 0, not at least 1");
-    EXPECT_EQ(refusal_as("qaplib", "2\n1 3\n4 0\n0 5\n7"),
-              "line 5: the file ends where B[2][2] should stand");
-    EXPECT_EQ(refusal_as("qaplib", "1\n1 3 4"), "line 2: something follows the two matrices");
+    EXPECT_EQ(refusal_as("qaplib", "2\n1 3\n4 0\n0 5\n7"), "line 5: the file ends before B[2][2]");
+    EXPECT_EQ(refusal_as("qaplib", "1\n1 3 4"), "line 2: unexpected text after the two matrices");
     EXPECT_EQ(refusal_as("qaplib", "1\n-9223372036854775808\n1\n"),
               "line 2: the magnitudes in A add up to more than 64 bits hold");
     EXPECT_EQ(refusal_as("qaplib", "1\n4294967296\n4294967296\n"),
@@ -66,9 +66,9 @@ TEST(Assignments, TspLibKnowsCoordinatesAndMatrices) {
             "EDGE_WEIGHT_FORMAT: " +
             section + "\n");
         EXPECT_EQ(objective(matrix, assignment({0, 1, 2})), 7) << section;
-        EXPECT_EQ(matrix.model->get(0 * 3 + 0, 1 * 3 + 1), 1) << section;
-        EXPECT_EQ(matrix.model->get(0 * 3 + 0, 2 * 3 + 1), 2) << section;
-        EXPECT_EQ(matrix.model->get(1 * 3 + 0, 2 * 3 + 1), 4) << section;
+        EXPECT_EQ(matrix.weights.get(0 * 3 + 0, 1 * 3 + 1), 1) << section;
+        EXPECT_EQ(matrix.weights.get(0 * 3 + 0, 2 * 3 + 1), 2) << section;
+        EXPECT_EQ(matrix.weights.get(1 * 3 + 0, 2 * 3 + 1), 4) << section;
     }
 }
 
@@ -88,18 +88,52 @@ TEST(Assignments, TspLibIsRefusedWithALine) {
     EXPECT_EQ(refusal("EDGE_WEIGHT_TYPE: XRAY1\n"),
               "line 1: the edge weight type \"XRAY1\" is not known");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\nEOF\n"),
-              "line 6: a line here has a city and two coordinates; this one has 1 word");
+              "line 6: expected a city and two coordinates, found 1 word");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n1 0 0\n"),
-              "line 6: the city has coordinates already");
+              "line 6: the city already has coordinates");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 a 0\n"),
-              "line 6: the coordinate \"a\" is no number");
+              "line 6: the coordinate \"a\" is not a number");
     EXPECT_EQ(refusal(head),
-              "line 4: the file ends where NODE_COORD_SECTION or EDGE_WEIGHT_SECTION "
-              "should stand");
+              "line 4: the file has neither NODE_COORD_SECTION nor EDGE_WEIGHT_SECTION");
     EXPECT_EQ(refusal(head + "FIXED_EDGES_SECTION\n"),
               "line 4: \"FIXED_EDGES_SECTION\" is not known here");
+    EXPECT_EQ(refusal("DIMENSION: 2\nEDGE_WEIGHT_TYPE: EUC_2D\nNODE_COORD_SECTION\n1 0 0\n2 1 0\n"),
+              "line 3: there is no line \"TYPE: ...\" before NODE_COORD_SECTION");
+    EXPECT_EQ(refusal("TYPE: TSP\nDIMENSION: 2\nNODE_COORD_SECTION\n"),
+              "line 3: there is no line \"EDGE_WEIGHT_TYPE: ...\" before NODE_COORD_SECTION");
+    EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 1 0\nDIMENSION: 5\n"),
+              "line 7: DIMENSION is given twice");
+    EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 1 0\nEDGE_WEIGHT_TYPE: EXPLICIT\n"),
+              "line 7: EDGE_WEIGHT_TYPE is given twice");
     EXPECT_EQ(refusal(head + "NODE_COORD_SECTION\n1 0 0\n2 1 0\nEOF\nmore\n"),
-              "line 8: something follows \"EOF\"");
+              "line 8: unexpected text after \"EOF\"");
+}
+
+TEST(Assignments, DistancesStayWithinWhatIsExact) {
+    for (const std::string type : {"EUC_2D", "CEIL_2D", "MAN_2D", "MAX_2D", "ATT"})
+        for (const std::string far : {"1e300", "1e18", "-1e17"})
+            EXPECT_EQ(refusal("TYPE: TSP\nDIMENSION: 2\nEDGE_WEIGHT_TYPE: " + type +
+                              "\nNODE_COORD_SECTION\n1 0 0\n2 " + far + " 0\nEOF\n"),
+                      "line 8: the coordinates are too far apart: a distance is beyond 2^53")
+                << type << far;
+    EXPECT_THAT(refusal("TYPE: TSP\nDIMENSION: 2\nEDGE_WEIGHT_TYPE: GEO\n"
+                        "NODE_COORD_SECTION\n1 0 0\n2 1e308 1e308\nEOF\n"),
+                HasSubstr("too far apart"));
+}
+
+/** A file of some hundred bytes, compressed, may state 2^31 couplings. */
+TEST(Assignments, WhatTakesTooMuchIsRefusedAndWhatTakesLongIsAnnounced) {
+    const TemporaryFile file("", ".txt");
+    NumberReader reader(file.path());
+    const Lines lines(reader);
+    std::string told;
+    const ReadOptions options{.note = [&](const std::string& text) { told = text; }};
+    expect_couplings(1000, options, lines);
+    EXPECT_EQ(told, "");
+    EXPECT_THROW(expect_couplings(Wide{1} << 50, options, lines), MemoryShortage);
+    EXPECT_EQ(told, "");
+    expect_couplings(100'000'001, options, lines);
+    EXPECT_THAT(told, HasSubstr("100000001 couplings take 2.98 GiB of memory and some time"));
 }
 
 /** The lowest objective of all bit vectors, and whether only assignments reach it. */
@@ -141,7 +175,7 @@ TEST(Assignments, DistancesAreRoundedByTheirType) {
     const auto distance = [](const std::string& type, const std::string& place) {
         const Problem problem = read("TYPE: TSP\nDIMENSION: 2\nEDGE_WEIGHT_TYPE: " + type +
                                      "\nNODE_COORD_SECTION\n1 0 0\n2 " + place + "\nEOF\n");
-        return problem.model->get(0, 3) / 2;  // there and back
+        return problem.weights.get(0, 3) / 2;  // there and back
     };
     EXPECT_EQ(distance("EUC_2D", "1 1"), 1);
     EXPECT_EQ(distance("EUC_2D", "1.5 0"), 2);

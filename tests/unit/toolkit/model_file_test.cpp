@@ -49,31 +49,31 @@ TEST(ModelFile, GivesTheModelAndItsFigures) {
     EXPECT_DOUBLE_EQ(problem.density(), 0.5);
     EXPECT_EQ(problem.smallest_weight, -7);
     EXPECT_EQ(problem.largest_weight, 5);
-    EXPECT_EQ(problem.model->get(0, 0), 5);
-    EXPECT_EQ(problem.model->get(1, 2), -7);
-    EXPECT_EQ(problem.model->get(2, 1), -7);
-    EXPECT_EQ(problem.model->get(2, 0), 3);
+    EXPECT_EQ(problem.weights.get(0, 0), 5);
+    EXPECT_EQ(problem.weights.get(1, 2), -7);
+    EXPECT_EQ(problem.weights.get(2, 1), -7);
+    EXPECT_EQ(problem.weights.get(2, 0), 3);
     EXPECT_EQ(problem.bound.largest_delta, 8);
     EXPECT_THAT(problem.warnings, IsEmpty());
 }
 
 TEST(ModelFile, CompressedOrPlainIsTheSame) {
     const Problem problem = read(compressed("2 1 -1 -1\n0 1 -1\n"), ".gz");
-    EXPECT_EQ(problem.model->get(0, 1), -1);
+    EXPECT_EQ(problem.weights.get(0, 1), -1);
     EXPECT_THAT(problem.warnings, IsEmpty());
 }
 
 TEST(ModelFile, ANameThatMisleadsAboutCompressionIsWarnedAbout) {
     EXPECT_THAT(read("1 0 0 0\n", ".gz").warnings,
-                ElementsAre(EndsWith(" is not compressed, in spite of its name")));
+                ElementsAre(EndsWith(" is not compressed, although its name says so")));
     EXPECT_THAT(read(compressed("1 0 0 0\n"), ".qubo").warnings,
                 ElementsAre(EndsWith(" is compressed, but its name does not end in .gz")));
 }
 
 TEST(ModelFile, LinesMeanNothing) {
     const Problem problem = read("2\n2 -1 4 0\n0 4 0 1\n\n -1 \n\n");
-    EXPECT_EQ(problem.model->get(0, 0), 4);
-    EXPECT_EQ(problem.model->get(0, 1), -1);
+    EXPECT_EQ(problem.weights.get(0, 0), 4);
+    EXPECT_EQ(problem.weights.get(0, 1), -1);
 }
 
 TEST(ModelFile, AModelWithoutEntriesIsAModel) {
@@ -85,16 +85,16 @@ TEST(ModelFile, AModelWithoutEntriesIsAModel) {
 }
 
 TEST(ModelFile, HeadersAreValidated) {
-    EXPECT_EQ(refusal(""), "line 1: the file ends where the number of variables should stand");
-    EXPECT_EQ(refusal("3 1\n-1"), "line 2: the file ends where the largest weight should stand");
-    EXPECT_EQ(refusal("0 0 0 0"), "line 1: the number of variables is 0, not from 1 to 65536");
-    EXPECT_EQ(refusal("65537 0 0 0"),
-              "line 1: the number of variables is 65537, not from 1 to 65536");
-    EXPECT_EQ(refusal("-2 0 0 0"), "line 1: the number of variables is -2, not from 1 to 65536");
+    EXPECT_EQ(refusal(""), "line 1: the file ends before the number of variables");
+    EXPECT_EQ(refusal("3 1\n-1"), "line 2: the file ends before the largest weight");
+    EXPECT_EQ(refusal("0 0 0 0"), "line 1: the number of variables is 0, not from 1 to 16777216");
+    EXPECT_EQ(refusal("16777217 0 0 0"),
+              "line 1: the number of variables is 16777217, not from 1 to 16777216");
+    EXPECT_EQ(refusal("-2 0 0 0"), "line 1: the number of variables is -2, not from 1 to 16777216");
     EXPECT_EQ(refusal("2 -1 0 0"), "line 1: the number of entries is -1");
     EXPECT_EQ(refusal("2 1 3 2\n0 0 3"),
               "line 1: the header's smallest weight is above its largest (3..2)");
-    EXPECT_THAT(refusal("p qubo 3"), HasSubstr("the number of variables should be a whole number"));
+    EXPECT_THAT(refusal("p qubo 3"), HasSubstr("the number of variables must be a whole number"));
 }
 
 TEST(ModelFile, IndicesAreValidated) {
@@ -107,12 +107,11 @@ TEST(ModelFile, IndicesAreValidated) {
 TEST(ModelFile, TruncationIsFound) {
     EXPECT_EQ(refusal("3 5 0 1\n0 0 1\n0 1 1\n"),
               "line 4: the file ends after 2 of the 5 entries that its header promises");
-    EXPECT_EQ(refusal("3 2 0 1\n0 0 1\n0 1\n"),
-              "line 4: the file ends where the weight should stand");
+    EXPECT_EQ(refusal("3 2 0 1\n0 0 1\n0 1\n"), "line 4: the file ends before the weight");
 }
 
 TEST(ModelFile, WhatFollowsTheLastEntryIsFound) {
-    const std::string text = "line 3: something follows the 1 entries that the header promises";
+    const std::string text = "line 3: unexpected text after the 1 entries that the header promises";
     EXPECT_EQ(refusal("3 1 0 1\n0 0 1\n0 1 1\n"), text);
     EXPECT_EQ(refusal("3 1 0 1\n0 0 1\nend"), text);
     EXPECT_EQ(refusal("3 1 0 1\n0 0 1\n \n\t\n"), "");
@@ -120,8 +119,8 @@ TEST(ModelFile, WhatFollowsTheLastEntryIsFound) {
 
 TEST(ModelFile, ARepeatedPairKeepsItsLastWeightWithAWarning) {
     const Problem problem = read("3 5 0 9\n0 1 4\n1 0 9\n2 2 0\n2 2 3\n0 1 5\n");
-    EXPECT_EQ(problem.model->get(0, 1), 5);
-    EXPECT_EQ(problem.model->get(2, 2), 3);
+    EXPECT_EQ(problem.weights.get(0, 1), 5);
+    EXPECT_EQ(problem.weights.get(2, 2), 3);
     EXPECT_EQ(problem.nonzero, 2);
     EXPECT_EQ(problem.bound.largest_delta, 5);
     EXPECT_THAT(problem.warnings,
@@ -138,7 +137,7 @@ TEST(ModelFile, AWeightThatTheHeadersWidthCutsIsRefused) {
 
 TEST(ModelFile, AWeightBeyondTheHeadersRangeThatFitsIsWarnedAbout) {
     const Problem problem = read("2 3 0 1\n0 0 127\n0 1 -3\n1 1 1\n");
-    EXPECT_EQ(problem.model->get(0, 0), 127);
+    EXPECT_EQ(problem.weights.get(0, 0), 127);
     EXPECT_THAT(problem.warnings,
                 ElementsAre(EndsWith(", line 2: the weight 127 is outside the header's range 0..1 "
                                      "(2 in all); it fits the 8 bits of a weight")));
@@ -160,7 +159,7 @@ TEST(ModelFile, WhatTheLibraryWritesIsRead) {
             const Problem problem = read(text.str());
             for (int i = 0; i < size; ++i)
                 for (int j = 0; j < size; ++j)
-                    EXPECT_EQ(problem.model->get(i, j), written.get(i, j));
+                    EXPECT_EQ(problem.weights.get(i, j), written.get(i, j));
         }
     }
 }
@@ -193,7 +192,7 @@ TEST(ModelFile, SizeAndWidthAreKnownBeforeTheEntries) {
 
 TEST(PairSet, KnowsEachPairInEitherOrder) {
     for (const int size : {1, 2, 11, 64}) {
-        PairSet pairs(size);
+        PairSet pairs;
         std::set<std::pair<int, int>> expected;
         std::mt19937 random(1);
         for (int round = 0; round < 3 * size * size; ++round) {
@@ -204,12 +203,12 @@ TEST(PairSet, KnowsEachPairInEitherOrder) {
     }
 }
 
-TEST(PairSet, HasAPlaceForThePairsOfTheLargestModel) {
-    PairSet pairs(MAX_SIZE);
-    EXPECT_TRUE(pairs.insert(MAX_SIZE - 1, MAX_SIZE - 1));
-    EXPECT_TRUE(pairs.insert(0, MAX_SIZE - 1));
+TEST(PairSet, HasAPlaceForThePairsOfTheLargestProblem) {
+    PairSet pairs;
+    EXPECT_TRUE(pairs.insert(MAX_VARIABLES - 1, MAX_VARIABLES - 1));
+    EXPECT_TRUE(pairs.insert(0, MAX_VARIABLES - 1));
     EXPECT_TRUE(pairs.insert(1, 1));
-    EXPECT_FALSE(pairs.insert(MAX_SIZE - 1, MAX_SIZE - 1));
+    EXPECT_FALSE(pairs.insert(MAX_VARIABLES - 1, MAX_VARIABLES - 1));
 }
 
 }  // namespace

@@ -56,10 +56,24 @@ TEST(NumberReader, RefusesWhatIsNoWholeNumberOf64Bits) {
     for (const char* text : {"9223372036854775808", "-9223372036854775809", "99999999999999999999",
                              "1.5", "1e3", "x", "-", "+", "--1", "0x10", "1,2", "12a"})
         EXPECT_THAT(failure_of(std::string("7\n") + text + "\n"),
-                    HasSubstr(", line 2: the number should be a whole number of 64 bits and is \""))
+                    HasSubstr(", line 2: the number must be a whole number of 64 bits, not \""))
             << text;
-    EXPECT_THAT(failure_of("1.5"), EndsWith("is \"1.5\""));
-    EXPECT_THAT(failure_of(std::string("a\0\x80z", 4)), EndsWith("is \"a??z\""));
+    EXPECT_THAT(failure_of("1.5"), EndsWith("not \"1.5\""));
+    EXPECT_THAT(failure_of(std::string("a\0\x80z", 4)), EndsWith("not \"a??z\""));
+}
+
+/** A megabyte of a compressed file can be a gigabyte of one line. */
+TEST(NumberReader, RefusesALineWithoutEnd) {
+    const TemporaryFile file(compressed("1\n" + std::string(70'000'000, 'a')));
+    NumberReader reader(file.path());
+    std::string text;
+    EXPECT_TRUE(reader.line(text));
+    try {
+        reader.line(text);
+        ADD_FAILURE() << "it was read";
+    } catch (const InputError& error) {
+        EXPECT_THAT(error.what(), EndsWith("line 2: the line is longer than 64 MiB"));
+    }
 }
 
 TEST(NumberReader, NumbersMayLieAcrossTheBoundsOfItsBuffer) {

@@ -37,7 +37,7 @@ TEST(Problem, OfAModelHasItsFacts) {
     EXPECT_EQ(problem.model_bytes(), 4u * 4 * 2);
     EXPECT_EQ(problem.proven_bits(), 32);
     EXPECT_TRUE(problem.convention.is_own());
-    EXPECT_EQ(problem.model->get(1, 3), -300);
+    EXPECT_EQ(problem.weights.get(1, 3), -300);
 }
 
 TEST(Problem, NeedsVariables) {

@@ -41,7 +41,7 @@ inline std::vector<long> weights(const Problem& problem) {
     std::vector<long> list;
     for (int i = 0; i < problem.size; ++i)
         for (int j = i; j < problem.size; ++j)
-            list.push_back(problem.model->get(i, j));
+            list.push_back(problem.weights.get(i, j));
     return list;
 }
 
@@ -50,7 +50,7 @@ inline long objective(const Problem& problem, const std::string& digits) {
     Sol solution(problem.size);
     for (int i = 0; i < problem.size; ++i)
         solution.set(i, digits[static_cast<std::size_t>(i)] == '1');
-    const Wide energy = exact_energy(*problem.model, solution, problem.size);
+    const Wide energy = problem.weights.energy(solution);
     return static_cast<long>(problem.convention.objective_at(energy));
 }
 

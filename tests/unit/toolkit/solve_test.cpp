@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "toolkit/model/energy.hpp"
+#include "toolkit/model/memory.hpp"
 #include "unit/toolkit/random_problem.hpp"
 
 namespace orvex::toolkit::test {
@@ -23,8 +24,7 @@ long lowest_energy(const Problem& problem) {
         Sol solution(problem.size);
         for (int i = 0; i < problem.size; ++i)
             solution.set(i, (bits >> i & 1) != 0);
-        lowest = std::min(lowest,
-                          static_cast<long>(exact_energy(*problem.model, solution, problem.size)));
+        lowest = std::min(lowest, static_cast<long>(problem.weights.energy(solution)));
     }
     return lowest;
 }
@@ -38,15 +38,110 @@ std::string refusal(const Problem& problem, const SolveOptions& options) {
     }
 }
 
+/** A pool that the machine could hold, were the rest of it not in use. */
+TEST(Solve, SettingsWhoseMemoryCannotBeHadAreRefused) {
+    const Problem problem = random_problem(10, 9);
+    const auto bytes = [&](int pool_size) {
+        return static_cast<long>(
+            problem.plan(32, PlanRequest{.pool_size = pool_size})->search_bytes);
+    };
+    const long each = (bytes(1'000'100) - bytes(100)) / 1'000'000;
+    const long wanted = free_memory() + (machine_memory() - free_memory()) / 2;
+    if (each == 0 || wanted - free_memory() < 200'000'000) GTEST_SKIP() << "all memory is free";
+    const std::string pool_size = std::to_string((wanted - bytes(100)) / each);
+    EXPECT_THAT(refusal(problem, {.trials = 1,
+                                  .presolve = PresolveEffort::OFF,
+                                  .settings = {{"pool_size", pool_size}}}),
+                HasSubstr("pools and blocks of these settings need"));
+}
+
 TEST(Solve, FindsTheLowestEnergy) {
     const Problem problem = random_problem(12, 50);
     const long lowest = lowest_energy(problem);
-    const Result result = solve(problem, {.time_limit = 5, .target = lowest});
+    const Result result =
+        solve(problem, {.time_limit = 5, .target = lowest, .presolve = PresolveEffort::OFF});
     EXPECT_EQ(result.energy, lowest);
     EXPECT_EQ(result.ending, Ending::TARGET);
-    EXPECT_EQ(exact_energy(*problem.model, result.solution, 12), lowest);
-    EXPECT_EQ(result.plan.band(), "qb64_32_32");
+    EXPECT_EQ(problem.weights.energy(result.solution), lowest);
+    EXPECT_EQ(result.plan.value().band(), "qb64_32_32");
     EXPECT_EQ(result.solution.get("energy"), std::to_string(lowest));
+}
+
+/** A ring of `size` variables in which neighbours repel each other, and chords. */
+Problem ring_with_chords(int size) {
+    std::vector<std::int64_t> linear(static_cast<std::size_t>(size), -3);
+    std::vector<Coupling> couplings;
+    for (int i = 0; i < size; ++i) {
+        couplings.push_back({i, (i + 1) % size, 2});
+        couplings.push_back({i, (i * 7 + size / 3) % size, 1 + i % 3});
+        couplings.push_back({i, (i * 11 + size / 5) % size, 1 + i % 2});
+    }
+    std::erase_if(couplings, [](const Coupling& coupling) { return coupling.i == coupling.j; });
+    return problem_of(sparse_qubo(std::move(linear), std::move(couplings)));
+}
+
+TEST(Solve, ProvesTheOptimumOfWhatPresolveTakesApart) {
+    const Problem problem = random_problem(12, 50);
+    const Result result = solve(problem, {.time_limit = 5});
+    EXPECT_EQ(result.ending, Ending::OPTIMAL);
+    EXPECT_EQ(result.energy, lowest_energy(problem));
+    EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
+    EXPECT_EQ(result.bound, result.energy);
+    EXPECT_EQ(result.history.back().source, Source::PRESOLVE);
+    EXPECT_EQ(result.preparation.size, 0);
+    EXPECT_LT(result.search_time, 1);
+}
+
+TEST(Solve, SearchesASparseModelByTheCompanionAlone) {
+    const Problem problem = ring_with_chords(1500);
+    const Result result = solve(problem, {.time_limit = 0.5});
+    EXPECT_FALSE(result.preparation.library);
+    EXPECT_GT(result.preparation.companion_threads, 0);
+    EXPECT_GT(result.companion_flips, 0);
+    EXPECT_EQ(result.ending, Ending::TIME_LIMIT);
+    EXPECT_NEAR(result.search_time, 0.5, 0.3);
+    EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
+    for (const Found& found : result.history)
+        EXPECT_EQ(found.energy, problem.weights.energy(found.solution));
+}
+
+TEST(Solve, SearchesByLibraryAndCompanionSideBySide) {
+    const Problem problem = ring_with_chords(1500);
+    const Result result = solve(problem, {.time_limit = 1, .companion = 0.5});
+    EXPECT_TRUE(result.preparation.library);
+    EXPECT_GT(result.companion_flips, 0);
+    EXPECT_NE(result.solution.get("total_flips"), "0");
+    EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
+    EXPECT_LE(result.energy, solve(problem, {.time_limit = 0.3, .companion = 0}).energy);
+}
+
+TEST(Solve, TellsTargetsStartsAndBoundsInTheProblemsOwnTerms) {
+    const Problem problem = ring_with_chords(1500);
+    const Result first = solve(problem, {.time_limit = 0.5});
+    for (const double share : {0.0, 0.5, 1.0}) {
+        const Result reached =
+            solve(problem, {.time_limit = 20, .target = first.energy, .companion = share});
+        EXPECT_EQ(reached.ending, Ending::TARGET) << share;
+        EXPECT_LE(reached.energy, first.energy);
+        const Result started =
+            solve(problem, {.time_limit = 0.1, .companion = share, .starts = {first.solution}});
+        EXPECT_EQ(started.history.front().energy, first.energy);
+        EXPECT_EQ(started.history.front().source, Source::START);
+        EXPECT_LE(started.energy, first.energy);
+    }
+}
+
+TEST(Solve, SearchesModelsThatNoBandHolds) {
+    const Problem problem = ring_with_chords(100'000);
+    const Result result = solve(problem, {.time_limit = 1, .presolve = PresolveEffort::OFF});
+    EXPECT_FALSE(result.plan);
+    EXPECT_LT(result.energy, 0);
+    EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
+    EXPECT_THAT(refusal(problem, {.presolve = PresolveEffort::OFF, .companion = 0}),
+                HasSubstr("65536 at most"));
+    EXPECT_THAT(refusal(problem, {.trials = 5, .presolve = PresolveEffort::OFF, .companion = 1}),
+                HasSubstr("limit of trials"));
+    EXPECT_THAT(refusal(problem, {.companion = 1.5}), HasSubstr("share"));
 }
 
 TEST(Solve, KeepsAHistoryThatOnlyGetsBetter) {
@@ -56,7 +151,7 @@ TEST(Solve, KeepsAHistoryThatOnlyGetsBetter) {
     EXPECT_EQ(result.history.back().energy, result.energy);
     for (std::size_t k = 0; k < result.history.size(); ++k) {
         const Found& found = result.history[k];
-        EXPECT_EQ(found.energy, exact_energy(*problem.model, found.solution, 200));
+        EXPECT_EQ(found.energy, problem.weights.energy(found.solution));
         EXPECT_LE(found.time, result.search_time);
         if (k == 0) continue;
         EXPECT_LT(found.energy, result.history[k - 1].energy);
@@ -74,12 +169,12 @@ TEST(Solve, EndsAfterSoManyTrials) {
 TEST(Solve, IsNotWorseThanItsStarts) {
     const Problem problem = random_problem(200, 100);
     const Sol good = solve(problem, {.time_limit = 0.3}).solution;
-    const long energy = static_cast<long>(exact_energy(*problem.model, good, 200));
+    const long energy = static_cast<long>(problem.weights.energy(good));
     const Result result = solve(problem, {.trials = 1, .starts = {Sol(200), good}});
     EXPECT_LE(result.energy, energy);
     EXPECT_EQ(result.history.front().energy, energy);
     EXPECT_EQ(result.history.front().time, 0);
-    EXPECT_EQ(exact_energy(*problem.model, result.solution, 200), result.energy);
+    EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
 }
 
 /** What the library would end the process for is found out before. */
@@ -91,14 +186,16 @@ TEST(Solve, RefusesWhatTheLibraryWould) {
     EXPECT_THAT(refusal(problem, {.hints = {Sol(10), Sol(11)}}), HasSubstr("hint 1 has 11 bits"));
     EXPECT_THAT(refusal(problem, {.settings = {{"blocks_per_island", "-1"}}}),
                 HasSubstr("blocks_per_island must"));
-    EXPECT_THAT(refusal(problem, {.settings = {{"islands_per_gpu", "200"},
+    EXPECT_THAT(refusal(problem, {.presolve = PresolveEffort::OFF,
+                                  .settings = {{"islands_per_gpu", "200"},
                                                {"blocks_per_island", "100000000"}}}),
                 HasSubstr("shape"));
     EXPECT_THAT(refusal(problem, {.settings = {{"no_such_key", "1"}}}), HasSubstr("no_such_key"));
-    EXPECT_THAT(refusal(problem, {.settings = {{"pool_size", "2000000000"}}}),
+    EXPECT_THAT(refusal(problem, {.presolve = PresolveEffort::OFF,
+                                  .settings = {{"pool_size", "2000000000"}}}),
                 HasSubstr("of memory"));
     const auto empty = std::make_unique<Problem>();
-    EXPECT_THAT(refusal(*empty, {}), HasSubstr("no model"));
+    EXPECT_THAT(refusal(*empty, {}), HasSubstr("no weights"));
     EXPECT_THAT(refusal(random_problem(10, std::numeric_limits<long>::max()), {}),
                 HasSubstr("does not fit into 64 bits"));
 }
@@ -148,9 +245,10 @@ struct LetsGo : Events {
 TEST(Solve, AProblemMayEndInsideAnEventOfAnother) {
     LetsGo events;
     events.problem = std::make_unique<Problem>(random_problem(20, 100, 1));
-    solve(*events.problem, {.trials = 1});
+    solve(*events.problem, {.trials = 1, .presolve = PresolveEffort::OFF});
     const Problem other = random_problem(20, 100, 2);
-    EXPECT_EQ(solve(other, {.trials = 1}, events).ending, Ending::TRIAL_LIMIT);
+    const SolveOptions options{.trials = 1, .presolve = PresolveEffort::OFF};
+    EXPECT_EQ(solve(other, options, events).ending, Ending::TRIAL_LIMIT);
     EXPECT_EQ(events.problem, nullptr);
 }
 
@@ -160,7 +258,7 @@ TEST(Solve, OnSeveralThreadsTakesTurns) {
     std::thread thread([&] { energy = solve(one, {.time_limit = 0.3}).energy; });
     const Result result = solve(other, {.time_limit = 0.3});
     thread.join();
-    EXPECT_EQ(result.energy, exact_energy(*other.model, result.solution, 60));
+    EXPECT_EQ(result.energy, other.weights.energy(result.solution));
     EXPECT_LT(energy, 0);
 }
 
@@ -174,7 +272,8 @@ TEST(Solve, ThousandsOfProblemsInARowAreToldApart) {
         const int lone = k % 3;
         for (int i = 0; i < 3; ++i)
             model.set(i, i, i == lone ? -(k + 1) : k + 1);
-        const Result result = solve(problem_of(std::move(model)), {.trials = 1});
+        const Result result =
+            solve(problem_of(std::move(model)), {.trials = 1, .presolve = PresolveEffort::OFF});
         ASSERT_EQ(result.energy, -(k + 1));
     }
 }

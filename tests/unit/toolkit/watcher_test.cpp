@@ -1,12 +1,15 @@
 // The toolkit's side of a run, driven by events as an engine delivers them.
 #include "toolkit/run/watcher.hpp"
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "toolkit/model/errors.hpp"
 #include "unit/toolkit/random_problem.hpp"
 
 namespace orvex::toolkit::test {
@@ -40,11 +43,13 @@ class WatcherTest : public testing::Test {
             model.set(i, i, -i);
         return problem_of(std::move(model));
     }();
+    View view_{problem_};
     Events silent_;
 };
 
 TEST_F(WatcherTest, AsksForAllEvents) {
-    Watcher watcher(problem_, {}, {}, {}, silent_);
+    Record record(view_, {}, {}, {}, silent_);
+    Watcher watcher(record);
     EXPECT_FALSE(event(watcher, "init"));
     EXPECT_TRUE(watcher.impl().notify_new);
     EXPECT_TRUE(watcher.impl().alarm_armed);
@@ -54,20 +59,22 @@ TEST_F(WatcherTest, AsksForAllEvents) {
 }
 
 TEST_F(WatcherTest, EndsTheRunAtItsDeadline) {
-    Watcher watcher(problem_, {.shown = 0.05, .abort = 0.05}, {}, {}, silent_);
+    Record record(view_, {.shown = 0.05, .abort = 0.05}, {}, {}, silent_);
+    Watcher watcher(record);
     EXPECT_FALSE(event(watcher, "init"));
     EXPECT_LE(watcher.impl().alarm_seconds, 0.05) << "the deadline is not slept through";
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
     EXPECT_TRUE(event(watcher, "alarm"));
-    EXPECT_EQ(watcher.ending(), Ending::TIME_LIMIT);
+    EXPECT_EQ(record.ending(), Ending::TIME_LIMIT);
 }
 
 TEST_F(WatcherTest, EndsTheRunAtATargetOfZeroToo) {
-    Watcher watcher(problem_, {.target = 0}, {}, {}, silent_);
+    Record record(view_, {.target = 0}, {}, {}, silent_);
+    Watcher watcher(record);
     EXPECT_FALSE(event(watcher, "init")) << "before the first result there is no energy";
     EXPECT_FALSE(event(watcher, "alarm"));
     EXPECT_TRUE(event(watcher, "new", only(0)));
-    EXPECT_EQ(watcher.ending(), Ending::TARGET);
+    EXPECT_EQ(record.ending(), Ending::TARGET);
 }
 
 /** Notes what it is told. */
@@ -82,7 +89,8 @@ struct Notes : Events {
 
 TEST_F(WatcherTest, TellsWhatHappens) {
     Notes notes;
-    Watcher watcher(problem_, {}, {}, {}, notes);
+    Record record(view_, {}, {}, {}, notes);
+    Watcher watcher(record);
     event(watcher, "init");
     event(watcher, "new", only(3));
     event(watcher, "alarm");
@@ -92,20 +100,23 @@ TEST_F(WatcherTest, TellsWhatHappens) {
 
 /** What the engine reports plays no part. */
 TEST_F(WatcherTest, AddsEveryEnergyUpFromTheBits) {
-    Watcher watcher(problem_, {}, {}, {}, silent_);
+    Record record(view_, {}, {}, {}, silent_);
+    Watcher watcher(record);
     event(watcher, "init");
     Sol boastful = only(3);
     boastful.set("energy", "-1000");
     event(watcher, "new", boastful);
     event(watcher, "new", only(2));  // no improvement, whatever it is called
-    ASSERT_EQ(watcher.history().size(), 1u);
-    EXPECT_EQ(watcher.history()[0].energy, -3);
+    ASSERT_EQ(record.history().size(), 1u);
+    EXPECT_EQ(record.history()[0].energy, -3);
 }
 
 TEST_F(WatcherTest, CountsStartsAsFound) {
     Notes notes;
-    const std::vector<Found> starts = {{0, -7, only(7)}, {0, -4, only(4)}};
-    Watcher watcher(problem_, {}, starts, {only(1)}, notes);
+    const std::vector<Found> starts = {{0, -7, only(7), Source::START},
+                                       {0, -4, only(4), Source::START}};
+    Record record(view_, {}, starts, {only(1)}, notes);
+    Watcher watcher(record);
     event(watcher, "init");
     EXPECT_TRUE(watcher.impl().hint_pending) << "the second start goes in as a hint";
     EXPECT_TRUE(watcher.impl().hint.get(4));
@@ -113,7 +124,7 @@ TEST_F(WatcherTest, CountsStartsAsFound) {
     EXPECT_TRUE(watcher.impl().hint.get(1)) << "then the hint";
     event(watcher, "new", only(9));
     EXPECT_EQ(notes.text, "began pulsed improved -9 ");
-    EXPECT_EQ(watcher.history().size(), 2u);
+    EXPECT_EQ(record.history().size(), 2u);
 }
 
 struct Steers : Events {
@@ -127,12 +138,13 @@ struct Steers : Events {
 
 TEST_F(WatcherTest, DoesWhatItsCallerAsksFor) {
     Steers steers;
-    Watcher watcher(problem_, {}, {}, {}, steers);
+    Record record(view_, {}, {}, {}, steers);
+    Watcher watcher(record);
     event(watcher, "init");
     EXPECT_FALSE(event(watcher, "new", only(3)));
     EXPECT_TRUE(watcher.impl().hint.get(3) && watcher.impl().hint.get(1));
     EXPECT_TRUE(event(watcher, "new", only(6)));
-    EXPECT_EQ(watcher.ending(), Ending::STOPPED);
+    EXPECT_EQ(record.ending(), Ending::STOPPED);
 }
 
 struct Fails : Events {
@@ -141,11 +153,84 @@ struct Fails : Events {
 
 TEST_F(WatcherTest, AFailureEndsTheRunAndIsKept) {
     Fails fails;
-    Watcher watcher(problem_, {}, {}, {}, fails);
+    Record record(view_, {}, {}, {}, fails);
+    Watcher watcher(record);
     event(watcher, "init");
-    EXPECT_NO_THROW(watcher.rethrow());
+    EXPECT_NO_THROW(watcher.finish());
     EXPECT_TRUE(event(watcher, "alarm")) << "no exception leaves an event, but the run ends";
-    EXPECT_THROW(watcher.rethrow(), std::runtime_error);
+    EXPECT_THROW(watcher.finish(), std::runtime_error);
+}
+
+void sleep_for(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+/** Notes when, and asks for a hint, a change and, the third time, the end. */
+struct Quiet : Events {
+    void began(const Moment&, Steering&) override { text += "began "; }
+    void improved(const Moment&, const Sol&, Steering&) override { text += "improved "; }
+    void pulsed(const Moment& moment, Steering& steering) override {
+        text += "pulsed ";
+        times.push_back(moment.elapsed);
+        steering.hint(Sol(SIZE));
+        steering.change("batch_factor", "2.5");
+        if (times.size() == 3) steering.stop();
+    }
+    std::string text;
+    std::vector<double> times;
+};
+
+TEST_F(WatcherTest, TellsPulsesWhereNoEventComesAndEndsWhatDoesNotEnd) {
+    Quiet quiet;
+    Record record(view_, {}, {}, {}, quiet);
+    Watcher watcher(record);
+    {
+        const Pulse pulse(watcher);
+        sleep_for(120);
+        EXPECT_EQ(quiet.text, "") << "the search has not begun";
+        event(watcher, "init");
+        event(watcher, "new", only(3));
+        sleep_for(600);
+        EXPECT_EQ(watcher.impl().end_at_once, 0) << "blocks have some time to hand in";
+        sleep_for(600);
+    }
+    EXPECT_EQ(quiet.text.substr(0, 30), "began improved pulsed pulsed p");
+    ASSERT_GE(quiet.times.size(), 4u);
+    for (std::size_t k = 1; k < quiet.times.size(); ++k)
+        EXPECT_LT(quiet.times[k] - quiet.times[k - 1], 0.2) << "0.1 on a machine that is free";
+    EXPECT_EQ(record.ending(), Ending::STOPPED);
+    EXPECT_NE(watcher.impl().end_at_once, 0);
+}
+
+TEST_F(WatcherTest, HandsOverWithTheNextEventWhatAPulseAskedFor) {
+    Quiet quiet;
+    Record record(view_, {}, {}, {}, quiet);
+    Watcher watcher(record);
+    event(watcher, "init");
+    sleep_for(100);
+    watcher.tick();
+    ASSERT_EQ(quiet.times.size(), 1u);
+    EXPECT_FALSE(watcher.impl().hint_pending) << "no request outside of an event";
+    event(watcher, "alarm");
+    EXPECT_TRUE(watcher.impl().hint_pending);
+    EXPECT_EQ(watcher.impl().batch_factor, 2.5f);
+}
+
+TEST_F(WatcherTest, RefusesToChangeWhatCannotBeChanged) {
+    Steering steering;
+    EXPECT_THROW(steering.change("tabu_cycles", "5"), InputError);
+    EXPECT_THROW(steering.change("batch_factor", "much"), InputError);
+}
+
+TEST_F(WatcherTest, TakesTheTimeAtWhichASolutionWasFound) {
+    Record record(view_, {}, {}, {}, silent_);
+    Watcher watcher(record);
+    event(watcher, "init");
+    sleep_for(20);
+    Sol early = only(3);
+    early.set("tts", "0.005");
+    event(watcher, "new", early);
+    EXPECT_EQ(record.history().back().time, 0.005);
 }
 
 }  // namespace

@@ -70,4 +70,11 @@ bool Beginning::has_diagonal() const {
                        [](const auto& words) { return words.size() >= 2 && words[0] == words[1]; });
 }
 
+bool Beginning::lists_unit_edges() const {
+    return lists_entries() && lines.size() > 1 && !has_diagonal() &&
+           std::all_of(lines.begin() + 1, lines.end(), [](const auto& words) {
+               return words.size() == 3 && (words[2] == "1" || words[2] == "-1");
+           });
+}
+
 }  // namespace orvex::toolkit

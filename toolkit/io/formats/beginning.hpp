@@ -33,6 +33,8 @@ struct Beginning {
     bool lists_entries() const;
     /** Whether one of them has i = j. */
     bool has_diagonal() const;
+    /** Whether they are the edges of a graph with weights of 1 and -1, as the G-set has them. */
+    bool lists_unit_edges() const;
 };
 
 /** The whole number that a word is, or -1. */

@@ -7,7 +7,7 @@ namespace {
 
 bool may_be(const Beginning& beginning) {
     return beginning.lists_entries() && beginning.all_have_words(1, 3, 3) &&
-           !beginning.has_comment("ObjectiveOffset");
+           !beginning.has_comment("ObjectiveOffset") && !beginning.lists_unit_edges();
 }
 
 void read(Lines& lines, const ReadOptions& options, Statement& statement) {
@@ -25,7 +25,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
 void write(const Problem& problem, OutputFile& file) {
     expect_even(problem, "biqmac");
     file.write(line_of(problem.size, problem.nonzero));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         file.write(line_of(i + 1, j + 1, i == j ? weight : weight / 2));
     });
 }

@@ -22,7 +22,7 @@ Kind kind_in(const Lines& lines, std::string_view comment, Kind before) {
     if (kind == Kind::UNKNOWN)
         lines.fail("the vartype is " + Lines::quoted(name) + ", neither SPIN nor BINARY");
     if (before != Kind::UNKNOWN && kind != before)
-        lines.fail("the vartype is given a second time, and differs");
+        lines.fail("the vartype is given twice, differently");
     return kind;
 }
 
@@ -36,12 +36,12 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
         const Kind before = kind;
         kind = kind_in(lines, comment, before);
         if (kind != before && statement.entries > 0)
-            lines.fail("the vartype must stand before the first bias");
+            lines.fail("the vartype must come before the first bias");
     });
     for (; lines.next(); ++statement.entries) {
         lines.expect_words(3, "two variables and a bias");
-        const int i = lines.index(0, "the first variable", 0, MAX_SIZE);
-        const int j = lines.index(1, "the second variable", 0, MAX_SIZE);
+        const int i = lines.index(0, "the first variable", 0, MAX_VARIABLES);
+        const int j = lines.index(1, "the second variable", 0, MAX_VARIABLES);
         const Wide bias = sign * Wide{lines.whole(2, "the bias")};
         statement.resize(std::max(i, j) + 1);
         if (kind != Kind::SPINS) {
@@ -56,7 +56,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
             convention.offset += sign * bias;
         }
     }
-    if (statement.size() == 0) lines.fail("the file ends where a bias should stand");
+    if (statement.size() == 0) lines.fail("the file ends before a bias");
     convention.factor = sign * (kind == Kind::SPINS ? 4 : 1);
     if (kind == Kind::SPINS) convention.note = "spins, s = 2 x - 1";
     if (kind == Kind::UNKNOWN)
@@ -69,11 +69,11 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
 void write(const Problem& problem, OutputFile& file) {
     file.write("# vartype=BINARY\n");
     if (!problem.convention.plain()) file.write("# " + problem.convention.equation() + "\n");
-    for_each_weight(problem, [&](int i, int j, long weight) { file.write(line_of(i, j, weight)); });
+    problem.weights.for_each([&](int i, int j, long weight) { file.write(line_of(i, j, weight)); });
     // The number of variables is known by the last of them.
     const int last = problem.size - 1;
     for (int i = 0; i < problem.size; ++i)
-        if (problem.model->get(i, last) != 0) return;
+        if (problem.weights.get(i, last) != 0) return;
     file.write(line_of(last, last, 0));
 }
 

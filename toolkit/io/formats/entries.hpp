@@ -11,7 +11,7 @@ namespace orvex::toolkit {
 inline void read_matrix_entries(Lines& lines, int index_base, int factor, Statement& statement,
                                 bool kept = true) {
     lines.expect_words(2, "the numbers of variables and of entries");
-    const int size = lines.size(lines.word(0), "the number of variables", MAX_SIZE);
+    const int size = lines.size(lines.word(0), "the number of variables", MAX_VARIABLES);
     const long count = lines.count(lines.word(1), "the number of entries");
     if (kept) {
         statement.resize(size);
@@ -30,14 +30,6 @@ inline void read_matrix_entries(Lines& lines, int index_base, int factor, Statem
     }
 }
 
-/** Calls `action` with (i, j, weight) for all weights but 0, i <= j, row after row. */
-template <class ACTION>
-void for_each_weight(const Problem& problem, const ACTION& action) {
-    for (int i = 0; i < problem.size; ++i)
-        for (int j = i; j < problem.size; ++j)
-            if (const long weight = problem.model->get(i, j); weight != 0) action(i, j, weight);
-}
-
 /** A line of numbers. */
 template <class... NUMBERS>
 std::string line_of(long first, NUMBERS... others) {
@@ -48,7 +40,7 @@ std::string line_of(long first, NUMBERS... others) {
 
 /** Refuses a model with an odd weight off the diagonal: an entry would be half of it. */
 inline void expect_even(const Problem& problem, const char* format) {
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         if (i != j && weight % 2 != 0)
             throw InputError(problem.file + ": the weight " + std::to_string(weight) +
                              " of the variables " + std::to_string(i) + " and " +

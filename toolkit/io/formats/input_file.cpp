@@ -9,18 +9,22 @@
 namespace orvex::toolkit {
 namespace {
 
-constexpr const char* HOW_TO_NAME = " (--from, in Python format=)";
+/** How a caller names a format. */
+std::string named(const Format& format) {
+    const std::string name = format.name;
+    return "--from " + name + " (in Python, format=\"" + name + "\")";
+}
 
 /** What is known to be something else entirely. */
 void refuse_other_kinds(const std::string& file, std::string_view ahead) {
     using namespace std::string_view_literals;
     if (ahead.starts_with("PK\x03\x04"sv))
         throw InputError(file +
-                         ": is a zip archive; scipy's .npz files are read by the Python "
+                         ": this is a zip archive; scipy's .npz files are read by the Python "
                          "package");
     if (ahead.starts_with("\xFD"
                           "7zXZ"sv))
-        throw InputError(file + ": is compressed with xz, which is not read; gzip is");
+        throw InputError(file + ": this file is compressed with xz; only gzip can be read");
 }
 
 const Format& recognised(const NumberReader& reader) {
@@ -34,16 +38,15 @@ const Format& recognised(const NumberReader& reader) {
     if (candidates.size() == 1) return *candidates[0];
     if (candidates.empty())
         throw InputError(reader.file() +
-                         ": is in no known format; if it is one after all, it must "
-                         "be named" +
-                         HOW_TO_NAME + ": " + format_names());
-    std::string names;
+                         ": its format is not recognised. If it is one of these, name it with "
+                         "--from (in Python, format=): " +
+                         format_names());
+    std::string ways;
     for (std::size_t k = 0; k < candidates.size(); ++k) {
-        names += k == 0 ? "" : k + 1 < candidates.size() ? ", " : " or ";
-        names += std::string(candidates[k]->name) + " (" + candidates[k]->title + ")";
+        ways += k == 0 ? "" : k + 1 < candidates.size() ? ", " : " or ";
+        ways += named(*candidates[k]) + " for " + candidates[k]->title;
     }
-    throw InputError(reader.file() + ": its contents do not tell whether it is " + names +
-                     ", so its format must be named" + HOW_TO_NAME);
+    throw InputError(reader.file() + ": the file could be in more than one format. Add " + ways);
 }
 
 void expect_options_of(const Format& format, const ReadOptions& options) {
@@ -53,7 +56,7 @@ void expect_options_of(const Format& format, const ReadOptions& options) {
     if (options.penalty && !format.has_penalty)
         throw InputError("files of the format " + name + " need no penalty");
     if (options.maximised && !format.leaves_sense_open)
-        throw InputError("the format " + name + " says itself what is minimised or maximised");
+        throw InputError("the format " + name + " determines what is minimised or maximised");
 }
 
 }  // namespace
@@ -90,11 +93,18 @@ int InputFile::size() const {
     return own_ ? own_->size() : foreign_->statement.size();
 }
 
+bool InputFile::has_matrix() const {
+    const auto couplings =
+        own_ ? static_cast<std::size_t>(own_->entries()) : foreign_->statement.couplings();
+    return !worth_lists(size(), couplings);
+}
+
 int InputFile::width() const {
     return own_ ? own_->width() : foreign_->statement.width();
 }
 
 void InputFile::expect_memory() const {
+    if (!has_matrix()) return;
     const auto machine = static_cast<std::uint64_t>(machine_memory());
     const auto n = static_cast<std::uint64_t>(size());
     const std::uint64_t matrix = n * n * static_cast<std::uint64_t>(width() / 8);
@@ -105,6 +115,7 @@ void InputFile::expect_memory() const {
 }
 
 void InputFile::expect_memory_of_run() const {
+    if (!has_matrix()) return;
     const std::optional<Plan> plan = plan_run({.size = size(), .matrix_bits = width()});
     if (!plan) return expect_memory();  // refused for the size when the problem is there
     const auto n = static_cast<std::uint64_t>(size());

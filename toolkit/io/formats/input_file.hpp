@@ -24,10 +24,14 @@ class InputFile {
     int size() const;
     int width() const;
 
-    /** @throws InputError when this machine has not the memory for the model's matrix alone */
+    /** Whether the problem will be a matrix, not lists. */
+    bool has_matrix() const;
+
+    /** @throws InputError when this machine has not the memory for the problem's matrix, if any */
     void expect_memory() const;
 
-    /** @throws InputError when this machine has not the memory for a run, so far as it is known */
+    /** @throws InputError when it has not the memory for a run on that matrix, as far as is known
+     */
     void expect_memory_of_run() const;
 
     /** The problem; to be called once. @throws InputError when anything in the file is wrong */

@@ -23,17 +23,17 @@ bool Lines::next() {
 }
 
 void Lines::expect_next(const std::string& what) {
-    if (!next()) fail("the file ends where " + what + " should stand");
+    if (!next()) fail("the file ends before " + what);
 }
 
 void Lines::expect_end(const std::string& what) {
     if (taken_ > 0) expect_line_taken(what);
-    if (next()) fail("something follows " + what);
+    if (next()) fail("unexpected text after " + what);
 }
 
 void Lines::expect_words(std::size_t count, const std::string& what) const {
     if (words_.size() != count)
-        fail("a line here has " + what + "; this one has " + std::to_string(words_.size()) +
+        fail("expected " + what + ", found " + std::to_string(words_.size()) +
              (words_.size() == 1 ? " word" : " words"));
 }
 
@@ -43,7 +43,7 @@ std::string_view Lines::take(const std::string& what) {
 }
 
 void Lines::expect_line_taken(const std::string& what) const {
-    if (taken_ < words_.size()) fail("something follows " + what);
+    if (taken_ < words_.size()) fail("unexpected text after " + what);
 }
 
 long Lines::whole(std::string_view word, const std::string& what, int times) const {
@@ -59,7 +59,7 @@ long Lines::whole(std::string_view word, const std::string& what, int times) con
             fail(shown + ", which does not fit into 64 bits" +
                  (times != 1 ? " when multiplied by " + std::to_string(times) : ""));
         case Decimal::NO_NUMBER:
-            fail(shown + ", which is no number");
+            fail(shown + ", which is not a number");
     }
     return value;
 }

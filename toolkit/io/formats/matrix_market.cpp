@@ -61,7 +61,7 @@ class Reader {
         lines_.expect_words(kind_.dense ? 2 : 3, kind_.dense
                                                      ? "the numbers of rows and columns"
                                                      : "the numbers of rows, columns and entries");
-        size_ = lines_.size(lines_.word(0), "the number of rows", MAX_SIZE);
+        size_ = lines_.size(lines_.word(0), "the number of rows", MAX_VARIABLES);
         if (lines_.whole(1, "the number of columns") != size_)
             lines_.fail("the matrix is not square");
         statement_.resize(size_);
@@ -125,8 +125,8 @@ void write(const Problem& problem, OutputFile& file) {
     file.write("%%MatrixMarket matrix coordinate integer general\n");
     if (!problem.convention.plain()) file.write("% " + problem.convention.equation() + "\n");
     file.write(line_of(problem.size, problem.size, problem.nonzero));
-    for_each_weight(problem,
-                    [&](int i, int j, long weight) { file.write(line_of(i + 1, j + 1, weight)); });
+    problem.weights.for_each(
+        [&](int i, int j, long weight) { file.write(line_of(i + 1, j + 1, weight)); });
 }
 
 }  // namespace

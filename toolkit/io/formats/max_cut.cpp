@@ -18,7 +18,7 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
     lines.skip_comments("#");
     lines.expect_next("the numbers of vertices and of edges");
     lines.expect_words(2, "the numbers of vertices and of edges");
-    const int size = lines.size(lines.word(0), "the number of vertices", MAX_SIZE);
+    const int size = lines.size(lines.word(0), "the number of vertices", MAX_VARIABLES);
     const long count = lines.count(lines.word(1), "the number of edges");
     statement.resize(size);
     statement.entries = count;
@@ -50,13 +50,13 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
 void write(const Problem& problem, OutputFile& file) {
     expect_even(problem, "maxcut");
     std::vector<Wide> rest(static_cast<std::size_t>(problem.size));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         rest[static_cast<std::size_t>(i)] -= i == j ? weight : weight / 2;
         if (i != j) rest[static_cast<std::size_t>(j)] -= weight / 2;
     });
     long edges = 0;
     bool one_more = false;
-    for_each_weight(problem, [&](int i, int j, long) { edges += i != j; });
+    problem.weights.for_each([&](int i, int j, long) { edges += i != j; });
     for (const Wide weight : rest) {
         edges += weight != 0;
         one_more |= weight != 0;
@@ -65,7 +65,7 @@ void write(const Problem& problem, OutputFile& file) {
                              to_string(weight) + ", which does not fit into 64 bits");
     }
     file.write(line_of(problem.size + one_more, edges));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         if (i != j) file.write(line_of(i + 1, j + 1, weight / 2));
     });
     for (std::size_t i = 0; i < rest.size(); ++i)

@@ -19,7 +19,7 @@ struct Costs {
 };
 
 /**
- * Chooses the penalty, or takes the one that is asked for, and adds the constraints.
+ * Chooses the penalty, or takes the one that is asked for, and notes it with its offset.
  *
  * Without negative costs a solution that breaks constraints is never better than one that does not,
  * if 2 A is more than setting a bit can cost: taking away a bit of a thing or place that has
@@ -27,7 +27,22 @@ struct Costs {
  * each bit that joins two of them gains 2 A. With negative costs A is more than all costs can
  * differ by.
  */
-void add_one_hot(int n, const Costs& costs, const ReadOptions& options, const Lines& lines,
-                 Statement& statement);
+Wide choose_penalty(int n, const Costs& costs, const ReadOptions& options, const Lines& lines,
+                    Statement& statement);
+
+/**
+ * Adds what the penalty says of bit (i, k) alone and of it with the later bits of the same thing.
+ * The caller adds 2 A for its pairs with later things in the same place, in the order of their
+ * bits, since a statement whose terms come in order need not be sorted.
+ */
+void add_one_hot_bit(int i, int k, int n, Wide penalty, Statement& statement);
+
+/**
+ * Refuses a problem whose list of couplings this machine cannot hold, and announces one that takes
+ * long: a file of some hundred bytes may ask for 2^31 couplings.
+ *
+ * @throws MemoryShortage
+ */
+void expect_couplings(Wide couplings, const ReadOptions& options, const Lines& lines);
 
 }  // namespace orvex::toolkit

@@ -45,7 +45,7 @@ void write(const Problem& problem, OutputFile& file) {
         throw InputError(problem.file + ": the negative of its weight " +
                          std::to_string(problem.smallest_weight) + " does not fit into 64 bits");
     file.write("1\n" + line_of(problem.size, problem.nonzero));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         file.write(line_of(i + 1, j + 1, i == j ? -weight : -(weight / 2)));
     });
 }

@@ -23,13 +23,13 @@ bool may_be(const Beginning& beginning) {
 void write(const Problem& problem, OutputFile& file) {
     long smallest = 0, largest = 0;
     bool first = true;
-    for_each_weight(problem, [&](int, int, long weight) {
+    problem.weights.for_each([&](int, int, long weight) {
         smallest = first ? weight : std::min(smallest, weight);
         largest = first ? weight : std::max(largest, weight);
         first = false;
     });
     file.write(line_of(problem.size, problem.nonzero, smallest, largest));
-    for_each_weight(problem, [&](int i, int j, long weight) { file.write(line_of(i, j, weight)); });
+    problem.weights.for_each([&](int i, int j, long weight) { file.write(line_of(i, j, weight)); });
 }
 
 }  // namespace

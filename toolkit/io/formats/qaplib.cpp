@@ -7,7 +7,6 @@
 
 #include "toolkit/io/formats/entries.hpp"
 #include "toolkit/io/formats/one_hot.hpp"
-#include "toolkit/model/memory.hpp"
 
 namespace orvex::toolkit {
 namespace {
@@ -44,13 +43,16 @@ class Matrix {
                        static_cast<std::size_t>(j)];
     }
 
-    /** The row or the column of i without the diagonal, descending. */
-    std::vector<long> sorted(int i, bool column) const {
-        std::vector<long> values;
-        for (int j = 0; j < n_; ++j)
-            if (j != i) values.push_back(column ? at(j, i) : at(i, j));
-        std::sort(values.begin(), values.end(), std::greater<>());
-        return values;
+    /** All rows, or all columns, each without the diagonal and descending. */
+    std::vector<std::vector<long>> sorted(bool columns) const {
+        std::vector<std::vector<long>> all(static_cast<std::size_t>(n_));
+        for (int i = 0; i < n_; ++i) {
+            std::vector<long>& values = all[static_cast<std::size_t>(i)];
+            for (int j = 0; j < n_; ++j)
+                if (j != i) values.push_back(columns ? at(j, i) : at(i, j));
+            std::sort(values.begin(), values.end(), std::greater<>());
+        }
+        return all;
     }
 
     bool has_negative() const {
@@ -59,6 +61,15 @@ class Matrix {
 
     long nonzero() const {
         return static_cast<long>(values_.size()) - std::count(values_.begin(), values_.end(), 0L);
+    }
+
+    /** Pairs i < j with an entry that is not 0 either way. */
+    long pairs() const {
+        long count = 0;
+        for (int i = 0; i < n_; ++i)
+            for (int j = i + 1; j < n_; ++j)
+                count += at(i, j) != 0 || at(j, i) != 0;
+        return count;
     }
 
     /** The sum of the magnitudes. */
@@ -85,46 +96,42 @@ Costs costs_of(int n, const Matrix& a, const Matrix& b) {
         costs.negative = -a.magnitude() * b.magnitude();
         return costs;
     }
+    const auto rows_a = a.sorted(false), rows_b = b.sorted(false);
+    const auto columns_a = a.sorted(true), columns_b = b.sorted(true);
     for (int i = 0; i < n; ++i)
         for (int k = 0; k < n; ++k) {
+            const auto in_a = static_cast<std::size_t>(i), in_b = static_cast<std::size_t>(k);
             const Wide cost = Wide{a.at(i, i)} * b.at(k, k) +
-                              largest_product(a.sorted(i, false), b.sorted(k, false)) +
-                              largest_product(a.sorted(i, true), b.sorted(k, true));
+                              largest_product(rows_a[in_a], rows_b[in_b]) +
+                              largest_product(columns_a[in_a], columns_b[in_b]);
             costs.most_of_a_bit = std::max(costs.most_of_a_bit, cost);
         }
     return costs;
-}
-
-/** The list of terms may be larger than the model. */
-void expect_memory(const Matrix& a, const Matrix& b, const Lines& lines) {
-    constexpr Wide BYTES = 16;
-    const Wide bytes = Wide{a.nonzero()} * b.nonzero() / 2 * BYTES;
-    if (bytes > machine_memory())
-        throw InputError(lines.file() + ": its terms take " +
-                         bytes_text(static_cast<std::uint64_t>(bytes)) +
-                         " of memory; this machine has " +
-                         bytes_text(static_cast<std::uint64_t>(machine_memory())));
 }
 
 void read(Lines& lines, const ReadOptions& options, Statement& statement) {
     const int n = lines.size(lines.take("n"), "n", MOST_THINGS);
     const Matrix a(n, "A", lines), b(n, "B", lines);
     lines.expect_end("the two matrices");
-    expect_memory(a, b, lines);
+    const Wide penalised = Wide{n} * n * (n - 1);
+    expect_couplings(2 * Wide{a.pairs()} * b.pairs() + penalised, options, lines);
     statement.resize(n * n);
     statement.entries = a.nonzero() + b.nonzero();
     statement.convention.index_base = 1;
     statement.convention.objective = "cost";
+    const Wide penalty = choose_penalty(n, costs_of(n, a, b), options, lines, statement);
     for (int i = 0; i < n; ++i)
         for (int k = 0; k < n; ++k) {
             statement.add(i * n + k, i * n + k, Wide{a.at(i, i)} * b.at(k, k));
+            add_one_hot_bit(i, k, n, penalty, statement);
             for (int j = i + 1; j < n; ++j)
                 for (int l = 0; l < n; ++l) {
-                    const Wide cost = Wide{a.at(i, j)} * b.at(k, l) + Wide{a.at(j, i)} * b.at(l, k);
-                    if (l != k && cost != 0) statement.add(i * n + k, j * n + l, cost);
+                    const Wide cost =
+                        l == k ? 2 * penalty
+                               : Wide{a.at(i, j)} * b.at(k, l) + Wide{a.at(j, i)} * b.at(l, k);
+                    if (cost != 0) statement.add(i * n + k, j * n + l, cost);
                 }
         }
-    add_one_hot(n, costs_of(n, a, b), options, lines, statement);
 }
 
 }  // namespace

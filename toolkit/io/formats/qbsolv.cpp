@@ -24,7 +24,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
     if (lines.word(2) != "0" && lines.word(2) != "unconstrained")
         lines.fail("the topology is " + Lines::quoted(lines.word(2)) +
                    "; only \"0\" and \"unconstrained\" are known");
-    const int size = lines.size(lines.word(3), "maxNodes", MAX_SIZE);
+    const int size = lines.size(lines.word(3), "maxNodes", MAX_VARIABLES);
     const long nodes = lines.count(lines.word(4), "nNodes");
     const long couplers = lines.count(lines.word(5), "nCouplers");
     const bool maximised = options.maximised.value_or(false);
@@ -52,13 +52,13 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
 void write(const Problem& problem, OutputFile& file) {
     long nodes = 0;
     for (int i = 0; i < problem.size; ++i)
-        nodes += problem.model->get(i, i) != 0;
+        nodes += problem.weights.get(i, i) != 0;
     if (!problem.convention.plain()) file.write("c " + problem.convention.equation() + "\n");
     file.write("p qubo 0 " + line_of(problem.size, nodes, problem.nonzero - nodes));
     for (int i = 0; i < problem.size; ++i)
-        if (const long weight = problem.model->get(i, i); weight != 0)
+        if (const long weight = problem.weights.get(i, i); weight != 0)
             file.write(line_of(i, i, weight));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         if (i != j) file.write(line_of(i, j, weight));
     });
 }

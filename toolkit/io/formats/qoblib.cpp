@@ -24,8 +24,8 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
         if (at == std::string_view::npos) return;
         std::vector<std::string_view> words;
         split_words(comment.substr(at), words);
-        if (words.size() != 2) lines.fail("an offset should stand behind \"ObjectiveOffset\"");
-        if (known) lines.fail("the offset is given a second time");
+        if (words.size() != 2) lines.fail("\"ObjectiveOffset\" must be followed by one number");
+        if (known) lines.fail("the offset is given twice");
         convention.offset = lines.whole(words[1], "the offset");
         known = true;
     });
@@ -45,7 +45,7 @@ void write(const Problem& problem, OutputFile& file) {
     file.write("# ObjectiveOffset " + (convention.maximised ? "0" : to_string(convention.offset)) +
                "\n");
     file.write(line_of(problem.size, problem.nonzero));
-    for_each_weight(problem, [&](int i, int j, long weight) {
+    problem.weights.for_each([&](int i, int j, long weight) {
         file.write(line_of(i + 1, j + 1, i == j ? weight : weight / 2));
     });
 }

@@ -4,6 +4,7 @@
 #include <limits>
 #include <tuple>
 
+#include "toolkit/model/build.hpp"
 #include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
@@ -31,14 +32,13 @@ void Statement::add(int i, int j, Wide weight) {
 }
 
 void Statement::expect_new(int i, int j, int index_base) {
-    if (!pairs_) pairs_ = std::make_unique<PairSet>(size());
-    if (!pairs_->insert(i, j))
+    if (!pairs_.insert(i, j))
         lines_.fail("the pair " + std::to_string(i + index_base) + ", " +
                     std::to_string(j + index_base) + " has an entry already");
 }
 
 void Statement::sum_pairs() {
-    const auto before = [](const Term& a, const Term& b) {
+    const auto before = [](const Coupling& a, const Coupling& b) {
         return std::tie(a.i, a.j) < std::tie(b.i, b.j);
     };
     // Costs and constraints come as two lists, each in order; a matrix comes as one.
@@ -49,7 +49,7 @@ void Statement::sum_pairs() {
         std::sort(terms_.begin(), terms_.end(), before);
     std::size_t kept = 0;
     for (std::size_t k = 0; k < terms_.size();) {
-        const Term first = terms_[k];
+        const Coupling first = terms_[k];
         Wide sum = 0;
         for (; k < terms_.size() && !before(first, terms_[k]); ++k)
             sum += terms_[k].weight;
@@ -64,9 +64,9 @@ void Statement::sum_pairs() {
 }
 
 void Statement::settle() {
-    pairs_.reset();
+    pairs_ = {};
     sum_pairs();
-    for (const Term& term : terms_) {
+    for (const Coupling& term : terms_) {
         smallest_ = std::min(smallest_, term.weight);
         largest_ = std::max(largest_, term.weight);
     }
@@ -84,36 +84,45 @@ int Statement::width() const {
     return weight_width(smallest_, largest_);
 }
 
-Problem Statement::problem() {
-    Problem problem;
-    problem.file = lines_.file();
-    problem.size = size();
-    problem.width = width();
-    problem.entries = entries;
-    problem.smallest_weight = Limits::max();
-    problem.largest_weight = Limits::min();
-    auto model = std::make_unique<Model>(problem.size, problem.width);
-    RowSums sums(problem.size);
-    const auto set = [&](int i, int j, long weight) {
+/** The smallest and the largest weight but 0; 0 where there is none. */
+std::pair<long, long> Statement::range() const {
+    long smallest = Limits::max(), largest = Limits::min();
+    const auto take = [&](long weight) {
         if (weight == 0) return;
-        ++problem.nonzero;
-        problem.smallest_weight = std::min(problem.smallest_weight, weight);
-        problem.largest_weight = std::max(problem.largest_weight, weight);
-        sums.change(i, j, 0, weight);
-        if (i != j) problem.couplings.change(0, weight);
-        model->set(i, j, weight);
+        smallest = std::min(smallest, weight);
+        largest = std::max(largest, weight);
     };
-    for (int i = 0; i < problem.size; ++i)
-        set(i, i, static_cast<long>(linear_[static_cast<std::size_t>(i)]));
-    for (const Term& term : terms_)
-        set(term.i, term.j, term.weight);
-    if (problem.nonzero == 0) problem.smallest_weight = problem.largest_weight = 0;
-    problem.smallest = problem.smallest_weight;
-    problem.largest = problem.largest_weight;
-    problem.bound = sums.bound();
+    for (const Wide weight : linear_)
+        take(static_cast<long>(weight));
+    for (const Coupling& term : terms_)
+        take(term.weight);
+    if (smallest > largest) return {0, 0};
+    return {smallest, largest};
+}
+
+Problem Statement::problem() {
+    const auto [smallest, largest] = range();
+    Problem problem;
+    std::vector<std::int64_t> linear(linear_.size());
+    std::transform(linear_.begin(), linear_.end(), linear.begin(),
+                   [](Wide weight) { return static_cast<std::int64_t>(weight); });
+    if (worth_lists(size(), terms_.size())) {
+        problem = problem_of(sparse_qubo(std::move(linear), std::move(terms_)));
+    } else {
+        expect_model_memory(size(), width());
+        auto model = std::make_unique<Model>(size(), width());
+        for (int i = 0; i < size(); ++i)
+            model->set(i, i, linear[static_cast<std::size_t>(i)]);
+        for (const Coupling& term : terms_)
+            model->set(term.i, term.j, term.weight);
+        problem = problem_of(std::move(model));
+    }
+    problem.file = lines_.file();
+    problem.entries = entries;
+    problem.smallest = problem.smallest_weight = smallest;
+    problem.largest = problem.largest_weight = largest;
     problem.convention = std::move(convention);
     problem.warnings = std::move(warnings);
-    problem.model = std::move(model);
     return problem;
 }
 

@@ -3,8 +3,8 @@
 // refused.
 #pragma once
 
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "toolkit/io/formats/lines.hpp"
@@ -12,6 +12,7 @@
 #include "toolkit/io/pair_set.hpp"
 #include "toolkit/model/bounds.hpp"
 #include "toolkit/model/convention.hpp"
+#include "toolkit/model/sparse_qubo.hpp"
 
 namespace orvex::toolkit {
 
@@ -38,6 +39,9 @@ class Statement {
     /** Sums up, once everything has been added. @throws InputError when a sum is beyond 64 bits */
     void settle();
 
+    /** Pairs of different variables, once all is settled. */
+    std::size_t couplings() const { return terms_.size(); }
+
     /** The bits of a weight, once all is settled. */
     int width() const;
 
@@ -45,17 +49,13 @@ class Statement {
     Problem problem();
 
   private:
-    struct Term {
-        int i, j;  // i < j
-        long weight;
-    };
-
     void sum_pairs();
+    std::pair<long, long> range() const;
 
     const Lines& lines_;
     std::vector<Wide> linear_;
-    std::vector<Term> terms_;
-    std::unique_ptr<PairSet> pairs_;
+    std::vector<Coupling> terms_;  // i < j
+    PairSet pairs_;
     long smallest_ = 0, largest_ = 0;
 };
 

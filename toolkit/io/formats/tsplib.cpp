@@ -1,8 +1,10 @@
 // TSPLIB's .tsp and .atsp: lines "KEYWORD: value" and sections of numbers, cities from 1. The
 // length of the tour is minimised; bit c * n + p says that city c stands at place p of the tour.
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include "toolkit/io/formats/decimal.hpp"
 #include "toolkit/io/formats/entries.hpp"
@@ -45,10 +47,11 @@ class Reader {
         }
         if (!distances_.empty()) return std::move(distances_);
         if (coordinates_.empty())
-            lines_.fail(
-                "the file ends where NODE_COORD_SECTION or EDGE_WEIGHT_SECTION should "
-                "stand");
-        return distances_by(values_["EDGE_WEIGHT_TYPE"], coordinates_);
+            lines_.fail("the file has neither NODE_COORD_SECTION nor EDGE_WEIGHT_SECTION");
+        Distances distances = distances_by(values_["EDGE_WEIGHT_TYPE"], coordinates_);
+        if (distances.empty())
+            lines_.fail("the coordinates are too far apart: a distance is beyond 2^53");
+        return distances;
     }
 
     int size() const { return size_; }
@@ -63,7 +66,9 @@ class Reader {
         std::vector<std::string_view> words;
         split_words(text.substr(colon + 1), words);
         const std::string value = words.empty() ? "" : std::string(words[0]);
-        values_[keyword] = value;
+        // A section that has been read goes by what came before it.
+        if (!values_.emplace(keyword, value).second && keyword != "COMMENT")
+            lines_.fail(keyword + " is given twice");
         if (keyword == "TYPE" && value != "TSP" && value != "ATSP")
             lines_.fail("the type is " + Lines::quoted(value) + "; only TSP and ATSP are read");
         if (keyword == "EDGE_WEIGHT_TYPE" && value != "EXPLICIT" && !is_distance(value))
@@ -75,9 +80,10 @@ class Reader {
     }
 
     void read_section(const std::string& section) {
-        if (size_ == 0) lines_.fail("the dimension must stand before " + section);
-        if (values_["EDGE_WEIGHT_TYPE"].empty())
-            lines_.fail("the edge weight type must stand before " + section);
+        for (const char* keyword : {"TYPE", "DIMENSION", "EDGE_WEIGHT_TYPE"})
+            if (!values_.contains(keyword))
+                lines_.fail(std::string("there is no line \"") + keyword + ": ...\" before " +
+                            section);
         const bool is_explicit = values_["EDGE_WEIGHT_TYPE"] == "EXPLICIT";
         if (section == "NODE_COORD_SECTION" && !is_explicit)
             coordinates_ = read_coordinates();
@@ -96,12 +102,12 @@ class Reader {
             lines_.expect_next("the coordinates of city " + std::to_string(line + 1));
             lines_.expect_words(3, "a city and two coordinates");
             const auto city = static_cast<std::size_t>(lines_.index(0, "the city", 1, size_));
-            if (known[city]) lines_.fail("the city has coordinates already");
+            if (known[city]) lines_.fail("the city already has coordinates");
             known[city] = true;
             for (const std::size_t k : {1u, 2u})
                 if (!read_real(lines_.word(k), k == 1 ? places[city].x : places[city].y))
                     lines_.fail("the coordinate " + Lines::quoted(lines_.word(k)) +
-                                " is no number");
+                                " is not a number");
         }
         return places;
     }
@@ -150,12 +156,24 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
             const long length = distance(from, to);
             ++statement.entries;
             (length < 0 ? costs.negative : costs.positive) += Wide{n} * length;
-            // A further city has one before it and one behind it.
+            // A further city has one before it and one after it.
             costs.most_of_a_bit = std::max(costs.most_of_a_bit, 2 * Wide{length});
-            for (int place = 0; place < n; ++place)
-                statement.add(from * n + place, to * n + (place + 1) % n, length);
         }
-    add_one_hot(n, costs, options, lines, statement);
+    expect_couplings(Wide{n} * n * (n - 1) / 2 * 4, options, lines);
+    const Wide penalty = choose_penalty(n, costs, options, lines, statement);
+    for (int city = 0; city < n; ++city)
+        for (int place = 0; place < n; ++place) {
+            add_one_hot_bit(city, place, n, penalty, statement);
+            for (int other = city + 1; other < n; ++other) {
+                std::array<std::pair<int, Wide>, 3> places{
+                    {{(place + n - 1) % n, distance(other, city)},
+                     {place, 2 * penalty},
+                     {(place + 1) % n, distance(city, other)}}};
+                std::sort(places.begin(), places.end());
+                for (const auto& [at, weight] : places)
+                    statement.add(city * n + place, other * n + at, weight);
+            }
+        }
 }
 
 }  // namespace

@@ -9,34 +9,36 @@
 namespace orvex::toolkit {
 namespace {
 
-long nearest(double length) {
-    return static_cast<long>(length + 0.5);
+/** All functions here give whole numbers, as doubles: a distance may be beyond what a long holds.
+ */
+double nearest(double length) {
+    return std::trunc(length + 0.5);
 }
 
 double straight(const Place& a, const Place& b) {
     return std::sqrt((a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y));
 }
 
-long euclidean(const Place& a, const Place& b) {
+double euclidean(const Place& a, const Place& b) {
     return nearest(straight(a, b));
 }
 
-long euclidean_up(const Place& a, const Place& b) {
-    return static_cast<long>(std::ceil(straight(a, b)));
+double euclidean_up(const Place& a, const Place& b) {
+    return std::ceil(straight(a, b));
 }
 
-long manhattan(const Place& a, const Place& b) {
+double manhattan(const Place& a, const Place& b) {
     return nearest(std::abs(a.x - b.x) + std::abs(a.y - b.y));
 }
 
-long maximum(const Place& a, const Place& b) {
+double maximum(const Place& a, const Place& b) {
     return std::max(nearest(std::abs(a.x - b.x)), nearest(std::abs(a.y - b.y)));
 }
 
-long pseudo_euclidean(const Place& a, const Place& b) {
+double pseudo_euclidean(const Place& a, const Place& b) {
     const double length = straight(a, b) / std::sqrt(10.0);
-    const long rounded = nearest(length);
-    return static_cast<double>(rounded) < length ? rounded + 1 : rounded;
+    const double rounded = nearest(length);
+    return rounded < length ? rounded + 1 : rounded;
 }
 
 /** Degrees and minutes, written as a decimal number, in radians. */
@@ -45,16 +47,21 @@ double radians(double coordinate) {
     return 3.141592 * (degrees + 5.0 * (coordinate - degrees) / 3.0) / 180.0;
 }
 
-long geographical(const Place& a, const Place& b) {
+double geographical(const Place& a, const Place& b) {
     const double q1 = std::cos(radians(a.y) - radians(b.y));
     const double q2 = std::cos(radians(a.x) - radians(b.x));
     const double q3 = std::cos(radians(a.x) + radians(b.x));
-    return static_cast<long>(6378.388 * std::acos(0.5 * ((1.0 + q1) * q2 - (1.0 - q1) * q3)) + 1.0);
+    // No rounding may take the cosine of opposite places out of the range of acos.
+    const double cosine = std::clamp(0.5 * ((1.0 + q1) * q2 - (1.0 - q1) * q3), -1.0, 1.0);
+    return std::trunc(6378.388 * std::acos(cosine) + 1.0);
 }
+
+/** Up to here a double holds every whole number. */
+constexpr double LONGEST = 0x1p53;
 
 struct Type {
     std::string_view name;
-    long (*distance)(const Place& a, const Place& b);
+    double (*distance)(const Place& a, const Place& b);
 };
 
 constexpr Type TYPES[] = {{"EUC_2D", euclidean}, {"CEIL_2D", euclidean_up}, {"MAN_2D", manhattan},
@@ -82,8 +89,11 @@ Distances distances_by(std::string_view type, const std::vector<Place>& places) 
     const Type* const chosen = type_named(type);
     Distances distances;
     for (const Place& a : places)
-        for (const Place& b : places)
-            distances.push_back(&a == &b ? 0 : chosen->distance(a, b));
+        for (const Place& b : places) {
+            const double length = &a == &b ? 0 : chosen->distance(a, b);
+            if (!(length <= LONGEST)) return {};
+            distances.push_back(static_cast<long>(length));
+        }
     return distances;
 }
 

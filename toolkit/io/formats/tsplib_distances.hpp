@@ -17,7 +17,10 @@ using Distances = std::vector<long>;
 /** Whether there is a type of distances of this name. */
 bool is_distance(std::string_view type);
 
-/** The distances between all places, by a type that there is. */
+/**
+ * The distances between all places, by a type that there is; none if one of them is beyond 2^53, up
+ * to which they can be told exactly.
+ */
 Distances distances_by(std::string_view type, const std::vector<Place>& places);
 
 /** Which part of a matrix a file lists, row after row; a column-wise one is the other's mirror

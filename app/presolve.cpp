@@ -1,0 +1,92 @@
+// The commands "presolve" and "restore": a problem becomes what exact reductions leave of it, and
+// a solution of that one of the problem.
+#include "toolkit/presolve/presolve.hpp"
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "app/commands.hpp"
+#include "app/exit_status.hpp"
+#include "app/report.hpp"
+#include "app/result.hpp"
+#include "toolkit/io/output_file.hpp"
+#include "toolkit/io/read.hpp"
+#include "toolkit/io/solution.hpp"
+#include "toolkit/model/errors.hpp"
+
+namespace orvex::cli {
+namespace {
+
+constexpr const char* WAY_BACK_SUFFIX = ".back";
+
+void print(const Report& report, bool json) {
+    if (json)
+        print_json(report, std::cout);
+    else
+        print_text(report, std::cout);
+}
+
+}  // namespace
+
+int presolve(const PresolveCommand& command) {
+    const Problem problem = read_problem(command.input, command.read);
+    const Presolved presolved = toolkit::presolve(
+        problem.weights.sparse(),
+        {.effort = command.full ? PresolveEffort::FULL : PresolveEffort::AUTO});
+
+    std::ostringstream way_back;
+    write_way_back(presolved, way_back);
+    OutputFile back(command.output + WAY_BACK_SUFFIX);
+    back.write(way_back.str());
+    // A model has a variable at least: where none is left, one that weighs nothing stands for it.
+    const bool solved = presolved.optimal();
+    const Problem reduced =
+        problem_of(solved ? sparse_qubo({0}, {}) : SparseQubo(presolved.reduced()));
+    OutputFile output(command.output);
+    OWN.write(reduced, output);
+    back.finish();
+    output.finish();
+
+    Report report;
+    report["file"] = command.output;
+    report["way_back"] = command.output + WAY_BACK_SUFFIX;
+    report["size"] = problem.size;
+    report["couplings"] = problem.couplings.count;
+    report["presolved_size"] = presolved.reduced().size();
+    report["presolved_couplings"] = presolved.reduced().couplings();
+    report["factor"] = presolved.factor();
+    report["offset"] = number(presolved.offset());
+    report["bound"] = presolved.bound() ? number(*presolved.bound()) : Report();
+    report["optimal"] = solved;
+    report["rules"] = rules_of(presolved.rules());
+    print(report, command.json);
+    return EXIT_NORMAL;
+}
+
+int restore(const RestoreCommand& command) {
+    std::ifstream stream(command.way_back);
+    if (!stream) throw InputError("Cannot read " + command.way_back);
+    const WayBack way_back = [&] {
+        try {
+            return read_way_back(stream);
+        } catch (const InputError& error) {
+            throw InputError(command.way_back + ": " + error.what());
+        }
+    }();
+    const int digits = std::max(way_back.reduced_size(), 1);
+    Bits bits = bits_of(read_solution(command.input, digits));
+    bits.resize(static_cast<std::size_t>(way_back.reduced_size()));
+    const Sol solution = solution_of(way_back.restore(bits));
+    OutputFile output(command.output);
+    output.write(digits_of(solution, way_back.original_size()) + "\n");
+    output.finish();
+
+    Report report;
+    report["file"] = command.output;
+    report["size"] = way_back.original_size();
+    print(report, command.json);
+    return EXIT_NORMAL;
+}
+
+}  // namespace orvex::cli

@@ -1,0 +1,141 @@
+// Annealing by moves that keep one-hot groups (moves.hpp): a copy of the elite is heated, cooled,
+// and merged into it; how hot and how long is learned as for reheats. A single flip would have to
+// climb over the penalty of a group before every move; here only what the model is about makes a
+// difference. Invariant: the elite never gets worse, and its energy is exact.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+
+#include "toolkit/companion/choices.hpp"
+#include "toolkit/companion/moves.hpp"
+#include "toolkit/companion/worker.hpp"
+
+namespace orvex::toolkit {
+namespace {
+
+/** Shares of the mean change of a random move. */
+constexpr double HEATS[] = {0.02, 0.04, 0.08, 0.15, 0.3, 0.6};
+/** Sweeps: as many attempts as there are variables. */
+constexpr int LENGTHS[] = {10, 30, 100, 300, 1000, 3000};
+constexpr int FIRST_SWEEPS = 30;
+
+/** Attempts of one annealing, at most. */
+constexpr double MOST_ATTEMPTS = 2e7;
+
+/** Attempts between two looks at whether to stop. */
+constexpr int ATTEMPTS_AT_ONCE = 4096;
+
+/** Fields of at most this size let the four of a move be added up in 32 bits, and in 64. */
+constexpr Wide MOST_IN_32 = Wide{1} << 27;
+constexpr Wide MOST_IN_64 = Wide{1} << 59;
+
+template <class T>
+class Shifter : public Worker {
+  public:
+    Shifter(const SparseQubo& qubo, const Families& families, Exchange& exchange, int number,
+            std::uint64_t seed)
+        : Worker(qubo, exchange, number, seed),
+          mover_(qubo, families),
+          choices_(1, std::size(HEATS), std::size(LENGTHS)) {}
+
+  private:
+    Progress begin() override {
+        mover_.stand_at(Bits(elite_.bits.size()), random_);
+        // At first every move is made, and what moves change is measured on the way.
+        double sum = 0;
+        int moves = 0;
+        for (std::int32_t attempt = 0; attempt < mover_.size(); ++attempt) {
+            const Move move = mover_.move_of(any_variable());
+            if (move.count == 0) continue;
+            sum += std::abs(static_cast<double>(mover_.delta_of(move)));
+            ++moves;
+            if (moves % 2 == 0) mover_.make(move);
+            if (moves % 64 == 0 && stopping()) break;
+        }
+        scale_ = std::max(moves == 0 ? 1.0 : sum / moves, 1e-3);
+        elite_ = {mover_.bits(), energy_of(*qubo_, mover_.bits())};
+        anneal(0.5, FIRST_SWEEPS);
+        return {0, static_cast<double>(FIRST_SWEEPS)};
+    }
+
+    Progress step() override {
+        const Choice choice = choices_.draw(random_);
+        const double most = std::max(MOST_ATTEMPTS / mover_.size(), 3.0);
+        const int length = static_cast<int>(std::min<double>(LENGTHS[choice.length], most));
+        mover_.stand_at(elite_.bits, random_);
+        const Progress progress{anneal(HEATS[choice.heat], length),
+                                static_cast<double>(length) + 1};
+        choices_.learn(choice, progress.gain, progress.work);
+        return progress;
+    }
+
+    Bits accepted(const Bits& offer) override {
+        mover_.stand_at(offer, random_);
+        return mover_.bits();
+    }
+
+    double patience() const override { return 1000; }
+
+    std::int32_t any_variable() {
+        // The upper half of the product is even enough for numbers far below 2^32.
+        return static_cast<std::int32_t>(
+            ((random_() >> 32) * static_cast<std::uint64_t>(mover_.size())) >> 32);
+    }
+
+    /** Anneals the walker and merges it. @return what the elite gained */
+    double anneal(double heat, int sweeps) {
+        const std::int64_t attempts = std::int64_t{sweeps} * mover_.size();
+        for (std::int64_t done = 0; done < attempts; done += ATTEMPTS_AT_ONCE) {
+            const double rest = 1 - static_cast<double>(done) / static_cast<double>(attempts);
+            const double temperature = heat * scale_ * rest * rest;
+            for (int k = 0; k < ATTEMPTS_AT_ONCE; ++k) {
+                const Move move = mover_.move_of(any_variable());
+                if (move.count == 0) continue;
+                const T delta = mover_.delta_of(move);
+                if (delta > 0 && static_cast<double>(delta) > threshold(temperature)) continue;
+                mover_.make(move);
+            }
+            count(ATTEMPTS_AT_ONCE);
+            if (stopping()) break;
+        }
+        return static_cast<double>(merger_.merge(elite_, mover_.bits()).gain);
+    }
+
+    double threshold(double temperature) {
+        const double u = static_cast<double>((random_() >> 11) + 1) * 0x1p-53;
+        return -temperature * std::log(u);
+    }
+
+    Mover<T> mover_;
+    Choices choices_;
+    double scale_ = 1;
+};
+
+/** Largest magnitude of a field in any state. */
+Wide reach_of(const SparseQubo& qubo) {
+    Wide reach = 0;
+    for (std::int32_t i = 0; i < qubo.size(); ++i) {
+        Wide sum = qubo.linear[static_cast<std::size_t>(i)];
+        sum = sum < 0 ? -sum : sum;
+        for (const std::int64_t weight : qubo.weights_of(i))
+            sum += weight < 0 ? -static_cast<Wide>(weight) : static_cast<Wide>(weight);
+        reach = std::max(reach, sum);
+    }
+    return reach;
+}
+
+}  // namespace
+
+void shift(const SparseQubo& qubo, const Groups& groups, Exchange& exchange, int number,
+           std::uint64_t seed) {
+    const Wide reach = reach_of(qubo);
+    if (reach > MOST_IN_64) return reheat(qubo, exchange, number, seed);
+    const Families families(groups, qubo.size());
+    if (reach <= MOST_IN_32)
+        Shifter<std::int32_t>(qubo, families, exchange, number, seed).run();
+    else
+        Shifter<std::int64_t>(qubo, families, exchange, number, seed).run();
+}
+
+}  // namespace orvex::toolkit

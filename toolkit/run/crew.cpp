@@ -1,0 +1,75 @@
+#include "toolkit/run/crew.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <thread>
+
+#include <orvex/plan.hpp>
+
+#include "toolkit/model/errors.hpp"
+
+namespace orvex::toolkit {
+namespace {
+
+constexpr double FEW_NEIGHBOURS = 40;
+constexpr double SPARSE = 0.1;  // of the other variables
+
+/** Whether the library's blocks run on the host's processors too. */
+bool blocks_on_host(const Problem& searched) {
+    const std::optional<Plan> plan = searched.plan(64);
+    return plan && plan->device_bytes == 0;
+}
+
+int host_processors(bool blocks_on_host) {
+    const int processors = blocks_on_host ? devices().front().multiprocessors
+                                          : static_cast<int>(std::thread::hardware_concurrency());
+    return std::max(processors, 1);
+}
+
+double share_of(const SolveOptions& options, const Problem& searched, const Groups& groups) {
+    if (!options.companion) return choose_companion_share(searched, groups);
+    if (!(*options.companion >= 0 && *options.companion <= 1))
+        throw InputError("the companion's share of the processors must be from 0 to 1");
+    return *options.companion;
+}
+
+}  // namespace
+
+double choose_companion_share(const Problem& searched, const Groups& groups) {
+    if (searched.size > MAX_SIZE) return 1;
+    if (!groups.members.empty()) return 1;
+    const double neighbours =
+        2.0 * static_cast<double>(searched.couplings.count) / std::max(searched.size, 1);
+    return neighbours <= std::min(FEW_NEIGHBOURS, SPARSE * searched.size) ? 1 : 0;
+}
+
+Crew crew_for(const SolveOptions& options, const Problem& searched, const Groups& groups) {
+    const double share = share_of(options, searched, groups);
+    Crew crew;
+    crew.shares_processors = blocks_on_host(searched);
+    crew.processors = host_processors(crew.shares_processors);
+    crew.companion_threads =
+        share == 0 ? 0 : std::max(1, static_cast<int>(std::lround(share * crew.processors)));
+    crew.library = share < 1;
+    // Instances are the library's, and so is what ends after a number of them.
+    const bool counts_trials = options.trials || options.settings.contains("trial_limit");
+    if (counts_trials && !options.companion) crew.library = true;
+    if (!crew.library && counts_trials)
+        throw InputError("a limit of trials needs the library's search: the companion has none");
+    if (crew.library && searched.size > MAX_SIZE)
+        throw InputError("presolve leaves " + std::to_string(searched.size) +
+                         " variables, of which the library searches " + std::to_string(MAX_SIZE) +
+                         " at most; the companion can search them alone (companion=1)");
+    return crew;
+}
+
+void make_room(const Crew& crew, Settings& parameters) {
+    if (crew.companion_threads == 0 || !crew.shares_processors) return;
+    if (parameters.contains("islands_per_gpu") || parameters.contains("blocks_per_island")) return;
+    parameters["islands_per_gpu"] = "1";
+    parameters["blocks_per_island"] =
+        std::to_string(std::max(1, crew.processors - crew.companion_threads));
+}
+
+}  // namespace orvex::toolkit
