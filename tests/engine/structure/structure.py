@@ -118,7 +118,7 @@ def different_sizes(symbols_by_object):
             for name, by_size in sizes.items() if len(by_size) > 1]
 
 
-PUBLIC = re.compile(r"(orvex::(Callback|MAT|Model|Param|Sol|Solver)\b"
+PUBLIC = re.compile(r"(orvex::(Callback|MAT|MatRelease|Model|Param|Sol|Solver)\b"
                     r"|orvex::(find_wbit|devices|plan_run|parameters|flip_rules|generators)\("
                     r"|orvex::check_parameter(\[abi:cxx11\])?\(|qubo_multi::|std::|__gnu_cxx::"
                     r"|(qubo_prepare|qubo_release|qubo_solve|qubo_solve_start)$"
