@@ -8,9 +8,9 @@
 #include <hwy/highway.h>
 // clang-format on
 
-#include "engine/device/cpu/draws.hpp"
 #include "engine/device/cpu/flip_pass.hpp"
 #include "engine/device/cpu/loops.hpp"
+#include "engine/device/cpu/selection.hpp"
 #include "engine/device/cpu/spans.hpp"
 
 HWY_BEFORE_NAMESPACE();
@@ -40,15 +40,15 @@ BLOCK_OPS<E, D> make_ops() {
             .lowestDiffering = lowestDiffering<D>,
             .find = find<D>,
             .findDiffering = findDiffering<D>,
-            .countTabuDown = countTabuDown<D>,
             .freeRange = freeRange<D>,
-            .drawBelow = drawBelow<D>,
+            .countBelow = countBelow<D>,
             .lowestPositive = lowestPositive<D>,
-            .countEqual = countEqual<D>,
-            .drawWeighted = drawWeighted<D>,
+            .weigh = weigh<D>,
+            .pick = pick,
             .lowestInSpan = lowestInSpan<D>,
             .findInSpan = findInSpan<D>,
-            .race = race<D>};
+            .lowestFree = lowestFree<D>,
+            .findFree = findFree<D>};
 }
 
 BLOCK_OPS<std::int32_t, std::int16_t> ops_32_16() {

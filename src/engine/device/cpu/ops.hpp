@@ -17,31 +17,27 @@
 namespace orvex::device {
 
 /**
- * The state of a block that the loops work on; S elements each but for `generators`. D is the type
- * in which deltas are kept.
+ * The state of a block that the loops work on; S elements each where nothing else is said. D is the
+ * type in which deltas are kept.
  */
 template <class D>
 struct BLOCK_ARRAYS {
     SHAPE shape;
-    D* delta = nullptr;                   ///< change of energy if that bit alone flipped
-    std::int8_t* ones = nullptr;          ///< the current solution
-    std::int8_t* differs = nullptr;       ///< where the current solution differs from the target
-    std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
-    unsigned long* generators = nullptr;  ///< T states
-    float* weights = nullptr;             ///< scratch: T values, all 0 between uses
-    std::uint16_t* vectors = nullptr;     ///< scratch: S + 1 places where vectors begin
-    std::uint16_t* drawing = nullptr;     ///< scratch: T + 1 first threads of vectors
-    float* draws = nullptr;               ///< scratch: T values, what threads drew,
-    float* estimates = nullptr;           ///< and about the logarithms of their keys
-    D* group_low = nullptr;               ///< S / GROUP lows of the free deltas, see GROUP
-    D* span_low = nullptr;                ///< lows of all deltas, see SPAN; a vector over S / SPAN
+    D* delta = nullptr;               ///< change of energy if that bit alone flipped
+    std::int8_t* ones = nullptr;      ///< the current solution
+    std::int8_t* differs = nullptr;   ///< where the current solution differs from the target
+    std::uint8_t* barred = nullptr;   ///< 0 where the bit is free (see TABU_LIST)
+    D* group_low = nullptr;           ///< a vector of lows for each word, see WORD
+    std::uint64_t* chosen = nullptr;  ///< scratch: S / WORD words, what was counted
+    std::uint64_t* tied = nullptr;    ///< scratch: the same of the bits that tie
+    D* span_low = nullptr;            ///< lows of all deltas, see SPAN; a vector over S / SPAN
 };
 
 /**
- * Vectors whose free deltas are looked at together when bits below a threshold are wanted: lane i
- * of `group_low`'s vector g is the lowest free delta in lane i of the vectors from g * GROUP on.
+ * Places that are looked at together: a bit for each of them makes a word, and lane i of the w-th
+ * vector of `group_low` is the lowest free delta in lane i of their vectors.
  */
-inline constexpr int GROUP = 4;
+inline constexpr int WORD = 64;
 
 /** Vectors whose lowest deltas are kept for flips of few neighbours, lane by lane as with GROUP. */
 inline constexpr int SPAN = 16;
@@ -81,25 +77,35 @@ struct ROW_SUM {
     bool wide;
 };
 
-/** What a sweep looks up for the next selection, beside the lowest delta. */
-enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN };
+/** The rule for which a sweep looks something up, beside the lowest delta. */
+enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN, RANDOM_MIN };
 
 /** What a sweep found behind the flip; of `free` and `positive` only what was asked for. */
 template <class D>
 struct SWEEP {
     D low;                ///< lowest delta of all
-    DELTA_RANGE<D> free;  ///< "MaxMin"
+    DELTA_RANGE<D> free;  ///< "MaxMin"; of "RandomMin" the lowest
     D positive;           ///< "PositiveMin": lowest free delta above 0
 };
 
-/**
- * Sweeps over rows of one element type, by what they look up. Those that look up something count
- * every tabu byte down first, and write `group_low`.
- */
+/** Sweeps over rows of one element type, by what they look up; for "MaxMin" and "RandomMin" they
+ * write `group_low`. */
 template <class D>
 struct SWEEPS {
     using FUNCTION = SWEEP<D> (*)(const BLOCK_ARRAYS<D>&, const void* row, std::int8_t sign);
-    FUNCTION nothing, max_min, positive_min;
+    FUNCTION nothing, max_min, positive_min, random_min;
+};
+
+/** What "PositiveMin" draws among: see `weigh`. */
+struct WEIGHED {
+    int below;      ///< free bits with deltas below m
+    int tied;       ///< bits with the delta m, free or not
+    int tied_free;  ///< those of them that are free
+
+    /** What all free bits weigh: 1 each below m, and the tied ones an equal part of 1. */
+    double total() const {
+        return below + (tied == 0 ? 0.0 : tied_free / static_cast<double>(tied));
+    }
 };
 
 /** Deltas and energies below this in magnitude add up without wrapping. */
@@ -132,26 +138,28 @@ struct BLOCK_OPS {
     D (*lowestDiffering)(const BLOCK_ARRAYS<D>&);
     int (*find)(const BLOCK_ARRAYS<D>&, D value);
     int (*findDiffering)(const BLOCK_ARRAYS<D>&, D value);
-    void (*countTabuDown)(const BLOCK_ARRAYS<D>&);
 
-    // "MaxMin"; writes `group_low`
+    /** "MaxMin"; writes `group_low`. */
     DELTA_RANGE<D> (*freeRange)(const BLOCK_ARRAYS<D>&);
-    /** Every free bit with a delta up to `threshold` draws; the highest bid. Reads `group_low`. */
-    std::int32_t (*drawBelow)(const BLOCK_ARRAYS<D>&, D threshold);
+    /** "MaxMin": free bits with deltas up to `threshold`, noted in `chosen`. Reads `group_low`. */
+    int (*countBelow)(const BLOCK_ARRAYS<D>&, D threshold);
 
-    // "PositiveMin"; writes `group_low`
+    /** "PositiveMin": the lowest free delta above 0. */
     D (*lowestPositive)(const BLOCK_ARRAYS<D>&);
-    std::int32_t (*countEqual)(const BLOCK_ARRAYS<D>&, D value);
-    /** Every thread with weight draws; the highest bid. Reads `group_low`. */
-    std::int32_t (*drawWeighted)(const BLOCK_ARRAYS<D>&, D threshold, float tied_weight);
+    /** "PositiveMin": notes the free bits below m in `chosen` and the tied free ones in `tied`. */
+    WEIGHED (*weigh)(const BLOCK_ARRAYS<D>&, D m);
+
+    /** The place of the noted bit number r, from 0, in row order. */
+    int (*pick)(const std::uint64_t* noted, int r);
 
     // "CyclicMin": the free bits of the threads from `first` to before `last`
     D (*lowestInSpan)(const BLOCK_ARRAYS<D>&, int first, int last);
     int (*findInSpan)(const BLOCK_ARRAYS<D>&, int first, int last, D value);
 
-    // "RandomMin"
-    /** Free bits enter a race by their draws; the bit that wins. */
-    int (*race)(const BLOCK_ARRAYS<D>&, std::uint32_t threshold);
+    /** "RandomMin": the lowest free delta; writes `group_low`. */
+    D (*lowestFree)(const BLOCK_ARRAYS<D>&);
+    /** "RandomMin": the free bit with that delta. Reads `group_low`. */
+    int (*findFree)(const BLOCK_ARRAYS<D>&, D value);
 };
 
 /** The loops for the best instruction set that Highway now offers on this processor. */
