@@ -47,7 +47,11 @@ void expectApart(int band) {
                        places(arrays.group_low, size / WORD * (CACHE_LINE / sizeof(N))),
                        places(arrays.chosen, size / WORD),
                        places(arrays.tied, size / WORD),
-                       places(arrays.span_low, size / SPAN + CACHE_LINE / sizeof(N))};
+                       places(arrays.words.below, 1)};
+    for (const N* numbers :
+         {arrays.words.low, arrays.words.free_low, arrays.words.free_high, arrays.words.above,
+          arrays.words.ties, arrays.words.free_above, arrays.words.free_ties})
+        all.push_back(places(numbers, BLOCK_MEMORY<N>::words_of(size)));
     std::sort(all.begin(), all.end());
     EXPECT_EQ(all.front().first, memory.get());
     EXPECT_LE(all.back().second, memory.get() + arena.used());

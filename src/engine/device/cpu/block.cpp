@@ -46,6 +46,22 @@ SURVEY_FOR survey_of(std::int8_t rule) {
     }
 }
 
+/** That one of the functions by what they look up. */
+template <class FUNCTIONS>
+typename FUNCTIONS::FUNCTION of_rule(const FUNCTIONS& functions, SURVEY_FOR rule) {
+    switch (rule) {
+        case SURVEY_FOR::MAX_MIN:
+            return functions.max_min;
+        case SURVEY_FOR::POSITIVE_MIN:
+            return functions.positive_min;
+        case SURVEY_FOR::RANDOM_MIN:
+            return functions.random_min;
+        case SURVEY_FOR::NOTHING:
+            break;
+    }
+    return functions.nothing;
+}
+
 /** See ROW_SUM. */
 template <class D>
 bool is_wide(D delta) {
@@ -78,6 +94,7 @@ CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_ = placed.arrays;
     target_ = placed.target;
     best_ = placed.best;
+    fillWords();
     tabu_ = TABU_LIST(placed.arrays.barred, placed.barred_until, launch.size);
     bindRows();
     const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
@@ -139,10 +156,20 @@ void CPU_BLOCK<E, D, N>::reset() {
     }
     tabu_.clear();
     lowest_ = ops_.lowest(arrays_);
-    spans_known_ = false;
+    words_known_for_.reset();
 }
 
 // ---- flips ---------------------------------------------------------------------------------
+
+/** What stands behind the last word is neither the lowest nor the highest of anything. */
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::fillWords() {
+    const std::size_t words = BLOCK_MEMORY<N>::words_of(static_cast<std::size_t>(launch_.size));
+    for (N* numbers :
+         {arrays_.words.low, arrays_.words.free_low, arrays_.words.above, arrays_.words.free_above})
+        std::fill_n(numbers, words, std::numeric_limits<N>::max());
+    std::fill_n(arrays_.words.free_high, words, std::numeric_limits<N>::min());
+}
 
 /** Settles how flips go over the rows, for as long as the block lives. */
 template <class E, class D, class N>
@@ -172,6 +199,7 @@ void CPU_BLOCK<E, D, N>::bindRows() {
         case ROW_FORM::LISTS:
             sweeps_ = ops_.summed;
             change_deltas_ = &CPU_BLOCK::addListedRow;
+            keeps_words_ = touches_few_words(launch_.rows->survey().entries, launch_.size);
             break;
     }
     assert(sweeps_.nothing);  // there are none over the record's rows for deltas narrower than it
@@ -204,11 +232,7 @@ void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, SURVEY_FOR) {
  * wants. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, SURVEY_FOR rule) {
-    const auto passes = rule == SURVEY_FOR::NOTHING        ? sweeps_.nothing
-                        : rule == SURVEY_FOR::MAX_MIN      ? sweeps_.max_min
-                        : rule == SURVEY_FOR::POSITIVE_MIN ? sweeps_.positive_min
-                                                           : sweeps_.random_min;
-    sweep_ = passes(arrays_, row, sign);
+    sweep_ = of_rule(sweeps_, rule)(arrays_, row, sign);
     surveyed_ = rule;
     lowest_ = sweep_.low;
 }
@@ -232,7 +256,7 @@ void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, SURVEY_FOR rule) {
     sweep(row, sign, rule);
 }
 
-/** A short list changes few deltas, and the lows of few spans. */
+/** A short list changes few deltas, and the numbers of few words. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, SURVEY_FOR rule) {
     const std::int8_t sign = one ? -1 : 0;
@@ -240,14 +264,18 @@ void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, SURVEY_FOR rule) {
     const LIST_ENTRY<E>* const end = launch_.rows->end(record.selected);
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
-    if (rule == SURVEY_FOR::NOTHING && touches_few_spans<N>(end - begin, launch_.size)) {
-        lowest_ = ops_.flipList(arrays_, begin, end, p, sign, spans_known_);
-        spans_known_ = true;
-        surveyed_ = SURVEY_FOR::NOTHING;
+    if (keeps_words_) {
+        // The lowest delta of each word is known whatever the rule was.
+        const bool known =
+            words_known_for_ && (*words_known_for_ == rule || rule == SURVEY_FOR::NOTHING);
+        sweep_ = of_rule(ops_.lists, rule)(arrays_, begin, end,
+                                           {p, tabu_.freed()[0], tabu_.freed()[1]}, sign, known);
+        words_known_for_ = rule;
+        surveyed_ = rule;
+        lowest_ = sweep_.low;
         return;
     }
     addList(arrays_, begin, end, sign);
-    spans_known_ = false;
     sweep(nullptr, sign, rule);
 }
 

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "engine/device/cpu/ops.hpp"
@@ -126,6 +127,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void readInstance(unsigned char* slot);
     void enter();
     void bindRows();
+    void fillWords();
     // What a flip of the bit at place p does to the deltas, by the form of the rows.
     void addTestedRow(int p, bool one, SURVEY_FOR rule);
     void sweepRow(int p, bool one, SURVEY_FOR rule);
@@ -143,6 +145,9 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     };
     unsigned long draw() { return generator_ = xor_shift(generator_); }
     int tryPlaces(N threshold);
+    /** Whether the numbers of the words are right for the present selection. */
+    bool byWords() const { return keeps_words_ && surveyed_ != SURVEY_FOR::NOTHING; }
+    const std::uint64_t* tiedBits();
     WINNER drawThread(const WEIGHED& weighed);
     int pickByWeight(const WINNER& winner, const WEIGHED& weighed);
     int lastThreadOf(const std::uint64_t* noted) const;
@@ -160,9 +165,11 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     SWEEPS<N> sweeps_{};                         // over the rows, or over what they were added to
     SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
     SWEEP<N> sweep_{};
-    bool spans_known_ = false;       // `span_low` is that of the present deltas
-    D lowest_ = 0;                   // kept by every flip and reset
-    bool wide_ = false;              // see ROW_SUM
+    bool weighed_by_words_ = false;                // "PositiveMin": the tied bits are not noted yet
+    bool keeps_words_ = false;                     // rows are short: see words.hpp
+    std::optional<SURVEY_FOR> words_known_for_{};  // the rule whose numbers are right, if any
+    D lowest_ = 0;                                 // kept by every flip and reset
+    bool wide_ = false;                            // see ROW_SUM
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none
 };
 

@@ -44,6 +44,12 @@ struct BLOCK_MEMORY {
     std::int8_t* target;         ///< S bits to which the block walks
     std::int8_t* best;           ///< S bits of the best solution of the instance
 
+    /** Numbers of the words, whole vectors of any width. */
+    static constexpr std::size_t words_of(std::size_t size) {
+        constexpr std::size_t LANES = CACHE_LINE / sizeof(N);
+        return (size / WORD + LANES - 1) / LANES * LANES;
+    }
+
     BLOCK_MEMORY(const SHAPE& shape, ARENA& arena) : arrays{.shape = shape} {
         const std::size_t size = static_cast<std::size_t>(shape.size);
         arrays.delta = arena.take<N>(size);
@@ -56,7 +62,15 @@ struct BLOCK_MEMORY {
         arrays.group_low = arena.take<N>(size / WORD * (CACHE_LINE / sizeof(N)));
         arrays.chosen = arena.take<std::uint64_t>(size / WORD);
         arrays.tied = arena.take<std::uint64_t>(size / WORD);
-        arrays.span_low = arena.take<N>(size / SPAN + CACHE_LINE / sizeof(N));
+        const std::size_t words = words_of(size);
+        arrays.words.low = arena.take<N>(words);
+        arrays.words.free_low = arena.take<N>(words);
+        arrays.words.free_high = arena.take<N>(words);
+        arrays.words.above = arena.take<N>(words);
+        arrays.words.ties = arena.take<N>(words);
+        arrays.words.free_above = arena.take<N>(words);
+        arrays.words.free_ties = arena.take<N>(words);
+        arrays.words.below = arena.take<int>(1);
     }
 };
 

@@ -7,7 +7,8 @@
 // takes one of its eligible bits evenly. A thread with e of n such bits holds the largest number
 // with chance e / n, so each bit comes out with chance 1 / n. Here: some places are drawn, and the
 // first that is eligible is taken; if none is, one of the n, which are counted then. Both are even
-// among the eligible bits, so the whole is, whatever the number of tries.
+// among the eligible bits, so the whole is, whatever the number of tries (twice as many were no
+// faster).
 //
 // "PositiveMin". A thread whose free bits weigh w draws u^(1/w) with an even u. The largest of
 // these belongs to a thread with chance w / W, W being the sum over all threads, and it is the W-th

@@ -11,7 +11,7 @@
 #include "engine/device/cpu/flip_pass.hpp"
 #include "engine/device/cpu/loops.hpp"
 #include "engine/device/cpu/selection.hpp"
-#include "engine/device/cpu/spans.hpp"
+#include "engine/device/cpu/words.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
@@ -35,7 +35,7 @@ BLOCK_OPS<E, D> make_ops() {
             .byte_rows = sweeps<std::int8_t, D>(),
             .word_rows = sweeps<std::int16_t, D>(),
             .summed = sweeps<void, D>(),
-            .flipList = flipList<E, D>,
+            .lists = listFlips<E, D>(),
             .lowest = lowest<D>,
             .lowestDiffering = lowestDiffering<D>,
             .find = find<D>,
@@ -44,10 +44,13 @@ BLOCK_OPS<E, D> make_ops() {
             .countBelow = countBelow<D>,
             .lowestPositive = lowestPositive<D>,
             .weigh = weigh<D>,
+            .weighWords = weighWords<D>,
+            .noteTied = noteTied<D>,
             .pick = pick,
             .lowestInSpan = lowestInSpan<D>,
             .findInSpan = findInSpan<D>,
             .lowestFree = lowestFree<D>,
+            .lowestFreeAfter = lowestFreeAfter<D>,
             .findFree = findFree<D>};
 }
 

@@ -7,6 +7,7 @@
 // ascending order: of equal deltas the highest thread wins, and within a thread the lowest own bit.
 #pragma once
 
+#include <array>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +16,22 @@
 #include "engine/device/shape.hpp"
 
 namespace orvex::device {
+
+/**
+ * What is kept about each word of places (see WORD) where rows are short (words.hpp), as the rule
+ * asks. The arrays are whole vectors, filled with what no search comes to.
+ */
+template <class D>
+struct WORD_NUMBERS {
+    D* low = nullptr;         ///< lowest delta
+    D* free_low = nullptr;    ///< lowest free delta
+    D* free_high = nullptr;   ///< highest free delta
+    D* above = nullptr;       ///< lowest delta above 0
+    D* ties = nullptr;        ///< how many bits have it
+    D* free_above = nullptr;  ///< lowest free delta above 0
+    D* free_ties = nullptr;   ///< how many free bits have it
+    int* below = nullptr;     ///< one for all words: free deltas not above 0; `chosen` notes them
+};
 
 /**
  * The state of a block that the loops work on; S elements each where nothing else is said. D is the
@@ -30,7 +47,7 @@ struct BLOCK_ARRAYS {
     D* group_low = nullptr;           ///< a vector of lows for each word, see WORD
     std::uint64_t* chosen = nullptr;  ///< scratch: S / WORD words, what was counted
     std::uint64_t* tied = nullptr;    ///< scratch: the same of the bits that tie
-    D* span_low = nullptr;            ///< lows of all deltas, see SPAN; a vector over S / SPAN
+    WORD_NUMBERS<D> words{};          ///< of models with short rows
 };
 
 /**
@@ -39,14 +56,10 @@ struct BLOCK_ARRAYS {
  */
 inline constexpr int WORD = 64;
 
-/** Vectors whose lowest deltas are kept for flips of few neighbours, lane by lane as with GROUP. */
-inline constexpr int SPAN = 16;
-
-/** Whether a row with so many elements changes the lows of few spans. */
-template <class D>
-constexpr bool touches_few_spans(std::ptrdiff_t elements, int size) {
-    constexpr int LANES = 64 / sizeof(D);  // of the widest vectors
-    return (elements + 1) * 2 * SPAN * LANES <= size;
+/** Whether rows of so many elements on average change few of a block's words. */
+constexpr bool touches_few_words(std::uint64_t entries, int size) {
+    const auto rows = static_cast<std::uint64_t>(size);
+    return (entries + rows) * 4 * WORD <= rows * rows;
 }
 
 /** Adds a listed row to the deltas; `sign` is as in BLOCK_OPS::addRow. */
@@ -96,6 +109,19 @@ struct SWEEPS {
     FUNCTION nothing, max_min, positive_min, random_min;
 };
 
+/** The places, beside those of a row, at which a flip changes something; -1 for none: the flipped
+ * bit and those that came free. */
+using CHANGED_PLACES = std::array<int, 3>;
+
+/** Flips over listed rows by what they look up; see BLOCK_OPS. */
+template <class E, class D>
+struct LIST_FLIPS {
+    using FUNCTION = SWEEP<D> (*)(const BLOCK_ARRAYS<D>&, const LIST_ENTRY<E>* begin,
+                                  const LIST_ENTRY<E>* end, const CHANGED_PLACES& changed,
+                                  std::int8_t sign, bool words_known);
+    FUNCTION nothing, max_min, positive_min, random_min;
+};
+
 /** What "PositiveMin" draws among: see `weigh`. */
 struct WEIGHED {
     int below;      ///< free bits with deltas below m
@@ -128,12 +154,10 @@ struct BLOCK_OPS {
     /** Sweeps over deltas that have the row's elements in them already. */
     SWEEPS<D> summed;
     /**
-     * Adds a listed row where `flipped` has its new delta already, and returns the lowest delta.
-     * The lows of spans are kept, and taken anew where they are not known.
+     * Adds a listed row where the flipped bit has its new delta already. Keeps the numbers of the
+     * words that the rule asks for, and takes all of them anew where they are not known.
      */
-    D(*flipList)
-    (const BLOCK_ARRAYS<D>&, const LIST_ENTRY<E>* begin, const LIST_ENTRY<E>* end, int flipped,
-     std::int8_t sign, bool spans_known);
+    LIST_FLIPS<E, D> lists;
     D (*lowest)(const BLOCK_ARRAYS<D>&);
     D (*lowestDiffering)(const BLOCK_ARRAYS<D>&);
     int (*find)(const BLOCK_ARRAYS<D>&, D value);
@@ -141,13 +165,20 @@ struct BLOCK_OPS {
 
     /** "MaxMin"; writes `group_low`. */
     DELTA_RANGE<D> (*freeRange)(const BLOCK_ARRAYS<D>&);
-    /** "MaxMin": free bits with deltas up to `threshold`, noted in `chosen`. Reads `group_low`. */
-    int (*countBelow)(const BLOCK_ARRAYS<D>&, D threshold);
+    /**
+     * "MaxMin": free bits with deltas up to `threshold`, noted in `chosen`. Reads `group_low`, or
+     * the numbers of the words where they are known.
+     */
+    int (*countBelow)(const BLOCK_ARRAYS<D>&, D threshold, bool words_known);
 
     /** "PositiveMin": the lowest free delta above 0. */
     D (*lowestPositive)(const BLOCK_ARRAYS<D>&);
     /** "PositiveMin": notes the free bits below m in `chosen` and the tied free ones in `tied`. */
     WEIGHED (*weigh)(const BLOCK_ARRAYS<D>&, D m);
+    /** The same by the numbers of the words, m being above 0; the tied bits are not noted. */
+    WEIGHED (*weighWords)(const BLOCK_ARRAYS<D>&, D m);
+    /** Notes these then. */
+    void (*noteTied)(const BLOCK_ARRAYS<D>&, D m);
 
     /** The place of the noted bit number r, from 0, in row order. */
     int (*pick)(const std::uint64_t* noted, int r);
@@ -158,8 +189,10 @@ struct BLOCK_OPS {
 
     /** "RandomMin": the lowest free delta; writes `group_low`. */
     D (*lowestFree)(const BLOCK_ARRAYS<D>&);
-    /** "RandomMin": the free bit with that delta. Reads `group_low`. */
-    int (*findFree)(const BLOCK_ARRAYS<D>&, D value);
+    /** "RandomMin": the same where the words' numbers are known but for a bit barred or freed. */
+    D (*lowestFreeAfter)(const BLOCK_ARRAYS<D>&, int place);
+    /** "RandomMin": the free bit with that delta. Reads what countBelow reads. */
+    int (*findFree)(const BLOCK_ARRAYS<D>&, D value, bool words_known);
 };
 
 /** The loops for the best instruction set that Highway now offers on this processor. */

@@ -32,6 +32,8 @@ template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::startSearch() {
     record.step = 0;
     surveyed_ = SURVEY_FOR::NOTHING;
+    // What words have free is another now; their lowest deltas still hold.
+    if (words_known_for_) words_known_for_ = SURVEY_FOR::NOTHING;
     if (record.type.A != CYCLIC_MIN) tabu_.clear();
 }
 
@@ -71,7 +73,7 @@ void CPU_BLOCK<E, D, N>::selectMaxMin() {
     const N threshold = stored(record.maxmin_threshold);
     int p = tryPlaces(threshold);
     if (p < 0) {
-        const int eligible = ops_.countBelow(arrays_, threshold);
+        const int eligible = ops_.countBelow(arrays_, threshold, byWords());
         if (eligible == 0) {
             record.maxmin_bid = -1;
             // The bid names the last thread of a full block, which has nothing to choose from; in
@@ -100,6 +102,13 @@ int CPU_BLOCK<E, D, N>::lastThreadOf(const std::uint64_t* noted) const {
     return last;
 }
 
+/** The free bits that tie, noted. */
+template <class E, class D, class N>
+const std::uint64_t* CPU_BLOCK<E, D, N>::tiedBits() {
+    if (weighed_by_words_) ops_.noteTied(arrays_, stored(record.positive_threshold));
+    return arrays_.tied;
+}
+
 /** The thread of a bit that is drawn by its weight. */
 template <class E, class D, class N>
 typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED& weighed) {
@@ -113,8 +122,8 @@ typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED
     if (below == 0) {
         const unsigned long drawn = draw();
         if (tied_free < tied && open_unit(high_word(drawn)) < lowest_rank_chance(weighed.total()))
-            return {lastThreadOf(arrays_.tied), true};
-        return owner(arrays_.tied, scaled(low_word(drawn), tied_free));
+            return {lastThreadOf(tiedBits()), true};
+        return owner(tiedBits(), scaled(low_word(drawn), tied_free));
     }
     for (;;) {
         const unsigned long drawn = draw();
@@ -122,7 +131,7 @@ typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED
         if (r < below) return owner(arrays_.chosen, r);
         // The tied bits weigh 1 together; where one that is barred comes out, all is drawn again.
         const std::uint32_t r_tied = scaled(low_word(drawn), tied);
-        if (r_tied < tied_free) return owner(arrays_.tied, r_tied);
+        if (r_tied < tied_free) return owner(tiedBits(), r_tied);
     }
 }
 
@@ -165,8 +174,12 @@ void CPU_BLOCK<E, D, N>::selectPositiveMin() {
     record.positive_low = arithmetic(
         surveyed_ == SURVEY_FOR::POSITIVE_MIN ? sweep_.positive : ops_.lowestPositive(arrays_));
     const D m = record.positive_low == BLOCK_RECORD<D>::MAX ? 0 : record.positive_low;
-    const WEIGHED weighed = ops_.weigh(arrays_, stored(m));
     record.positive_threshold = m;
+    weighed_by_words_ = byWords() && m > 0;
+    // Without a free delta above 0 the words' numbers are no help, and are lost.
+    if (!weighed_by_words_ && words_known_for_) words_known_for_ = SURVEY_FOR::NOTHING;
+    const WEIGHED weighed =
+        weighed_by_words_ ? ops_.weighWords(arrays_, stored(m)) : ops_.weigh(arrays_, stored(m));
     record.positive_count = weighed.tied;
     WINNER winner{BID_THREAD, false};
     const bool nobody = weighed.below + weighed.tied_free == 0;
@@ -212,17 +225,20 @@ void CPU_BLOCK<E, D, N>::selectRandomMin() {
     record.selected = (arrays_.shape.threads - 1) * arrays_.shape.own;
     constexpr N NONE = std::numeric_limits<N>::max();
     N low = surveyed_ == SURVEY_FOR::RANDOM_MIN ? sweep_.free.low : ops_.lowestFree(arrays_);
-    for (; low != NONE; low = ops_.lowestFree(arrays_)) {
-        const int bit = ops_.findFree(arrays_, low);
+    while (low != NONE) {
+        const int bit = ops_.findFree(arrays_, low, byWords());
         if (low_word(draw()) <= record.random_threshold) {
             record.selected = bit;
             break;
         }
         arrays_.barred[place(bit)] = 1;  // for this selection
         left_out_.push_back(place(bit));
+        low = byWords() ? ops_.lowestFreeAfter(arrays_, place(bit)) : ops_.lowestFree(arrays_);
     }
-    for (const int p : left_out_)
+    for (const int p : left_out_) {
         arrays_.barred[p] = 0;
+        if (byWords()) ops_.lowestFreeAfter(arrays_, p);
+    }
     left_out_.clear();
 }
 

@@ -67,7 +67,7 @@ DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
 }
 
 template <class D>
-int countBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
+int countBelow(const BLOCK_ARRAYS<D>& block, D threshold, bool words_known) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     assert(block.shape.size % WORD == 0);
@@ -77,7 +77,9 @@ int countBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
     int count = 0;
     for (int p = 0; p < block.shape.size; p += WORD, group_low += step, ++word) {
         *word = 0;
-        if (hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit))) continue;
+        if (words_known ? block.words.free_low[p / WORD] > threshold
+                        : hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit)))
+            continue;
         *word = wordOf<D>(p, [&](int q) {
             const auto above = hn::Gt(hn::Load(lanes, block.delta + q), limit);
             return hn::AndNot(above, freeLanes(lanes, block.barred + q));
@@ -136,7 +138,7 @@ D lowestFree(const BLOCK_ARRAYS<D>& block) {
 }
 
 template <class D>
-int findFree(const BLOCK_ARRAYS<D>& block, D value) {
+int findFree(const BLOCK_ARRAYS<D>& block, D value, bool words_known) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     const int threads = block.shape.threads;
@@ -153,7 +155,10 @@ int findFree(const BLOCK_ARRAYS<D>& block, D value) {
         best_own = own;
     };
     for (int p = 0, t = 0, own = 0; p < block.shape.size; p += WORD, group_low += step) {
-        if (!hn::AllFalse(lanes, hn::Eq(hn::Load(lanes, group_low), wanted))) {
+        const bool holds = words_known
+                               ? block.words.free_low[p / WORD] == value
+                               : !hn::AllFalse(lanes, hn::Eq(hn::Load(lanes, group_low), wanted));
+        if (holds) {
             const std::uint64_t word = wordOf<D>(p, [&](int q) {
                 return hn::And(hn::Eq(hn::Load(lanes, block.delta + q), wanted),
                                freeLanes(lanes, block.barred + q));

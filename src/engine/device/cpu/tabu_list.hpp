@@ -28,11 +28,13 @@ class TABU_LIST {
         std::fill_n(barred_, size_, std::uint8_t{0});
         for (auto& places : waiting_)
             places.fill(NOBODY);
+        freed_.fill(NOBODY);
     }
 
     /**
-     * Bars a bit for that many counts; 0 frees it. Tenures of one `kind`, 0 or 1, are the same for
-     * as long as time goes on: so no two bits of a kind wait for the same time.
+     * Bars a bit for that many counts; 0 frees it. A search has two tenures, of `kind` 1 in its
+     * first steps and 0 behind them, and counts down after each flip: so no two bits of a kind come
+     * free at the same time. Bits that were barred while time stood stay so until all are cleared.
      */
     void bar(int place, std::uint8_t tenure, std::size_t kind) {
         assert(place >= 0 && place < size_ && kind < 2);
