@@ -50,7 +50,7 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
     assert(block.shape.size % WORD == 0);
     assert(std::is_void_v<R> || row_memory);
     assert(sign == 0 || sign == -1);
-    constexpr bool GROUPS = FOR == SURVEY_FOR::MAX_MIN || FOR == SURVEY_FOR::RANDOM_MIN;
+    constexpr bool GROUPS = FOR == SURVEY_FOR::RANDOM_MIN;
     const R* HWY_RESTRICT row = static_cast<const R*>(row_memory);
     D* HWY_RESTRICT delta = block.delta;
     const std::int8_t* HWY_RESTRICT ones = block.ones;
@@ -76,8 +76,10 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
             const auto free = freeLanes(lanes, barred + q);
             const auto plays = hn::IfThenElse(free, values, highest);
             if constexpr (GROUPS) group = hn::Min(group, plays);
-            if constexpr (FOR == SURVEY_FOR::MAX_MIN)
+            if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
+                free_low = hn::Min(free_low, plays);
                 free_high = hn::IfThenElse(free, hn::Max(free_high, values), free_high);
+            }
             // Without a sign, all that is not above 0 becomes higher than any delta.
             if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN)
                 positive = hn::Min(positive, hn::Sub(hn::BitCast(magnitudes, plays), one));
@@ -89,7 +91,8 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
     }
     SWEEP<D> found{};
     found.low = hn::GetLane(hn::MinOfLanes(lanes, low));
-    if constexpr (GROUPS) found.free.low = hn::GetLane(hn::MinOfLanes(lanes, free_low));
+    if constexpr (FOR == SURVEY_FOR::MAX_MIN || FOR == SURVEY_FOR::RANDOM_MIN)
+        found.free.low = hn::GetLane(hn::MinOfLanes(lanes, free_low));
     if constexpr (FOR == SURVEY_FOR::MAX_MIN)
         found.free.high = hn::GetLane(hn::MaxOfLanes(lanes, free_high));
     if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {

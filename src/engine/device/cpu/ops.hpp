@@ -101,8 +101,8 @@ struct SWEEP {
     D positive;           ///< "PositiveMin": lowest free delta above 0
 };
 
-/** Sweeps over rows of one element type, by what they look up; for "MaxMin" and "RandomMin" they
- * write `group_low`. */
+/** Sweeps over rows of one element type, by what they look up; for "RandomMin" they also write
+ * `group_low`. */
 template <class D>
 struct SWEEPS {
     using FUNCTION = SWEEP<D> (*)(const BLOCK_ARRAYS<D>&, const void* row, std::int8_t sign);
@@ -163,11 +163,11 @@ struct BLOCK_OPS {
     int (*find)(const BLOCK_ARRAYS<D>&, D value);
     int (*findDiffering)(const BLOCK_ARRAYS<D>&, D value);
 
-    /** "MaxMin"; writes `group_low`. */
+    /** "MaxMin". */
     DELTA_RANGE<D> (*freeRange)(const BLOCK_ARRAYS<D>&);
     /**
-     * "MaxMin": free bits with deltas up to `threshold`, noted in `chosen`. Reads `group_low`, or
-     * the numbers of the words where they are known.
+     * "MaxMin": free bits with deltas up to `threshold`, noted in `chosen`. Reads the numbers of
+     * the words where they are known.
      */
     int (*countBelow)(const BLOCK_ARRAYS<D>&, D threshold, bool words_known);
 
@@ -191,7 +191,7 @@ struct BLOCK_OPS {
     D (*lowestFree)(const BLOCK_ARRAYS<D>&);
     /** "RandomMin": the same where the words' numbers are known but for a bit barred or freed. */
     D (*lowestFreeAfter)(const BLOCK_ARRAYS<D>&, int place);
-    /** "RandomMin": the free bit with that delta. Reads what countBelow reads. */
+    /** "RandomMin": the free bit with that delta. Reads `group_low`, or the words' numbers. */
     int (*findFree)(const BLOCK_ARRAYS<D>&, D value, bool words_known);
 };
 

@@ -57,7 +57,7 @@ DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
     const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
     auto low = highest;
     auto high = lowest;
-    surveyGroups(block, [&](int, auto values, auto free) {
+    surveyFree(block, [&](int, auto values, auto free) {
         // The maximum of D is out of play; as the lowest it changes nothing.
         const auto plays = hn::And(free, hn::Lt(values, highest));
         low = hn::Min(low, hn::IfThenElse(free, values, highest));
@@ -66,20 +66,22 @@ DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
     return {hn::GetLane(hn::MinOfLanes(lanes, low)), hn::GetLane(hn::MaxOfLanes(lanes, high))};
 }
 
+/**
+ * Without a branch for each word, unless their lows are known: looking at lows by lane first, to
+ * pass over words, took 146 ns a step where this takes 120 (1024 variables, 16-bit deltas).
+ */
 template <class D>
 int countBelow(const BLOCK_ARRAYS<D>& block, D threshold, bool words_known) {
     const hn::ScalableTag<D> lanes;
-    const int step = static_cast<int>(hn::Lanes(lanes));
     assert(block.shape.size % WORD == 0);
     const auto limit = hn::Set(lanes, threshold);
-    const D* group_low = block.group_low;
     std::uint64_t* word = block.chosen;
     int count = 0;
-    for (int p = 0; p < block.shape.size; p += WORD, group_low += step, ++word) {
-        *word = 0;
-        if (words_known ? block.words.free_low[p / WORD] > threshold
-                        : hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit)))
+    for (int p = 0; p < block.shape.size; p += WORD, ++word) {
+        if (words_known && block.words.free_low[p / WORD] > threshold) {
+            *word = 0;
             continue;
+        }
         *word = wordOf<D>(p, [&](int q) {
             const auto above = hn::Gt(hn::Load(lanes, block.delta + q), limit);
             return hn::AndNot(above, freeLanes(lanes, block.barred + q));
