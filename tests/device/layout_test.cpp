@@ -36,22 +36,22 @@ void expectApart(int band) {
     EXPECT_EQ(arena.used(), counting.used());
 
     const std::size_t size = static_cast<std::size_t>(shape.size);
-    const std::size_t threads = static_cast<std::size_t>(shape.threads);
     const BLOCK_ARRAYS<N>& arrays = placed.arrays;
     std::vector all = {places(arrays.delta, size),
                        places(arrays.ones, size),
                        places(arrays.differs, size),
-                       places(arrays.tabu, size),
+                       places(arrays.barred, size),
+                       places(placed.barred_until, size),
                        places(placed.target, size),
                        places(placed.best, size),
-                       places(arrays.generators, threads),
-                       places(arrays.weights, threads),
-                       places(arrays.draws, threads),
-                       places(arrays.estimates, threads),
-                       places(arrays.drawing, threads + 1),
-                       places(arrays.vectors, size + 1),
-                       places(arrays.group_low, size / GROUP),
-                       places(arrays.span_low, size / SPAN + CACHE_LINE / sizeof(N))};
+                       places(arrays.group_low, size / WORD * (CACHE_LINE / sizeof(N))),
+                       places(arrays.chosen, size / WORD),
+                       places(arrays.tied, size / WORD),
+                       places(arrays.words.below, 1)};
+    for (const N* numbers :
+         {arrays.words.low, arrays.words.free_low, arrays.words.free_high, arrays.words.above,
+          arrays.words.ties, arrays.words.free_above, arrays.words.free_ties})
+        all.push_back(places(numbers, BLOCK_MEMORY<N>::words_of(size)));
     std::sort(all.begin(), all.end());
     EXPECT_EQ(all.front().first, memory.get());
     EXPECT_LE(all.back().second, memory.get() + arena.used());

@@ -79,11 +79,10 @@ TEST_F(RingTest, WithNoIslandsEveryBlockIsOnTheFirst) {
     EXPECT_TRUE(rings_->receive(0).has_value());
 }
 
-TEST_F(RingTest, EachThreadOfEachBlockHasASeedAndZeroIsReplaced) {
+TEST_F(RingTest, EachBlockDrawsFromTheSeedOfItsFirstThreadAndZeroIsReplaced) {
     launch(2, 1, 4);
-    EXPECT_EQ(generatorOf(block(0), 0), 0x0139408DCBBF7A44u);  // seedsFor starts with 0
-    EXPECT_EQ(generatorOf(block(0), 63), seeds_[63]);
-    EXPECT_EQ(generatorOf(block(1), 0), seeds_[64]);
+    EXPECT_EQ(block(0).generator(), 0x0139408DCBBF7A44u);  // seedsFor starts with 0
+    EXPECT_EQ(block(1).generator(), seeds_[64]);
     EXPECT_EQ(seeds_[0], 0u);  // seeds are read, not written
 }
 

@@ -1,5 +1,6 @@
 // The forms in which a CPU block reads rows: which one a matrix gets, what it holds, and that a
 // search on any of them is the plain block's search, flip by flip.
+#include <algorithm>
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -214,21 +215,22 @@ class ROW_FORMS_TEST : public BLOCK_TEST<BLOCK> {
             play(model, form, instances, max_steps);
     }
 
-    /** Of the rows some touch few spans, which narrow deltas make longer, and some do not. */
-    static void playFewAndSomeNeighbours() {
-        using DELTA = typename WIDTHS_OF<BLOCK>::DELTA;
-        constexpr int SIZE = 2176;  // the last span of this band is shorter than the others
-        const ELEMENT couplings = sparse(7, 4000 / static_cast<int>(sizeof(DELTA)), 100);
-        int few = 0;
-        for (int i = 0; i < SIZE; ++i) {
-            int neighbours = 0;
-            for (int j = 0; j < SIZE; ++j)
-                neighbours += i != j && couplings(std::min(i, j), std::max(i, j)) != 0;
-            few += touches_few_spans<DELTA>(neighbours, SIZE);
-        }
-        ASSERT_GT(few, SIZE / 4);
-        ASSERT_LT(few, SIZE * 19 / 20);
-        MODEL model(SIZE, couplings);
+    /** Rows are short on average, so words are kept; a few rows touch all of them. */
+    static void playShortRowsAndHubs() {
+        constexpr int SIZE = 2176;  // the words fill no whole number of vectors
+        const ELEMENT couplings = sparse(7, 700, 20);
+        const ELEMENT with_hubs = [=](int i, int j) {
+            const bool of_hub = i != j && i % 600 == 0 && mixed(8, i, j) % 8 == 0;
+            return of_hub ? within(mixed(9, i, j), -20, 20) : couplings(i, j);
+        };
+        MODEL model(SIZE, with_hubs);
+        model.needAllRows();
+        const CPU_ROWS<typename BLOCK_TEST<BLOCK>::E> rows(model.weights(), SIZE);
+        ASSERT_TRUE(touches_few_words(rows.survey().entries, SIZE));
+        std::ptrdiff_t longest = 0;
+        for (int i = 0; i < SIZE; ++i)
+            longest = std::max(longest, rows.end(i) - rows.begin(i));
+        ASSERT_GT(longest, 200);
         play(model, ROW_FORM::LISTS, 2, 60, 300);
     }
 };
@@ -258,9 +260,13 @@ TYPED_TEST(ROW_FORMS_TEST, SparseModelsSmallerThanTheirBand) {
     this->playAllForms(model, 4, 100);
 }
 
-/** Flips of rows with few elements keep the lows of spans, others and other rules lose them. */
-TYPED_TEST(ROW_FORMS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
-    this->playFewAndSomeNeighbours();
+TYPED_TEST(ROW_FORMS_TEST, LargeModelsOfShortRowsAndHubs) {
+    this->playShortRowsAndHubs();
+}
+
+TYPED_TEST(ROW_FORMS_TEST, LargeModelsOfShortRowsThatTie) {
+    typename TestFixture::MODEL model(1024, sparse(17, 600, 1));
+    this->play(model, ROW_FORM::LISTS, 6, 400);
 }
 
 TYPED_TEST(ROW_FORMS_TEST, BandsWithManyBitsPerThread) {
@@ -336,8 +342,13 @@ TYPED_TEST(NARROW_DELTAS_TEST, DeltasNearTheEndOfTheirRange) {
     this->playAllForms(model, 4, 100);
 }
 
-TYPED_TEST(NARROW_DELTAS_TEST, LargeModelsOfFewAndOfSomeNeighbours) {
-    this->playFewAndSomeNeighbours();
+TYPED_TEST(NARROW_DELTAS_TEST, LargeModelsOfShortRowsAndHubs) {
+    this->playShortRowsAndHubs();
+}
+
+TYPED_TEST(NARROW_DELTAS_TEST, LargeModelsOfShortRowsThatTie) {
+    typename TestFixture::MODEL model(1024, sparse(17, 600, 1));
+    this->play(model, ROW_FORM::LISTS, 6, 400);
 }
 
 TYPED_TEST(NARROW_DELTAS_TEST, BandsWithManyBitsPerThread) {

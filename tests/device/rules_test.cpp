@@ -1,5 +1,6 @@
-// One selection of each flip rule: which bits it may take and how often, which draws it spends, and
-// what happens when there is nothing to take.
+// One selection of each flip rule: which bits it may take and how often, which draws it spends with
+// a generator for each thread and with one for the block, and what happens when there is nothing to
+// take.
 #include <algorithm>
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ class RULES_TEST : public BLOCK_TEST<BLOCK> {
         }
         void makeAllTabu() {
             for (int bit = 0; bit < bench.model.size(); ++bit)
-                tabuOf(bench.block, bit) = 1;
+                setTabu(bench.block, bit, 1);
         }
         BENCH<BLOCK> bench;
     };
@@ -40,6 +41,25 @@ class RULES_TEST : public BLOCK_TEST<BLOCK> {
 };
 TYPED_TEST_SUITE(RULES_TEST, ALL_BLOCKS, NAMES);
 
+/** A draw of each thread: what the rules tell, and kernels do. */
+template <class BLOCK>
+class DRAWS_OF_THREADS_TEST : public RULES_TEST<BLOCK> {};
+TYPED_TEST_SUITE(DRAWS_OF_THREADS_TEST, BLOCKS_OF_GENERATORS, NAMES);
+
+/** Draws of one generator for the whole block. */
+template <class BLOCK>
+class DRAWS_OF_A_BLOCK_TEST : public RULES_TEST<BLOCK> {
+  public:
+    /** How many steps the block's generator went from `before`. */
+    static int stepsFrom(unsigned long before, BENCH<BLOCK>& bench) {
+        int steps = 0;
+        for (; before != bench.block.generator() && steps < 1000; ++steps)
+            before = xor_shift(before);
+        return steps;
+    }
+};
+TYPED_TEST_SUITE(DRAWS_OF_A_BLOCK_TEST, CPU_BLOCKS, NAMES);
+
 // ---- "MaxMin" ------------------------------------------------------------------------------
 
 TYPED_TEST(RULES_TEST, MaxMinLateInASearchTakesTheLowestFreeDelta) {
@@ -47,7 +67,7 @@ TYPED_TEST(RULES_TEST, MaxMinLateInASearchTakesTheLowestFreeDelta) {
     typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
     late.bench.block.selectMaxMin();
     EXPECT_EQ(late.bench.block.record.selected, 3);
-    tabuOf(late.bench.block, 3) = 1;
+    setTabu(late.bench.block, 3, 1);
     late.bench.block.selectMaxMin();
     EXPECT_EQ(late.bench.block.record.selected, 5);
 }
@@ -59,18 +79,6 @@ TYPED_TEST(RULES_TEST, MaxMinGivesEveryEligibleBitAnEvenChance) {
         this->frequencies(search.bench, 25600, [&] { search.bench.block.selectMaxMin(); });
     for (int of_bit : count)
         EXPECT_NEAR(of_bit, 100, 50);
-}
-
-TYPED_TEST(RULES_TEST, MaxMinSpendsDrawsOnEligibleBitsOnly) {
-    typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4}, 90));
-    typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
-    const auto before = late.bench.snapshot().generators;
-    late.bench.block.selectMaxMin();
-    const auto after = late.bench.snapshot().generators;
-    EXPECT_EQ(after[0], xor_shift(before[0]));  // the threshold
-    // Two eligible bits, and the choice among them.
-    EXPECT_EQ(after[1], xor_shift(xor_shift(xor_shift(before[1]))));
-    EXPECT_TRUE(std::equal(after.begin() + 2, after.end(), before.begin() + 2));
 }
 
 TYPED_TEST(RULES_TEST, MaxMinWithNothingToTakeRepeatsTheLastSelection) {
@@ -87,11 +95,9 @@ TYPED_TEST(RULES_TEST, MaxMinWithNothingToTakeInAFullBlockTakesTheLastThreadsFir
     typename TestFixture::MODEL model(4096, 10, uncoupled({}, 7));
     typename TestFixture::SEARCHING search(model, 0);
     search.makeAllTabu();
-    const unsigned long before = generatorOf(search.bench.block, 1023);
     search.bench.block.select(17);
     search.bench.block.selectMaxMin();
     EXPECT_EQ(search.bench.block.record.selected, 1023 * 4);
-    EXPECT_EQ(generatorOf(search.bench.block, 1023), xor_shift(before));
 }
 
 // ---- "PositiveMin" -------------------------------------------------------------------------
@@ -119,7 +125,7 @@ TYPED_TEST(RULES_TEST, PositiveMinWithoutAFreePositiveDeltaLetsTheZerosShareOneW
     typename TestFixture::MODEL model(64, uncoupled({0, 0, -5, 0}, 8));
     typename TestFixture::SEARCHING search(model, 0);
     for (int bit = 4; bit < 64; ++bit)
-        tabuOf(search.bench.block, bit) = 1;
+        setTabu(search.bench.block, bit, 1);
     const auto count =
         this->frequencies(search.bench, 12000, [&] { search.bench.block.selectPositiveMin(); });
     EXPECT_EQ(search.bench.block.record.positive_threshold, 0);
@@ -132,24 +138,12 @@ TYPED_TEST(RULES_TEST, PositiveMinCountsTiedBitsThatAreNotFreeInTheDivisor) {
     typename TestFixture::MODEL model(64, uncoupled({-5, 6, 6, 6, 6}, 80));
     typename TestFixture::SEARCHING search(model, 0);
     for (int bit : {2, 3, 4})
-        tabuOf(search.bench.block, bit) = 1;
+        setTabu(search.bench.block, bit, 1);
     const auto count =
         this->frequencies(search.bench, 10000, [&] { search.bench.block.selectPositiveMin(); });
     EXPECT_EQ(search.bench.block.record.positive_count, 4);
     EXPECT_NEAR(count[0], 8000, 400);  // 1 against 1/4
     EXPECT_NEAR(count[1], 2000, 400);
-}
-
-TYPED_TEST(RULES_TEST, PositiveMinSpendsOneDrawOnEachThreadWithWeight) {
-    typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4, -1}, 90));
-    typename TestFixture::SEARCHING search(model, 0);
-    const auto before = search.bench.snapshot().generators;
-    search.bench.block.selectPositiveMin();
-    const auto after = search.bench.snapshot().generators;
-    EXPECT_EQ(after[0], before[0]);
-    EXPECT_EQ(after[1], xor_shift(before[1]));
-    EXPECT_EQ(after[2], xor_shift(before[2]));
-    EXPECT_TRUE(std::equal(after.begin() + 3, after.end(), before.begin() + 3));
 }
 
 TYPED_TEST(RULES_TEST, PositiveMinWithNothingToTakeRepeatsTheLastSelection) {
@@ -208,7 +202,7 @@ TYPED_TEST(RULES_TEST, CyclicMinFlipsTheSpansFirstBitIfAllAreBlocked) {
     typename TestFixture::SEARCHING search(model, 0);
     search.bench.block.record.cycle_start = 5;
     for (int bit = 5 * 4; bit < 21 * 4; ++bit)
-        tabuOf(search.bench.block, bit) = 1;
+        setTabu(search.bench.block, bit, 1);
     search.bench.block.selectCyclicMin();
     EXPECT_EQ(search.bench.block.record.selected, 5 * 4);
 }
@@ -243,6 +237,40 @@ TYPED_TEST(RULES_TEST, RandomMinAtTheLastStepNearlyAlwaysTakesTheLowestDelta) {
     EXPECT_LT(late.bench.block.record.random_threshold, 0xFFFFFFFFu);
 }
 
+TYPED_TEST(RULES_TEST, RandomMinWithNoBitInTheRaceTakesAThreadsFirstBit) {
+    typename TestFixture::MODEL model(128, uncoupled({}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    search.makeAllTabu();
+    search.bench.block.selectRandomMin();
+    EXPECT_EQ(search.bench.block.record.selected, 63 * 2);  // the last thread stores last
+}
+
+// ---- draws ---------------------------------------------------------------------------------
+
+TYPED_TEST(DRAWS_OF_THREADS_TEST, MaxMinSpendsDrawsOnEligibleBitsOnly) {
+    typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4}, 90));
+    typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
+    const auto before = late.bench.snapshot().generators;
+    late.bench.block.selectMaxMin();
+    const auto after = late.bench.snapshot().generators;
+    EXPECT_EQ(after[0], xor_shift(before[0]));  // the threshold
+    // Two eligible bits, and the choice among them.
+    EXPECT_EQ(after[1], xor_shift(xor_shift(xor_shift(before[1]))));
+    EXPECT_TRUE(std::equal(after.begin() + 2, after.end(), before.begin() + 2));
+}
+
+TYPED_TEST(DRAWS_OF_THREADS_TEST, PositiveMinSpendsOneDrawOnEachThreadWithWeight) {
+    typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4, -1}, 90));
+    typename TestFixture::SEARCHING search(model, 0);
+    const auto before = search.bench.snapshot().generators;
+    search.bench.block.selectPositiveMin();
+    const auto after = search.bench.snapshot().generators;
+    EXPECT_EQ(after[0], before[0]);
+    EXPECT_EQ(after[1], xor_shift(before[1]));
+    EXPECT_EQ(after[2], xor_shift(before[2]));
+    EXPECT_TRUE(std::equal(after.begin() + 3, after.end(), before.begin() + 3));
+}
+
 /** The state from which one step of the generator leads to `state`. */
 unsigned long stateBefore(unsigned long state) {
     const auto undo = [](unsigned long mixed, auto shift) {
@@ -256,7 +284,7 @@ unsigned long stateBefore(unsigned long state) {
     return undo(state, [](unsigned long x) { return x << 13; });
 }
 
-TYPED_TEST(RULES_TEST, RandomMinKeepsABitWhoseDrawIsTheThresholdItself) {
+TYPED_TEST(DRAWS_OF_THREADS_TEST, RandomMinKeepsABitWhoseDrawIsTheThresholdItself) {
     typename TestFixture::MODEL model(64, uncoupled({}, 7));
     typename TestFixture::SEARCHING search(model, 0);
     auto& block = search.bench.block;
@@ -270,13 +298,14 @@ TYPED_TEST(RULES_TEST, RandomMinKeepsABitWhoseDrawIsTheThresholdItself) {
     EXPECT_NE(block.record.selected, 5);
 }
 
-TYPED_TEST(RULES_TEST, RandomMinSpendsNoDrawOnABitThatCouldNotWin) {
+TYPED_TEST(DRAWS_OF_THREADS_TEST, RandomMinSpendsNoDrawOnABitThatCouldNotWin) {
     typename TestFixture::MODEL model(128, uncoupled({}, 7));
     typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
     auto& block = late.bench.block;
-    tabuOf(block, 0) = tabuOf(block, 1) = 1;  // thread 0: none free
-    deltaOf(block, 2) = TestFixture::MAX;     // thread 1: only its second bit plays
-    deltaOf(block, 4) = 9;                    // thread 2: the second bit is lower
+    setTabu(block, 0, 1);  // thread 0: none free
+    setTabu(block, 1, 1);
+    deltaOf(block, 2) = TestFixture::MAX;  // thread 1: only its second bit plays
+    deltaOf(block, 4) = 9;                 // thread 2: the second bit is lower
     const auto before = late.bench.snapshot().generators;
     block.selectRandomMin();
     const auto after = late.bench.snapshot().generators;
@@ -286,12 +315,82 @@ TYPED_TEST(RULES_TEST, RandomMinSpendsNoDrawOnABitThatCouldNotWin) {
     EXPECT_EQ(after[3], xor_shift(before[3]));  // the second bit is no lower than the first
 }
 
-TYPED_TEST(RULES_TEST, RandomMinWithNoBitInTheRaceTakesAThreadsFirstBit) {
-    typename TestFixture::MODEL model(128, uncoupled({}, 7));
+TYPED_TEST(DRAWS_OF_THREADS_TEST, MaxMinWithNothingToTakeInAFullBlockStillDrawsForTheLastThread) {
+    typename TestFixture::MODEL model(4096, 10, uncoupled({}, 7));
     typename TestFixture::SEARCHING search(model, 0);
     search.makeAllTabu();
-    search.bench.block.selectRandomMin();
-    EXPECT_EQ(search.bench.block.record.selected, 63 * 2);  // the last thread stores last
+    const unsigned long before = generatorOf(search.bench.block, 1023);
+    search.bench.block.selectMaxMin();
+    EXPECT_EQ(generatorOf(search.bench.block, 1023), xor_shift(before));
+}
+
+TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, MaxMinDrawsTheThresholdAndPlacesUntilOneIsEligible) {
+    typename TestFixture::MODEL model(128, uncoupled({}, 7));
+    typename TestFixture::SEARCHING all(model, 0);
+    unsigned long before = all.bench.block.generator();
+    all.bench.block.selectMaxMin();
+    EXPECT_EQ(this->stepsFrom(before, all.bench), 1 + TRIES / 2);
+
+    typename TestFixture::MODEL one_low(4096, 10, uncoupled({}, 7));
+    typename TestFixture::SEARCHING late(one_low, TestFixture::STEPS - 1);
+    deltaOf(late.bench.block, 4001) = 3;
+    const int rounds = rounds_of_tries(4096);
+    EXPECT_EQ(rounds, 4);
+    int most = 0;
+    for (int i = 0; i < 50; ++i) {
+        before = late.bench.block.generator();
+        late.bench.block.selectMaxMin();
+        EXPECT_EQ(late.bench.block.record.selected, 4001);
+        most = std::max(most, this->stepsFrom(before, late.bench));
+    }
+    EXPECT_EQ(most, 1 + rounds * TRIES / 2 + 1) << "the last counts, and draws among these";
+}
+
+TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, PositiveMinDrawsOnceAndOnceMoreWithinAThread) {
+    typename TestFixture::MODEL single(64, uncoupled({-3, -2}, 90));
+    typename TestFixture::SEARCHING search(single, 0);
+    setTabu(search.bench.block, 63, 1);
+    for (int bit = 2; bit < 63; ++bit)
+        deltaOf(search.bench.block, bit) = -1;
+    unsigned long before = search.bench.block.generator();
+    search.bench.block.selectPositiveMin();
+    EXPECT_EQ(this->stepsFrom(before, search.bench), 1);
+
+    typename TestFixture::MODEL pairs(128, uncoupled({-3, -2}, 90));
+    typename TestFixture::SEARCHING within(pairs, 0);
+    for (int bit = 2; bit < 128; ++bit)
+        setTabu(within.bench.block, bit, 1);
+    before = within.bench.block.generator();
+    within.bench.block.selectPositiveMin();
+    EXPECT_EQ(within.bench.block.record.positive_count, 0);
+    EXPECT_EQ(within.bench.block.record.selected, 0)
+        << "with a count of 0, nothing weighs anything";
+    EXPECT_EQ(this->stepsFrom(before, within.bench), 1);
+    deltaOf(within.bench.block, 9) = 0;  // barred, and yet counted
+    before = within.bench.block.generator();
+    within.bench.block.selectPositiveMin();
+    const int steps = this->stepsFrom(before, within.bench);
+    EXPECT_GE(steps, 2);
+    EXPECT_LT(steps, 50);
+}
+
+TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, RandomMinDrawsForEachBitThatItLooksAt) {
+    typename TestFixture::MODEL model(128, uncoupled({7, -3, 7, -2}, 7));
+    typename TestFixture::SEARCHING search(model, 0);
+    auto& block = search.bench.block;
+    const std::uint32_t threshold = random_threshold(0, TestFixture::STEPS);
+    block.generator() = stateBefore(0xABC00000000 + threshold);
+    block.selectRandomMin();
+    EXPECT_EQ(block.record.selected, 1) << "a draw that is the threshold itself keeps the bit";
+    const unsigned long before = block.generator() = stateBefore(0xABC00000000 + threshold + 1);
+    block.selectRandomMin();
+    EXPECT_NE(block.record.selected, 1);
+    EXPECT_GE(this->stepsFrom(before, search.bench), 2);
+
+    search.makeAllTabu();
+    const unsigned long state = block.generator();
+    block.selectRandomMin();
+    EXPECT_EQ(block.generator(), state) << "no bit in the race";
 }
 
 }  // namespace

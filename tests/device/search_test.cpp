@@ -107,8 +107,8 @@ TYPED_TEST(SEARCH_TEST, UnderCyclicMinABlockOutlastsTheSearch) {
 TYPED_TEST(SEARCH_TEST, CountingDownStopsAtZero) {
     typename TestFixture::MODEL model(64, uncoupled({}, 1));
     typename TestFixture::ON_BENCH bench(model);
-    tabuOf(bench.block, 1) = 1;
-    tabuOf(bench.block, 2) = 255;
+    setTabu(bench.block, 1, 1);
+    setTabu(bench.block, 2, 255);
     bench.block.select(3);
     bench.block.flipBit(true);
     EXPECT_EQ(tabuOf(bench.block, 0), 0);

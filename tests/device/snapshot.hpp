@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "model.hpp"
+#include "one_generator_block.hpp"
 #include "reference_block.hpp"
 
 namespace orvex::device::test {
@@ -20,8 +21,12 @@ N& deltaOf(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.arrays().delta[block.arrays().shape.place(bit)];
 }
 template <class E, class D, class N>
-std::uint8_t& tabuOf(CPU_BLOCK<E, D, N>& block, int bit) {
-    return block.arrays().tabu[block.arrays().shape.place(bit)];
+std::uint8_t tabuOf(CPU_BLOCK<E, D, N>& block, int bit) {
+    return block.tabu().value(block.arrays().shape.place(bit));
+}
+template <class E, class D, class N>
+void setTabu(CPU_BLOCK<E, D, N>& block, int bit, std::uint8_t value) {
+    block.tabu().bar(block.arrays().shape.place(bit), value, 0);
 }
 template <class E, class D, class N>
 bool isOne(CPU_BLOCK<E, D, N>& block, int bit) {
@@ -32,8 +37,8 @@ bool isOneInBest(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.best()[block.arrays().shape.place(bit)] != 0;
 }
 template <class E, class D, class N>
-unsigned long& generatorOf(CPU_BLOCK<E, D, N>& block, int thread) {
-    return block.arrays().generators[thread];
+std::vector<unsigned long> generatorsOf(CPU_BLOCK<E, D, N>& block) {
+    return {block.generator()};
 }
 
 template <class E, class D>
@@ -41,8 +46,12 @@ D& deltaOf(REFERENCE_BLOCK<E, D>& block, int bit) {
     return block.deltaOf(bit / block.K, bit % block.K);
 }
 template <class E, class D>
-std::uint8_t& tabuOf(REFERENCE_BLOCK<E, D>& block, int bit) {
+std::uint8_t tabuOf(REFERENCE_BLOCK<E, D>& block, int bit) {
     return block.tabuOf(bit / block.K, bit % block.K);
+}
+template <class E, class D>
+void setTabu(REFERENCE_BLOCK<E, D>& block, int bit, std::uint8_t value) {
+    block.tabuOf(bit / block.K, bit % block.K) = value;
 }
 template <class E, class D>
 bool isOne(REFERENCE_BLOCK<E, D>& block, int bit) {
@@ -55,6 +64,18 @@ bool isOneInBest(REFERENCE_BLOCK<E, D>& block, int bit) {
 template <class E, class D>
 unsigned long& generatorOf(REFERENCE_BLOCK<E, D>& block, int thread) {
     return block.thread(thread).generator;
+}
+/** One for each thread, or the block's. */
+template <class E, class D>
+std::vector<unsigned long> generatorsOf(REFERENCE_BLOCK<E, D>& block) {
+    std::vector<unsigned long> states;
+    for (const auto& thread : block.threads)
+        states.push_back(thread.generator);
+    return states;
+}
+template <class E, class D>
+std::vector<unsigned long> generatorsOf(ONE_GENERATOR_BLOCK<E, D>& block) {
+    return {block.generator()};
 }
 
 // ---- snapshots -----------------------------------------------------------------------------
@@ -84,8 +105,7 @@ SNAPSHOT<D> snapshotOf(BLOCK& block, const SHAPE& shape) {
         shot.best[i] = isOneInBest(block, bit);
         shot.tabu[i] = tabuOf(block, bit);
     }
-    for (int t = 0; t < shape.threads; ++t)
-        shot.generators.push_back(generatorOf(block, t));
+    shot.generators = generatorsOf(block);
     return shot;
 }
 

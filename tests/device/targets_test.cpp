@@ -103,6 +103,11 @@ TYPED_TEST(TARGETS_ROW_FORMS_TEST, DenseModels) {
     }
 }
 
+TYPED_TEST(TARGETS_ROW_FORMS_TEST, ShortRows) {
+    typename TestFixture::MODEL model(640, sparse(97, 400, 2));
+    this->playOn(model, {.instances = 3, .max_steps = 150, .setup = {.form = ROW_FORM::LISTS}});
+}
+
 TYPED_TEST(TARGETS_ROW_FORMS_TEST, Ties) {
     typename TestFixture::MODEL model(256, ties(96));
     this->playForms(model);

@@ -14,6 +14,17 @@
 
 namespace orvex::device::test {
 
+/** The plain block that draws as the tested one does. */
+template <class TESTED>
+struct PLAIN_OF {
+    using BLOCK = REFERENCE_BLOCK<typename WIDTHS_OF<TESTED>::ELEMENT_TYPE,
+                                  typename WIDTHS_OF<TESTED>::ARITHMETIC>;
+};
+template <class E, class D, class N>
+struct PLAIN_OF<CPU_BLOCK<E, D, N>> {
+    using BLOCK = ONE_GENERATOR_BLOCK<E, D>;
+};
+
 template <class TESTED>
 class TRACE_PAIR {
   public:
@@ -49,7 +60,7 @@ class TRACE_PAIR {
     long flips() const { return tested.flips; }
 
     BENCH<TESTED> tested;
-    BENCH<REFERENCE_BLOCK<E, D>> plain;
+    BENCH<typename PLAIN_OF<TESTED>::BLOCK> plain;
 
   private:
     static SETUP withPlainCycle(SETUP setup) {

@@ -119,6 +119,7 @@ class FIBER_BLOCK {
   public:
     FIBER_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
         : model_size_(launch.model_size),
+          threads_(threads_of(launch.size)),
           kernel_(make(launch.size, block_index,
                        {.seeds = launch.seeds,
                         .weights = launch.weights,
@@ -154,6 +155,7 @@ class FIBER_BLOCK {
     virtual void flipBit(bool) { kernel_->run(); }
 
     KERNEL_ON_FIBERS<E, D>& kernel() { return *kernel_; }
+    int threads() const { return threads_; }
 
     /** Of the order in which fibers run, for blocks made from now on. */
     static inline std::uint64_t schedule = 1;
@@ -176,6 +178,7 @@ class FIBER_BLOCK {
     }
 
     const int model_size_;
+    const int threads_;
     const std::unique_ptr<KERNEL_ON_FIBERS<E, D>> kernel_;
 
   public:
@@ -201,7 +204,7 @@ D& deltaOf(FIBER_BLOCK<E, D>& block, int bit) {
     return block.kernel().delta(bit);
 }
 template <class E, class D>
-std::uint8_t& tabuOf(FIBER_BLOCK<E, D>& block, int bit) {
+std::uint8_t tabuOf(FIBER_BLOCK<E, D>& block, int bit) {
     return block.kernel().tabu(bit);
 }
 template <class E, class D>
@@ -213,8 +216,11 @@ bool isOneInBest(FIBER_BLOCK<E, D>& block, int bit) {
     return block.kernel().oneInBest(bit);
 }
 template <class E, class D>
-unsigned long& generatorOf(FIBER_BLOCK<E, D>& block, int thread) {
-    return block.kernel().generator(thread);
+std::vector<unsigned long> generatorsOf(FIBER_BLOCK<E, D>& block) {
+    std::vector<unsigned long> states;
+    for (int t = 0; t < block.threads(); ++t)
+        states.push_back(block.kernel().generator(t));
+    return states;
 }
 
 }  // namespace orvex::device::test

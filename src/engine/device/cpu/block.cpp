@@ -32,6 +32,36 @@ std::size_t bytes_of_block(const SHAPE& shape) {
     return counting.used();
 }
 
+/** What the rule's next selection wants to know of the deltas. */
+SURVEY_FOR survey_of(std::int8_t rule) {
+    switch (rule) {
+        case MAX_MIN:
+            return SURVEY_FOR::MAX_MIN;
+        case POSITIVE_MIN:
+            return SURVEY_FOR::POSITIVE_MIN;
+        case RANDOM_MIN:
+            return SURVEY_FOR::RANDOM_MIN;
+        default:
+            return SURVEY_FOR::NOTHING;
+    }
+}
+
+/** That one of the functions by what they look up. */
+template <class FUNCTIONS>
+typename FUNCTIONS::FUNCTION of_rule(const FUNCTIONS& functions, SURVEY_FOR rule) {
+    switch (rule) {
+        case SURVEY_FOR::MAX_MIN:
+            return functions.max_min;
+        case SURVEY_FOR::POSITIVE_MIN:
+            return functions.positive_min;
+        case SURVEY_FOR::RANDOM_MIN:
+            return functions.random_min;
+        case SURVEY_FOR::NOTHING:
+            break;
+    }
+    return functions.nothing;
+}
+
 /** See ROW_SUM. */
 template <class D>
 bool is_wide(D delta) {
@@ -64,12 +94,11 @@ CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     arrays_ = placed.arrays;
     target_ = placed.target;
     best_ = placed.best;
+    fillWords();
+    tabu_ = TABU_LIST(placed.arrays.barred, placed.barred_until, launch.size);
     bindRows();
-
     const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
-    const unsigned long* seeds = launch.seeds + static_cast<std::size_t>(block_index) * threads;
-    for (std::size_t t = 0; t < threads; ++t)
-        arrays_.generators[t] = usable_seed(seeds[t]);
+    generator_ = usable_seed(launch.seeds[static_cast<std::size_t>(block_index) * threads]);
     enter();
     reset();
 }
@@ -128,14 +157,24 @@ void CPU_BLOCK<E, D, N>::reset() {
         arrays_.delta[p] = static_cast<N>(launch_.diagonal[p]);
         arrays_.ones[p] = 0;
         arrays_.differs[p] = target_[p];
-        arrays_.tabu[p] = 0;
         if (sizeof(E) == 8) wide_ |= is_wide(arrays_.delta[p]);
     }
+    tabu_.clear();
     lowest_ = ops_.lowest(arrays_);
-    spans_known_ = false;
+    words_known_for_.reset();
 }
 
 // ---- flips ---------------------------------------------------------------------------------
+
+/** What stands behind the last word is neither the lowest nor the highest of anything. */
+template <class E, class D, class N>
+void CPU_BLOCK<E, D, N>::fillWords() {
+    const std::size_t words = BLOCK_MEMORY<N>::words_of(static_cast<std::size_t>(launch_.size));
+    for (N* numbers :
+         {arrays_.words.low, arrays_.words.free_low, arrays_.words.above, arrays_.words.free_above})
+        std::fill_n(numbers, words, std::numeric_limits<N>::max());
+    std::fill_n(arrays_.words.free_high, words, std::numeric_limits<N>::min());
+}
 
 /** Settles how flips go over the rows, for as long as the block lives. */
 template <class E, class D, class N>
@@ -165,6 +204,7 @@ void CPU_BLOCK<E, D, N>::bindRows() {
         case ROW_FORM::LISTS:
             sweeps_ = ops_.summed;
             change_deltas_ = &CPU_BLOCK::addListedRow;
+            keeps_words_ = touches_few_words(launch_.rows->survey().entries, launch_.size);
             break;
     }
     assert(sweeps_.nothing);  // there are none over the record's rows for deltas narrower than it
@@ -172,7 +212,7 @@ void CPU_BLOCK<E, D, N>::bindRows() {
 
 /** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, bool counts_down) {
+void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, SURVEY_FOR) {
     assert(p == place(record.selected));
     const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
                                          static_cast<std::size_t>(launch_.size);
@@ -190,63 +230,62 @@ void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, bool counts_down) {
         sum.low == rest && rest != MAX ? ops_.lowest(arrays_) : std::min(sum.low, arrays_.delta[p]);
     if (sizeof(E) == 8) wide_ = sum.wide || is_wide(arrays_.delta[p]);
     if (sum.overflow) record.overflow = 1;
-    if (counts_down) ops_.countTabuDown(arrays_);
+    surveyed_ = SURVEY_FOR::NOTHING;
 }
 
-/** All that a step does to every bit in one sweep, which looks up what the next selection wants. */
+/** All that a step does to every bit in one sweep, which looks up what the rule's next selection
+ * wants. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, bool counts_down) {
-    surveyed_ = !counts_down               ? SURVEY_FOR::NOTHING
-                : record.type.A == MAX_MIN ? SURVEY_FOR::MAX_MIN
-                                           : SURVEY_FOR::POSITIVE_MIN;
-    const auto passes = surveyed_ == SURVEY_FOR::NOTHING   ? sweeps_.nothing
-                        : surveyed_ == SURVEY_FOR::MAX_MIN ? sweeps_.max_min
-                                                           : sweeps_.positive_min;
-    sweep_ = passes(arrays_, row, sign);
+void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, SURVEY_FOR rule) {
+    sweep_ = of_rule(sweeps_, rule)(arrays_, row, sign);
+    surveyed_ = rule;
     lowest_ = sweep_.low;
 }
 
 /** Rows of bytes or words do not have the bit's own element. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, bool counts_down) {
+void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, SURVEY_FOR rule) {
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
-    sweep(launch_.rows->row(record.selected), one ? -1 : 0, counts_down);
+    sweep(launch_.rows->row(record.selected), one ? -1 : 0, rule);
 }
 
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, bool counts_down) {
+void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, SURVEY_FOR rule) {
     const std::int8_t sign = one ? -1 : 0;
     const void* const row = launch_.rows->row(record.selected);
     // The sweep will add the row's own element, which must not count.
     const N own = static_cast<N>(static_cast<const E*>(row)[p]);
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta - ((arrays_.ones[p] ^ sign) != 0 ? -own : own));
-    sweep(row, sign, counts_down);
+    sweep(row, sign, rule);
 }
 
-/** A short list changes few deltas, and the lows of few spans, unless all bits are counted down. */
+/** A short list changes few deltas, and the numbers of few words. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, bool counts_down) {
+void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, SURVEY_FOR rule) {
     const std::int8_t sign = one ? -1 : 0;
     const LIST_ENTRY<E>* const begin = launch_.rows->begin(record.selected);
     const LIST_ENTRY<E>* const end = launch_.rows->end(record.selected);
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
-    if (!counts_down && touches_few_spans<N>(end - begin, launch_.size)) {
-        lowest_ = ops_.flipList(arrays_, begin, end, p, sign, spans_known_);
-        spans_known_ = true;
-        surveyed_ = SURVEY_FOR::NOTHING;
+    if (keeps_words_) {
+        // The lowest delta of each word is known whatever the rule was.
+        const bool known =
+            words_known_for_ && (*words_known_for_ == rule || rule == SURVEY_FOR::NOTHING);
+        sweep_ = of_rule(ops_.lists, rule)(arrays_, begin, end,
+                                           {p, tabu_.freed()[0], tabu_.freed()[1]}, sign, known);
+        words_known_for_ = rule;
+        surveyed_ = rule;
+        lowest_ = sweep_.low;
         return;
     }
     addList(arrays_, begin, end, sign);
-    spans_known_ = false;
-    sweep(nullptr, sign, counts_down);
+    sweep(nullptr, sign, rule);
 }
 
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
-    const bool counts_down = searching && counts_tabu_down(record.type.A);
     const int p = place(record.selected);
     const bool one = arrays_.ones[p] != 0;
     assert(arrays_.ones[p] == 0 || arrays_.ones[p] == -1);
@@ -254,8 +293,10 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
     assert(change_deltas_);  // the rows have been bound
     const D delta = arrays_.delta[p];
     record.flip_sign = one ? 1 : -1;
-    arrays_.tabu[p] = tenure(record.step, first_tenure(launch_.size), launch_.params->tabu_cycles);
-    (this->*change_deltas_)(p, one, counts_down);
+    const std::uint32_t first = first_tenure(launch_.size);
+    tabu_.bar(p, tenure(record.step, first, launch_.params->tabu_cycles), record.step < first);
+    if (searching && counts_tabu_down(record.type.A)) tabu_.countDown();
+    (this->*change_deltas_)(p, one, searching ? survey_of(record.type.A) : SURVEY_FOR::NOTHING);
 
     const D energy = static_cast<D>(record.energy);
     const D new_energy = wrapping_add(energy, delta);

@@ -1,7 +1,7 @@
 // A block on a CPU thread: the private state of all its T threads in arrays in row order, so that a
-// step of the block is a pass over S elements, and the shared record beside them. It implements the
-// operations that the cycle (cycle.hpp) asks of a block, and takes instances from its island's
-// ring.
+// step of the block is a pass over S elements, one generator that draws for all of them
+// (one_generator.hpp), and the shared record beside them. It implements the operations that the
+// cycle (cycle.hpp) asks of a block, and takes instances from its island's ring.
 //
 // The class knows S as a number, not as a band: it is compiled once per pair of widths.
 #pragma once
@@ -11,12 +11,15 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "engine/device/cpu/ops.hpp"
 #include "engine/device/cpu/rows.hpp"
+#include "engine/device/cpu/tabu_list.hpp"
 #include "engine/device/records.hpp"
 #include "engine/device/shape.hpp"
+#include "engine/device/xor_shift.hpp"
 #include "platform/cpu/workers.hpp"
 
 namespace orvex::device {
@@ -25,7 +28,7 @@ namespace orvex::device {
 template <class E>
 struct CPU_LAUNCH {
     int size;                    ///< S of the band
-    const unsigned long* seeds;  ///< one per thread and block
+    const unsigned long* seeds;  ///< one per thread and block, of which the first of each counts
     const E* weights;            ///< matrix rows
     const E* diagonal;           ///< in row order
     /** The rows in the form that flips read; null: `weights`, with every sum tested. */
@@ -99,6 +102,9 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     const std::int8_t* best() const { return best_; }
     /** The lowest delta of all bits. */
     D lowestDelta() const { return lowest_; }
+    /** The tabu counters, by place. */
+    TABU_LIST& tabu() { return tabu_; }
+    unsigned long& generator() { return generator_; }
 
   private:
     int place(int bit) const {
@@ -122,14 +128,30 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void readInstance(unsigned char* slot);
     void enter();
     void bindRows();
-    // What a flip of the bit at place p does to the deltas and tabu bytes, by the form of the rows.
-    void addTestedRow(int p, bool one, bool counts_down);
-    void sweepRow(int p, bool one, bool counts_down);
-    void sweepRecordRow(int p, bool one, bool counts_down);
-    void addListedRow(int p, bool one, bool counts_down);
-    void sweep(const void* row, std::int8_t sign, bool counts_down);
+    void fillWords();
+    // What a flip of the bit at place p does to the deltas, by the form of the rows.
+    void addTestedRow(int p, bool one, SURVEY_FOR rule);
+    void sweepRow(int p, bool one, SURVEY_FOR rule);
+    void sweepRecordRow(int p, bool one, SURVEY_FOR rule);
+    void addListedRow(int p, bool one, SURVEY_FOR rule);
+    void sweep(const void* row, std::int8_t sign, SURVEY_FOR rule);
     bool mayWrap() const;
     NEIGHBOUR lowestWrappedNeighbour() const;
+
+    // Selections (rules.cpp).
+    /** "PositiveMin": the thread that the step is given to. */
+    struct WINNER {
+        int thread;
+        bool lowest_rank;  ///< all threads drew the lowest rank
+    };
+    unsigned long draw() { return generator_ = xor_shift(generator_); }
+    int tryPlaces(N threshold);
+    /** Whether the numbers of the words are right for the present selection. */
+    bool byWords() const { return keeps_words_ && surveyed_ != SURVEY_FOR::NOTHING; }
+    const std::uint64_t* tiedBits();
+    WINNER drawThread(const WEIGHED& weighed);
+    int pickByWeight(const WINNER& winner, const WEIGHED& weighed);
+    int lastThreadOf(const std::uint64_t* noted) const;
 
     const CPU_LAUNCH<E> launch_;
     const BLOCK_OPS<E, N> ops_;
@@ -137,13 +159,18 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     BLOCK_ARRAYS<N> arrays_;
     std::int8_t* target_;
     std::int8_t* best_;
-    void (CPU_BLOCK::*change_deltas_)(int p, bool one, bool counts_down);
+    TABU_LIST tabu_;
+    unsigned long generator_;
+    std::vector<int> left_out_;  // places, empty between selections
+    void (CPU_BLOCK::*change_deltas_)(int p, bool one, SURVEY_FOR rule);
     SWEEPS<N> sweeps_{};                         // over the rows, or over what they were added to
     SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
     SWEEP<N> sweep_{};
-    bool spans_known_ = false;       // `span_low` is that of the present deltas
-    D lowest_ = 0;                   // kept by every flip and reset
-    bool wide_ = false;              // see ROW_SUM
+    bool weighed_by_words_ = false;                // "PositiveMin": the tied bits are not noted yet
+    bool keeps_words_ = false;                     // rows are short: see words.hpp
+    std::optional<SURVEY_FOR> words_known_for_{};  // the rule whose numbers are right, if any
+    D lowest_ = 0;                                 // kept by every flip and reset
+    bool wide_ = false;                            // see ROW_SUM
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none
 };
 

@@ -1,7 +1,6 @@
-// One sweep over the block's state per flip: it adds the row, finds the lowest delta, counts the
-// tabu bytes down and looks up what the next selection asks first, so that every array is read
-// once a step. For models whose sums cannot leave the range of the deltas (CALM_REACH). Included
-// once per instruction set.
+// One sweep over the block's state per flip: it adds the row, finds the lowest delta and looks up
+// what the next selection asks first, so that every array is read once a step. For models whose
+// sums cannot leave the range of the deltas (CALM_REACH). Included once per instruction set.
 #if defined(ORVEX_CPU_FLIP_PASS_HPP) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVEX_CPU_FLIP_PASS_HPP
 #undef ORVEX_CPU_FLIP_PASS_HPP
@@ -40,15 +39,6 @@ hn::Vec<TAG> signedElements(TAG lanes, const R* row, const std::int8_t* ones, st
     }
 }
 
-/** The tabu bytes of a group of vectors, one lower each. */
-template <class TAG>
-void countGroupDown(TAG lanes, std::uint8_t* tabu) {
-    const hn::CappedTag<std::uint8_t, GROUP * hn::MaxLanes(TAG())> bytes;
-    const auto one = hn::Set(bytes, std::uint8_t{1});
-    for (std::size_t i = 0; i < GROUP * hn::Lanes(lanes); i += hn::Lanes(bytes))
-        hn::StoreU(hn::SaturatedSub(hn::LoadU(bytes, tabu + i), one), bytes, tabu + i);
-}
-
 /**
  * The sweep behind a flip. R is the row's element type, or void for a row that is in the deltas
  * already. `sign` is as in addRow.
@@ -57,13 +47,14 @@ template <class R, SURVEY_FOR FOR, class D>
 SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t sign) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
-    assert(block.shape.size % (GROUP * step) == 0);
+    assert(block.shape.size % WORD == 0);
     assert(std::is_void_v<R> || row_memory);
     assert(sign == 0 || sign == -1);
+    constexpr bool GROUPS = FOR == SURVEY_FOR::RANDOM_MIN;
     const R* HWY_RESTRICT row = static_cast<const R*>(row_memory);
     D* HWY_RESTRICT delta = block.delta;
     const std::int8_t* HWY_RESTRICT ones = block.ones;
-    std::uint8_t* HWY_RESTRICT tabu = block.tabu;
+    const std::uint8_t* HWY_RESTRICT barred = block.barred;
     D* HWY_RESTRICT group_low = block.group_low;
     const hn::RebindToUnsigned<decltype(lanes)> magnitudes;
     const auto one = hn::Set(magnitudes, 1);
@@ -72,39 +63,38 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
     auto free_low = highest;
     auto free_high = hn::Set(lanes, std::numeric_limits<D>::min());
     auto positive = hn::BitCast(magnitudes, highest);  // lowest free delta above 0, less 1
-    for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
-        if constexpr (FOR != SURVEY_FOR::NOTHING) countGroupDown(lanes, tabu + p);
+    for (int p = 0; p < block.shape.size; p += WORD, group_low += step) {
         auto group = highest;
-        for (int q = p; q < p + GROUP * step; q += step) {
+        for (int q = p; q < p + WORD; q += step) {
             auto values = hn::Load(lanes, delta + q);
             if constexpr (!std::is_void_v<R>) {
                 values = hn::Add(values, signedElements(lanes, row + q, ones + q, sign));
                 hn::Store(values, lanes, delta + q);
             }
             low = hn::Min(low, values);
-            if constexpr (FOR != SURVEY_FOR::NOTHING) {
-                const auto free = freeLanes(lanes, tabu + q);
-                const auto plays = hn::IfThenElse(free, values, highest);
-                group = hn::Min(group, plays);
-                if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
-                    free_high = hn::IfThenElse(free, hn::Max(free_high, values), free_high);
-                } else {
-                    // Without a sign, all that is not above 0 becomes higher than any delta.
-                    positive = hn::Min(positive, hn::Sub(hn::BitCast(magnitudes, plays), one));
-                }
+            if constexpr (FOR == SURVEY_FOR::NOTHING) continue;
+            const auto free = freeLanes(lanes, barred + q);
+            const auto plays = hn::IfThenElse(free, values, highest);
+            if constexpr (GROUPS) group = hn::Min(group, plays);
+            if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
+                free_low = hn::Min(free_low, plays);
+                free_high = hn::IfThenElse(free, hn::Max(free_high, values), free_high);
             }
+            // Without a sign, all that is not above 0 becomes higher than any delta.
+            if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN)
+                positive = hn::Min(positive, hn::Sub(hn::BitCast(magnitudes, plays), one));
         }
-        if constexpr (FOR != SURVEY_FOR::NOTHING) {
+        if constexpr (GROUPS) {
             hn::Store(group, lanes, group_low);
             free_low = hn::Min(free_low, group);
         }
     }
     SWEEP<D> found{};
     found.low = hn::GetLane(hn::MinOfLanes(lanes, low));
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
+    if constexpr (FOR == SURVEY_FOR::MAX_MIN || FOR == SURVEY_FOR::RANDOM_MIN)
         found.free.low = hn::GetLane(hn::MinOfLanes(lanes, free_low));
+    if constexpr (FOR == SURVEY_FOR::MAX_MIN)
         found.free.high = hn::GetLane(hn::MaxOfLanes(lanes, free_high));
-    }
     if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {
         // What is left is below the highest delta, so its sign says nothing any more.
         const auto left = hn::BitCast(lanes, positive);
@@ -118,7 +108,8 @@ template <class R, class D>
 SWEEPS<D> sweeps() {
     return {.nothing = sweep<R, SURVEY_FOR::NOTHING, D>,
             .max_min = sweep<R, SURVEY_FOR::MAX_MIN, D>,
-            .positive_min = sweep<R, SURVEY_FOR::POSITIVE_MIN, D>};
+            .positive_min = sweep<R, SURVEY_FOR::POSITIVE_MIN, D>,
+            .random_min = sweep<R, SURVEY_FOR::RANDOM_MIN, D>};
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

@@ -42,17 +42,17 @@ hn::Vec<TAG> widenBytes(TAG lanes, const std::int8_t* bytes) {
     }
 }
 
-/** Lanes of the bits that are free, by their tabu bytes. */
+/** Lanes of the bits that are free. */
 template <class TAG>
-hn::Mask<TAG> freeLanes(TAG lanes, const std::uint8_t* tabu) {
+hn::Mask<TAG> freeLanes(TAG lanes, const std::uint8_t* barred) {
 #if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
     // A mask is a bit for each lane, whatever their width.
     const hn::Rebind<std::uint8_t, TAG> bytes;
-    const auto free = hn::Eq(hn::LoadU(bytes, tabu), hn::Zero(bytes));
+    const auto free = hn::Eq(hn::LoadU(bytes, barred), hn::Zero(bytes));
     return {static_cast<decltype(hn::Mask<TAG>::raw)>(free.raw)};
 #else
-    const auto counters = widenBytes(lanes, reinterpret_cast<const std::int8_t*>(tabu));
-    return hn::Eq(counters, hn::Zero(lanes));
+    const auto flags = widenBytes(lanes, reinterpret_cast<const std::int8_t*>(barred));
+    return hn::Eq(flags, hn::Zero(lanes));
 #endif
 }
 
@@ -74,80 +74,46 @@ D lowestWhere(const D* delta, int first, int last, PLAYS plays) {
 /** Bit i is lane i. */
 template <class TAG>
 std::uint64_t maskBits(TAG lanes, hn::Mask<TAG> mask) {
+#if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
+    static_cast<void>(lanes);
+    return mask.raw;
+#else
     std::uint8_t bytes[8] = {};
     hn::StoreMaskBits(lanes, mask, bytes);
     std::uint64_t bits;
     std::memcpy(&bits, bytes, sizeof(bits));
     return bits;
+#endif
 }
 
-/** Writes `group_low`, and calls look(place, deltas, lanes of free bits) for every vector. */
+/** Calls look(place, deltas, lanes of free bits) for every vector. */
+template <class D, class LOOK>
+void surveyFree(const BLOCK_ARRAYS<D>& block, LOOK look) {
+    const hn::ScalableTag<D> lanes;
+    const int step = static_cast<int>(hn::Lanes(lanes));
+    assert(block.shape.size % step == 0);
+    for (int p = 0; p < block.shape.size; p += step)
+        look(p, hn::Load(lanes, block.delta + p), freeLanes(lanes, block.barred + p));
+}
+
+/** The same, and writes `group_low`. */
 template <class D, class LOOK>
 void surveyGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
-    assert(block.shape.size % (GROUP * step) == 0);
+    assert(block.shape.size % WORD == 0);
     const auto none = hn::Set(lanes, MAX<D>);
     D* group_low = block.group_low;
-    for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
+    for (int p = 0; p < block.shape.size; p += WORD, group_low += step) {
         auto low = none;
-        for (int q = p; q < p + GROUP * step; q += step) {
+        for (int q = p; q < p + WORD; q += step) {
             const auto values = hn::Load(lanes, block.delta + q);
-            const auto free = freeLanes(lanes, block.tabu + q);
+            const auto free = freeLanes(lanes, block.barred + q);
             low = hn::Min(low, hn::IfThenElse(free, values, none));
             look(q, values, free);
         }
         hn::Store(low, lanes, group_low);
     }
-}
-
-/** Draws are made for lanes of this type: a bid has 32 bits. */
-template <class D>
-using BIDDER = std::conditional_t<(sizeof(D) < sizeof(std::int32_t)), std::int32_t, D>;
-
-/** As many deltas as there are lanes, in the lanes' type, from a place that is aligned to them. */
-template <class TAG, class D>
-hn::Vec<TAG> loadDeltas(TAG lanes, const D* delta) {
-    if constexpr (sizeof(D) == sizeof(hn::TFromD<TAG>)) {
-        return hn::Load(lanes, delta);
-    } else {
-        return hn::PromoteTo(lanes, hn::Load(hn::Rebind<D, TAG>(), delta));
-    }
-}
-
-/**
- * Writes the places of the vectors of bidders in which a free bit has a delta up to `threshold` to
- * `vectors`, in ascending order, and returns how many there are. Reads `group_low`. Written without
- * a branch per vector: which bits are below is the least predictable thing in a search.
- */
-template <class D>
-int vectorsBelow(const BLOCK_ARRAYS<D>& block, D threshold) {
-    const hn::ScalableTag<D> lanes;
-    const int step = static_cast<int>(hn::Lanes(lanes));
-    assert(block.shape.size % (GROUP * step) == 0);
-    const auto limit = hn::Set(lanes, threshold);
-    const D* group_low = block.group_low;
-    int count = 0;
-    for (int p = 0; p < block.shape.size; p += GROUP * step, group_low += step) {
-        if (hn::AllTrue(lanes, hn::Gt(hn::Load(lanes, group_low), limit))) continue;
-        for (int q = p; q < p + GROUP * step; q += step) {
-            const auto above = hn::Gt(hn::Load(lanes, block.delta + q), limit);
-            const auto eligible = hn::AndNot(above, freeLanes(lanes, block.tabu + q));
-            if constexpr (sizeof(BIDDER<D>) == sizeof(D)) {
-                block.vectors[count] = static_cast<std::uint16_t>(q);
-                count += !hn::AllFalse(lanes, eligible);
-            } else {
-                const int bidders = static_cast<int>(hn::Lanes(hn::ScalableTag<BIDDER<D>>()));
-                std::uint64_t bits = maskBits(lanes, eligible);
-                for (int r = q; r < q + step; r += bidders, bits >>= bidders) {
-                    block.vectors[count] = static_cast<std::uint16_t>(r);
-                    count += (bits & ((std::uint64_t{1} << bidders) - 1)) != 0;
-                }
-            }
-        }
-    }
-    assert(count <= block.shape.size);
-    return count;
 }
 
 /** The lanes of the vector at `t` that lie within [first, last). */
@@ -195,14 +161,6 @@ int findLast(const SHAPE& shape, int first, int last, MATCHES matches) {
         }
     }
     return best_thread < first ? -1 : best_thread * shape.own + best_own;
-}
-
-/** One step of the generator in every lane. */
-template <class V>
-V xorShiftLanes(V x) {
-    x = hn::Xor(x, hn::ShiftLeft<13>(x));
-    x = hn::Xor(x, hn::ShiftRight<7>(x));
-    return hn::Xor(x, hn::ShiftLeft<17>(x));
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

@@ -36,30 +36,41 @@ class ARENA {
     std::size_t used_ = 0;
 };
 
-/** All arrays of a block: those that the loops work on, and the two that it keeps beside them. */
+/** All arrays of a block: those that the loops work on, and those that it keeps beside them. */
 template <class N>
 struct BLOCK_MEMORY {
     BLOCK_ARRAYS<N> arrays;
-    std::int8_t* target;  ///< S bits to which the block walks
-    std::int8_t* best;    ///< S bits of the best solution of the instance
+    std::uint8_t* barred_until;  ///< S times, see TABU_LIST
+    std::int8_t* target;         ///< S bits to which the block walks
+    std::int8_t* best;           ///< S bits of the best solution of the instance
+
+    /** Numbers of the words, whole vectors of any width. */
+    static constexpr std::size_t words_of(std::size_t size) {
+        constexpr std::size_t LANES = CACHE_LINE / sizeof(N);
+        return (size / WORD + LANES - 1) / LANES * LANES;
+    }
 
     BLOCK_MEMORY(const SHAPE& shape, ARENA& arena) : arrays{.shape = shape} {
         const std::size_t size = static_cast<std::size_t>(shape.size);
-        const std::size_t threads = static_cast<std::size_t>(shape.threads);
         arrays.delta = arena.take<N>(size);
         arrays.ones = arena.take<std::int8_t>(size);
         arrays.differs = arena.take<std::int8_t>(size);
-        arrays.tabu = arena.take<std::uint8_t>(size);
+        arrays.barred = arena.take<std::uint8_t>(size);
+        barred_until = arena.take<std::uint8_t>(size);
         target = arena.take<std::int8_t>(size);
         best = arena.take<std::int8_t>(size);
-        arrays.generators = arena.take<unsigned long>(threads);
-        arrays.weights = arena.take<float>(threads);
-        arrays.draws = arena.take<float>(threads);
-        arrays.estimates = arena.take<float>(threads);
-        arrays.drawing = arena.take<std::uint16_t>(threads + 1);
-        arrays.vectors = arena.take<std::uint16_t>(size + 1);
-        arrays.group_low = arena.take<N>(size / GROUP);
-        arrays.span_low = arena.take<N>(size / SPAN + CACHE_LINE / sizeof(N));
+        arrays.group_low = arena.take<N>(size / WORD * (CACHE_LINE / sizeof(N)));
+        arrays.chosen = arena.take<std::uint64_t>(size / WORD);
+        arrays.tied = arena.take<std::uint64_t>(size / WORD);
+        const std::size_t words = words_of(size);
+        arrays.words.low = arena.take<N>(words);
+        arrays.words.free_low = arena.take<N>(words);
+        arrays.words.free_high = arena.take<N>(words);
+        arrays.words.above = arena.take<N>(words);
+        arrays.words.ties = arena.take<N>(words);
+        arrays.words.free_above = arena.take<N>(words);
+        arrays.words.free_ties = arena.take<N>(words);
+        arrays.words.below = arena.take<int>(1);
     }
 };
 

@@ -1,6 +1,7 @@
-// The loops behind BLOCK_OPS without draws, included once per instruction set. Each is a straight
-// pass over the S elements in row order; where a rule asks for an order within a thread (own bits
-// ascending), the outer loop is over the own bits and the inner one over the threads.
+// The loops behind BLOCK_OPS of the walk, the descent and "CyclicMin", included once per
+// instruction set. Each is a straight pass over the S elements in row order; where a rule asks for
+// an order within a thread (own bits ascending), the outer loop is over the own bits and the inner
+// one over the threads.
 #if defined(ORVEX_CPU_LOOPS_HPP) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVEX_CPU_LOOPS_HPP
 #undef ORVEX_CPU_LOOPS_HPP
@@ -89,54 +90,6 @@ int findDiffering(const BLOCK_ARRAYS<D>& block, D value) {
 }
 
 template <class D>
-void countTabuDown(const BLOCK_ARRAYS<D>& block) {
-    const int size = block.shape.size;
-    std::uint8_t* HWY_RESTRICT tabu = block.tabu;
-    for (int p = 0; p < size; ++p)
-        tabu[p] = static_cast<std::uint8_t>(tabu[p] - (tabu[p] != 0));
-}
-
-template <class D>
-DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
-    const hn::ScalableTag<D> lanes;
-    const auto highest = hn::Set(lanes, MAX<D>);
-    const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
-    auto low = highest;
-    auto high = lowest;
-    surveyGroups(block, [&](int, auto values, auto free) {
-        // The maximum of D is out of play; as the lowest it changes nothing.
-        const auto plays = hn::And(free, hn::Lt(values, highest));
-        low = hn::Min(low, hn::IfThenElse(free, values, highest));
-        high = hn::Max(high, hn::IfThenElse(plays, values, lowest));
-    });
-    return {hn::GetLane(hn::MinOfLanes(lanes, low)), hn::GetLane(hn::MaxOfLanes(lanes, high))};
-}
-
-template <class D>
-D lowestPositive(const BLOCK_ARRAYS<D>& block) {
-    const hn::ScalableTag<D> lanes;
-    const auto highest = hn::Set(lanes, MAX<D>);
-    auto low = highest;
-    surveyGroups(block, [&](int, auto values, auto free) {
-        const auto plays = hn::And(free, hn::Gt(values, hn::Zero(lanes)));
-        low = hn::Min(low, hn::IfThenElse(plays, values, highest));
-    });
-    return hn::GetLane(hn::MinOfLanes(lanes, low));
-}
-
-template <class D>
-std::int32_t countEqual(const BLOCK_ARRAYS<D>& block, D value) {
-    const hn::ScalableTag<D> lanes;
-    const int step = static_cast<int>(hn::Lanes(lanes));
-    assert(block.shape.size % step == 0);
-    const auto wanted = hn::Set(lanes, value);
-    std::size_t count = 0;
-    for (int p = 0; p < block.shape.size; p += step)
-        count += hn::CountTrue(lanes, hn::Eq(hn::Load(lanes, block.delta + p), wanted));
-    return static_cast<std::int32_t>(count);
-}
-
-template <class D>
 D lowestInSpan(const BLOCK_ARRAYS<D>& block, int first, int last) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
@@ -147,7 +100,7 @@ D lowestInSpan(const BLOCK_ARRAYS<D>& block, int first, int last) {
     for (int c = 0; c < block.shape.own; ++c) {
         const int chunk = c * block.shape.threads;
         for (int t = first / step * step; t < last; t += step) {
-            auto plays = freeLanes(lanes, block.tabu + chunk + t);
+            auto plays = freeLanes(lanes, block.barred + chunk + t);
             if (t < first || t + step > last)
                 plays = hn::And(plays, lanesIn(lanes, t, first, last));
             const auto values = hn::Load(lanes, block.delta + chunk + t);
@@ -163,10 +116,10 @@ int findInSpan(const BLOCK_ARRAYS<D>& block, int first, int last, D value) {
     if (first >= last) return -1;
     const hn::ScalableTag<D> lanes;
     const D* delta = block.delta;
-    const std::uint8_t* tabu = block.tabu;
+    const std::uint8_t* barred = block.barred;
     const auto wanted = hn::Set(lanes, value);
     return findLast<D>(block.shape, first, last, [=](int p) {
-        return hn::And(hn::Eq(hn::LoadU(lanes, delta + p), wanted), freeLanes(lanes, tabu + p));
+        return hn::And(hn::Eq(hn::LoadU(lanes, delta + p), wanted), freeLanes(lanes, barred + p));
     });
 }
 

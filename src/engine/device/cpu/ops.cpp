@@ -8,10 +8,10 @@
 #include <hwy/highway.h>
 // clang-format on
 
-#include "engine/device/cpu/draws.hpp"
 #include "engine/device/cpu/flip_pass.hpp"
 #include "engine/device/cpu/loops.hpp"
-#include "engine/device/cpu/spans.hpp"
+#include "engine/device/cpu/selection.hpp"
+#include "engine/device/cpu/words.hpp"
 
 HWY_BEFORE_NAMESPACE();
 namespace orvex::device::HWY_NAMESPACE {
@@ -35,20 +35,23 @@ BLOCK_OPS<E, D> make_ops() {
             .byte_rows = sweeps<std::int8_t, D>(),
             .word_rows = sweeps<std::int16_t, D>(),
             .summed = sweeps<void, D>(),
-            .flipList = flipList<E, D>,
+            .lists = listFlips<E, D>(),
             .lowest = lowest<D>,
             .lowestDiffering = lowestDiffering<D>,
             .find = find<D>,
             .findDiffering = findDiffering<D>,
-            .countTabuDown = countTabuDown<D>,
             .freeRange = freeRange<D>,
-            .drawBelow = drawBelow<D>,
+            .countBelow = countBelow<D>,
             .lowestPositive = lowestPositive<D>,
-            .countEqual = countEqual<D>,
-            .drawWeighted = drawWeighted<D>,
+            .weigh = weigh<D>,
+            .weighWords = weighWords<D>,
+            .noteTied = noteTied<D>,
+            .pick = pick,
             .lowestInSpan = lowestInSpan<D>,
             .findInSpan = findInSpan<D>,
-            .race = race<D>};
+            .lowestFree = lowestFree<D>,
+            .lowestFreeAfter = lowestFreeAfter<D>,
+            .findFree = findFree<D>};
 }
 
 BLOCK_OPS<std::int32_t, std::int16_t> ops_32_16() {

@@ -7,6 +7,7 @@
 // ascending order: of equal deltas the highest thread wins, and within a thread the lowest own bit.
 #pragma once
 
+#include <array>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -17,40 +18,48 @@
 namespace orvex::device {
 
 /**
- * The state of a block that the loops work on; S elements each but for `generators`. D is the type
- * in which deltas are kept.
+ * What is kept about each word of places (see WORD) where rows are short (words.hpp), as the rule
+ * asks. The arrays are whole vectors, filled with what no search comes to.
+ */
+template <class D>
+struct WORD_NUMBERS {
+    D* low = nullptr;         ///< lowest delta
+    D* free_low = nullptr;    ///< lowest free delta
+    D* free_high = nullptr;   ///< highest free delta
+    D* above = nullptr;       ///< lowest delta above 0
+    D* ties = nullptr;        ///< how many bits have it
+    D* free_above = nullptr;  ///< lowest free delta above 0
+    D* free_ties = nullptr;   ///< how many free bits have it
+    int* below = nullptr;     ///< one for all words: free deltas not above 0; `chosen` notes them
+};
+
+/**
+ * The state of a block that the loops work on; S elements each where nothing else is said. D is the
+ * type in which deltas are kept.
  */
 template <class D>
 struct BLOCK_ARRAYS {
     SHAPE shape;
-    D* delta = nullptr;                   ///< change of energy if that bit alone flipped
-    std::int8_t* ones = nullptr;          ///< the current solution
-    std::int8_t* differs = nullptr;       ///< where the current solution differs from the target
-    std::uint8_t* tabu = nullptr;         ///< tabu counters, 0 means free
-    unsigned long* generators = nullptr;  ///< T states
-    float* weights = nullptr;             ///< scratch: T values, all 0 between uses
-    std::uint16_t* vectors = nullptr;     ///< scratch: S + 1 places where vectors begin
-    std::uint16_t* drawing = nullptr;     ///< scratch: T + 1 first threads of vectors
-    float* draws = nullptr;               ///< scratch: T values, what threads drew,
-    float* estimates = nullptr;           ///< and about the logarithms of their keys
-    D* group_low = nullptr;               ///< S / GROUP lows of the free deltas, see GROUP
-    D* span_low = nullptr;                ///< lows of all deltas, see SPAN; a vector over S / SPAN
+    D* delta = nullptr;               ///< change of energy if that bit alone flipped
+    std::int8_t* ones = nullptr;      ///< the current solution
+    std::int8_t* differs = nullptr;   ///< where the current solution differs from the target
+    std::uint8_t* barred = nullptr;   ///< 0 where the bit is free (see TABU_LIST)
+    D* group_low = nullptr;           ///< a vector of lows for each word, see WORD
+    std::uint64_t* chosen = nullptr;  ///< scratch: S / WORD words, what was counted
+    std::uint64_t* tied = nullptr;    ///< scratch: the same of the bits that tie
+    WORD_NUMBERS<D> words{};          ///< of models with short rows
 };
 
 /**
- * Vectors whose free deltas are looked at together when bits below a threshold are wanted: lane i
- * of `group_low`'s vector g is the lowest free delta in lane i of the vectors from g * GROUP on.
+ * Places that are looked at together: a bit for each of them makes a word, and lane i of the w-th
+ * vector of `group_low` is the lowest free delta in lane i of their vectors.
  */
-inline constexpr int GROUP = 4;
+inline constexpr int WORD = 64;
 
-/** Vectors whose lowest deltas are kept for flips of few neighbours, lane by lane as with GROUP. */
-inline constexpr int SPAN = 16;
-
-/** Whether a row with so many elements changes the lows of few spans. */
-template <class D>
-constexpr bool touches_few_spans(std::ptrdiff_t elements, int size) {
-    constexpr int LANES = 64 / sizeof(D);  // of the widest vectors
-    return (elements + 1) * 2 * SPAN * LANES <= size;
+/** Whether rows of so many elements on average change few of a block's words. */
+constexpr bool touches_few_words(std::uint64_t entries, int size) {
+    const auto rows = static_cast<std::uint64_t>(size);
+    return (entries + rows) * 4 * WORD <= rows * rows;
 }
 
 /** Adds a listed row to the deltas; `sign` is as in BLOCK_OPS::addRow. */
@@ -81,25 +90,48 @@ struct ROW_SUM {
     bool wide;
 };
 
-/** What a sweep looks up for the next selection, beside the lowest delta. */
-enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN };
+/** The rule for which a sweep looks something up, beside the lowest delta. */
+enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN, RANDOM_MIN };
 
 /** What a sweep found behind the flip; of `free` and `positive` only what was asked for. */
 template <class D>
 struct SWEEP {
     D low;                ///< lowest delta of all
-    DELTA_RANGE<D> free;  ///< "MaxMin"
+    DELTA_RANGE<D> free;  ///< "MaxMin"; of "RandomMin" the lowest
     D positive;           ///< "PositiveMin": lowest free delta above 0
 };
 
-/**
- * Sweeps over rows of one element type, by what they look up. Those that look up something count
- * every tabu byte down first, and write `group_low`.
- */
+/** Sweeps over rows of one element type, by what they look up; for "RandomMin" they also write
+ * `group_low`. */
 template <class D>
 struct SWEEPS {
     using FUNCTION = SWEEP<D> (*)(const BLOCK_ARRAYS<D>&, const void* row, std::int8_t sign);
-    FUNCTION nothing, max_min, positive_min;
+    FUNCTION nothing, max_min, positive_min, random_min;
+};
+
+/** The places, beside those of a row, at which a flip changes something; -1 for none: the flipped
+ * bit and those that came free. */
+using CHANGED_PLACES = std::array<int, 3>;
+
+/** Flips over listed rows by what they look up; see BLOCK_OPS. */
+template <class E, class D>
+struct LIST_FLIPS {
+    using FUNCTION = SWEEP<D> (*)(const BLOCK_ARRAYS<D>&, const LIST_ENTRY<E>* begin,
+                                  const LIST_ENTRY<E>* end, const CHANGED_PLACES& changed,
+                                  std::int8_t sign, bool words_known);
+    FUNCTION nothing, max_min, positive_min, random_min;
+};
+
+/** What "PositiveMin" draws among: see `weigh`. */
+struct WEIGHED {
+    int below;      ///< free bits with deltas below m
+    int tied;       ///< bits with the delta m, free or not
+    int tied_free;  ///< those of them that are free
+
+    /** What all free bits weigh: 1 each below m, and the tied ones an equal part of 1. */
+    double total() const {
+        return below + (tied == 0 ? 0.0 : tied_free / static_cast<double>(tied));
+    }
 };
 
 /** Deltas and energies below this in magnitude add up without wrapping. */
@@ -122,36 +154,45 @@ struct BLOCK_OPS {
     /** Sweeps over deltas that have the row's elements in them already. */
     SWEEPS<D> summed;
     /**
-     * Adds a listed row where `flipped` has its new delta already, and returns the lowest delta.
-     * The lows of spans are kept, and taken anew where they are not known.
+     * Adds a listed row where the flipped bit has its new delta already. Keeps the numbers of the
+     * words that the rule asks for, and takes all of them anew where they are not known.
      */
-    D(*flipList)
-    (const BLOCK_ARRAYS<D>&, const LIST_ENTRY<E>* begin, const LIST_ENTRY<E>* end, int flipped,
-     std::int8_t sign, bool spans_known);
+    LIST_FLIPS<E, D> lists;
     D (*lowest)(const BLOCK_ARRAYS<D>&);
     D (*lowestDiffering)(const BLOCK_ARRAYS<D>&);
     int (*find)(const BLOCK_ARRAYS<D>&, D value);
     int (*findDiffering)(const BLOCK_ARRAYS<D>&, D value);
-    void (*countTabuDown)(const BLOCK_ARRAYS<D>&);
 
-    // "MaxMin"; writes `group_low`
+    /** "MaxMin". */
     DELTA_RANGE<D> (*freeRange)(const BLOCK_ARRAYS<D>&);
-    /** Every free bit with a delta up to `threshold` draws; the highest bid. Reads `group_low`. */
-    std::int32_t (*drawBelow)(const BLOCK_ARRAYS<D>&, D threshold);
+    /**
+     * "MaxMin": free bits with deltas up to `threshold`, noted in `chosen`. Reads the numbers of
+     * the words where they are known.
+     */
+    int (*countBelow)(const BLOCK_ARRAYS<D>&, D threshold, bool words_known);
 
-    // "PositiveMin"; writes `group_low`
+    /** "PositiveMin": the lowest free delta above 0. */
     D (*lowestPositive)(const BLOCK_ARRAYS<D>&);
-    std::int32_t (*countEqual)(const BLOCK_ARRAYS<D>&, D value);
-    /** Every thread with weight draws; the highest bid. Reads `group_low`. */
-    std::int32_t (*drawWeighted)(const BLOCK_ARRAYS<D>&, D threshold, float tied_weight);
+    /** "PositiveMin": notes the free bits below m in `chosen` and the tied free ones in `tied`. */
+    WEIGHED (*weigh)(const BLOCK_ARRAYS<D>&, D m);
+    /** The same by the numbers of the words, m being above 0; the tied bits are not noted. */
+    WEIGHED (*weighWords)(const BLOCK_ARRAYS<D>&, D m);
+    /** Notes these then. */
+    void (*noteTied)(const BLOCK_ARRAYS<D>&, D m);
+
+    /** The place of the noted bit number r, from 0, in row order. */
+    int (*pick)(const std::uint64_t* noted, int r);
 
     // "CyclicMin": the free bits of the threads from `first` to before `last`
     D (*lowestInSpan)(const BLOCK_ARRAYS<D>&, int first, int last);
     int (*findInSpan)(const BLOCK_ARRAYS<D>&, int first, int last, D value);
 
-    // "RandomMin"
-    /** Free bits enter a race by their draws; the bit that wins. */
-    int (*race)(const BLOCK_ARRAYS<D>&, std::uint32_t threshold);
+    /** "RandomMin": the lowest free delta; writes `group_low`. */
+    D (*lowestFree)(const BLOCK_ARRAYS<D>&);
+    /** "RandomMin": the same where the words' numbers are known but for a bit barred or freed. */
+    D (*lowestFreeAfter)(const BLOCK_ARRAYS<D>&, int place);
+    /** "RandomMin": the free bit with that delta. Reads `group_low`, or the words' numbers. */
+    int (*findFree)(const BLOCK_ARRAYS<D>&, D value, bool words_known);
 };
 
 /** The loops for the best instruction set that Highway now offers on this processor. */
