@@ -29,8 +29,8 @@ int main(int argc, char** argv) {
 
         Watch watch;
         const toolkit::Result result = toolkit::solve(problem, {.time_limit = 2}, watch);
-        std::cout << "energy " << result.energy << ", " << toolkit::text_of(result.ending) << ", "
-                  << result.plan.rows << " rows\n";
+        std::cout << "energy " << result.energy << ", " << toolkit::text_of(result.ending)
+                  << ", found by " << toolkit::text_of(result.history.back().source) << "\n";
     } catch (const std::exception& error) {  // a file, a problem, a lack of memory or of a device
         std::cerr << error.what() << "\n";
         return 1;
