@@ -393,6 +393,8 @@ class _Search:
         ending = cast("Status | None", self.run.ending)
         if self._status is None or ending in ("optimal", "target reached"):
             assert ending is not None
-            # The least of rounded coefficients need not be that of the true ones.
-            return "ended" if ending == "optimal" and self.problem.largest_error > 0 else ending
+            if ending == "optimal" and self.problem.largest_error > 0:
+                # The least of rounded coefficients need not be that of the true ones.
+                return "target reached" if self._limits.target_holds(self._energies[-1]) else "ended"
+            return ending
         return self._status
