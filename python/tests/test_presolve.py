@@ -47,7 +47,7 @@ def test_one_that_presolve_leaves_is_searched_by_the_companion():
 
 
 def test_the_reduced_problem_leads_back():
-    problem = orvex.Problem(sparse(400, 700))
+    problem = orvex.Problem(sparse(240, 640))
     left = problem.presolve()
     assert left.problem is not None
     assert 0 < left.problem.size < problem.size
@@ -57,7 +57,7 @@ def test_the_reduced_problem_leads_back():
     assert problem.energy(x) <= found.energy + left.offset
     assert left.bound is not None
     assert left.bound <= problem.energy(x)
-    other = np.arange(400) % 3 == 0
+    other = np.arange(240) % 3 == 0
     assert problem.energy(left.restore(left.project(other))) <= problem.energy(other)
 
 
