@@ -1,7 +1,9 @@
 #include "toolkit/run/prepare.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
+#include <vector>
 
 namespace orvex::toolkit {
 namespace {
@@ -13,6 +15,15 @@ bool may_have_groups(const Problem& searched) {
     constexpr int MOST = 4096;
     return searched.weights.stated_sparse() ||
            (searched.couplings.penalties() && searched.size <= MOST);
+}
+
+/** Moves of groups leave out what is in none, so few groups are worth less than none. */
+bool cover_most(const Groups& groups, int size) {
+    std::vector<bool> covered(static_cast<std::size_t>(size));
+    for (const auto& members : groups.members)
+        for (const std::int32_t variable : members)
+            covered[static_cast<std::size_t>(variable)] = true;
+    return 2 * std::count(covered.begin(), covered.end(), true) >= size;
 }
 
 /** In a dense model the rules find nothing. */
@@ -39,7 +50,9 @@ Groups groups_of(const View& view, const SolveOptions& options) {
     if (options.companion == 0.0) return {};
     if (options.groups) return view.searched_groups(*options.groups);
     const Problem& searched = view.searched();
-    return may_have_groups(searched) ? find_groups(searched.weights.sparse()) : Groups{};
+    if (!may_have_groups(searched)) return {};
+    Groups groups = find_groups(searched.weights.sparse());
+    return cover_most(groups, searched.size) ? std::move(groups) : Groups{};
 }
 
 }  // namespace
