@@ -16,15 +16,15 @@ namespace orvex::cli {
 struct SolveCommand {
     std::string file;
     ReadOptions read;
-    std::optional<double> time_limit;  ///< seconds; 0: none
-    std::optional<long> target;
+    std::optional<double> time_limit;   ///< seconds; 0: none
+    std::optional<std::string> target;  ///< energy in the numbers of the file
     std::optional<long> trials;
-    Settings params;     ///< of a key that is given twice the last value counts
-    std::string start;   ///< file; empty: none
-    std::string output;  ///< file; empty: none
-    std::string presolve = "auto";    ///< "auto", "off" or "full"
-    std::string companion = "auto";   ///< "auto" or the share of the processors, from 0 to 1
-    std::string groups;               ///< file; empty: as they are found
+    Settings params;                 ///< of a key that is given twice the last value counts
+    std::string start;               ///< file; empty: none
+    std::string output;              ///< file; empty: none
+    std::string presolve = "auto";   ///< "auto", "off" or "full"
+    std::string companion = "auto";  ///< "auto" or the share of the processors, from 0 to 1
+    std::string groups;              ///< file; empty: as they are found
     bool json = false;
     bool quiet = false;
 };

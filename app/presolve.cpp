@@ -31,9 +31,9 @@ void print(const Report& report, bool json) {
 
 int presolve(const PresolveCommand& command) {
     const Problem problem = read_problem(command.input, command.read);
-    const Presolved presolved = toolkit::presolve(
-        problem.weights.sparse(),
-        {.effort = command.full ? PresolveEffort::FULL : PresolveEffort::AUTO});
+    const Presolved presolved =
+        toolkit::presolve(problem.weights.sparse(),
+                          {.effort = command.full ? PresolveEffort::FULL : PresolveEffort::AUTO});
 
     std::ostringstream way_back;
     write_way_back(presolved, way_back);
@@ -59,6 +59,10 @@ int presolve(const PresolveCommand& command) {
     report["offset"] = number(presolved.offset());
     report["bound"] = presolved.bound() ? number(*presolved.bound()) : Report();
     report["optimal"] = solved;
+    if (problem.convention.scaled()) {
+        report["scale"] = number(problem.convention.scale);
+        report["largest_error"] = number(problem.convention.largest_error);
+    }
     report["rules"] = rules_of(presolved.rules());
     print(report, command.json);
     return EXIT_NORMAL;
