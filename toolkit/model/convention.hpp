@@ -44,8 +44,8 @@ struct Convention {
     /** Whether the objective is the energy itself. */
     bool plain() const { return !maximised && offset == 0 && !scaled(); }
 
-    /** Whether coefficients were multiplied to become integers. */
-    bool scaled() const { return scale != 1; }
+    /** Whether coefficients were multiplied or rounded to become integers. */
+    bool scaled() const { return scale != 1 || largest_error > 0; }
 
     /** Whether it is the system's own. */
     bool is_own() const { return format == "orvex"; }

@@ -138,6 +138,15 @@ TEST(FileScaling, CoefficientsOfAnyMagnitudeAreTaken) {
               "line 3: the bias is \"0.5x\", which is not a number");
 }
 
+/** The factor for these is 1, and yet they are rounded. */
+TEST(FileScaling, LargeCoefficientsMayBeRoundedWithoutAScale) {
+    const Problem problem = read(BITS + "0 0 -1000000000.12345678901234567\n");
+    EXPECT_EQ(problem.convention.scale, 1);
+    EXPECT_GT(problem.convention.largest_error, 0.1);
+    EXPECT_TRUE(problem.convention.scaled());
+    EXPECT_THAT(problem.reals->values, ElementsAre(-1000000000.12345678901234567));
+}
+
 TEST(FileScaling, AFactorMustMakeAllOfThemWhole) {
     const std::string text = BITS + "0 0 -1.25\n0 1 2\n";
     const Problem problem = read(text, times(4));

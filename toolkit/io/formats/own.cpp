@@ -45,7 +45,9 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
     const long count = lines.count(lines.take("the number of entries"), "the number of entries");
     const double smallest = bound_of_range(lines, "the smallest weight");
     const double largest = bound_of_range(lines, "the largest weight");
-    if (smallest > largest) lines.fail("the header's smallest weight is above its largest");
+    // The library's writer leaves a starting value there for one variable, as ModelFile tells.
+    if (smallest > largest && size > 1)
+        lines.fail("the header's smallest weight is above its largest");
     statement.resize(size);
     statement.entries = count;
     statement.last_counts = true;
