@@ -62,7 +62,7 @@ Report summary_of(const Problem& problem, const Report& facts) {
     const Bound& bound = problem.bound;
     Report summary = Report::object();
     for (const char* key : {"file", "format", "index_base", "factor", "sense", "offset", "equation",
-                            "note", "size", "entries", "nonzero"})
+                            "scale", "largest_error", "note", "size", "entries", "nonzero"})
         if (facts.contains(key)) summary[key] = facts[key];
     summary["density"] = percent(problem.density());
     summary["weights"] = range(problem.smallest_weight, problem.largest_weight);

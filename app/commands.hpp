@@ -16,8 +16,8 @@ namespace orvex::cli {
 struct SolveCommand {
     std::string file;
     ReadOptions read;
-    std::optional<double> time_limit;  ///< seconds; 0: none
-    std::optional<long> target;
+    std::optional<double> time_limit;   ///< seconds; 0: none
+    std::optional<std::string> target;  ///< energy in the numbers of the file
     std::optional<long> trials;
     Settings params;                 ///< of a key that is given twice the last value counts
     std::string start;               ///< file; empty: none

@@ -25,6 +25,7 @@ int convert(const ConvertCommand& command) {
     report["written_as"] = to.name;
     report["read_from"] = command.input;
     add_convention(problem.convention, report);
+    report["equation"] = problem.convention.equation_of_model();
     report["size"] = problem.size;
     report["entries"] = problem.entries;
     report["nonzero"] = problem.nonzero;

@@ -61,6 +61,7 @@ struct CommandLine {
     PresolveCommand reduction;
     RestoreCommand restoration;
     std::string sense;
+    std::string scale = "auto";
     std::vector<std::string> params;
 
     CommandLine() {
@@ -91,7 +92,9 @@ struct CommandLine {
             ->add_option("--time-limit", options.time_limit,
                          "end after this many seconds; 0: no limit")
             ->type_name("SECONDS");
-        solve->add_option("--target", options.target, "end at this energy or below")
+        solve
+            ->add_option("--target", options.target,
+                         "end at this energy or below, in the numbers of the file")
             ->type_name("ENERGY");
         solve->add_option("--trials", options.trials, "end after this many instances")
             ->type_name("N");
@@ -181,11 +184,17 @@ struct CommandLine {
                              format_names(&Format::leaves_sense_open) + "); min by default")
             ->check(CLI::IsMember({"min", "max"}))
             ->type_name("SENSE");
+        command
+            ->add_option("--scale", scale,
+                         "how decimals become integers: auto (exactly where energies fit, else "
+                         "rounded), exact (none do), or a whole number by which all are multiplied")
+            ->type_name("SCALE");
     }
 
     int run() {
         options.params = parse_params(params);
         if (!sense.empty()) options.read.maximised = sense == "max";
+        options.read.scale = Scale::of(scale);
         options.read.note = [this](const std::string& text) {
             if (!options.quiet) std::cerr << text << std::endl;
         };

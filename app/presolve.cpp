@@ -59,6 +59,10 @@ int presolve(const PresolveCommand& command) {
     report["offset"] = number(presolved.offset());
     report["bound"] = presolved.bound() ? number(*presolved.bound()) : Report();
     report["optimal"] = solved;
+    if (problem.convention.scaled()) {
+        report["scale"] = number(problem.convention.scale);
+        report["largest_error"] = number(problem.convention.largest_error);
+    }
     report["rules"] = rules_of(presolved.rules());
     print(report, command.json);
     return EXIT_NORMAL;

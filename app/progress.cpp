@@ -53,14 +53,14 @@ std::string duration_text(double seconds) {
                      : formatted("%ld min %02ld s", minutes, whole % 60);
 }
 
-std::string live_line(const Moment& moment, int columns) {
+std::string live_line(const Moment& moment, int columns, const Convention& convention) {
     std::string line = duration_text(moment.elapsed);
     line += moment.limit > 0
                 ? ", " + duration_text(std::max(moment.limit - moment.elapsed, 0.0)) + " left"
                 : ", no time limit (Ctrl-C ends)";
     if (moment.has_best)
-        line +=
-            formatted(" | best %ld", moment.best) + " found at " + duration_text(moment.best_time);
+        line += " | best " + convention.own_text(moment.best) + " found at " +
+                duration_text(moment.best_time);
     else
         line += " | no result yet";
     line += " | " + flips_text(moment);
@@ -70,8 +70,9 @@ std::string live_line(const Moment& moment, int columns) {
     return line;
 }
 
-std::string log_line(const Moment& moment) {
-    return formatted("%9.3f s  best %ld  ", moment.best_time, moment.best) + flips_text(moment);
+std::string log_line(const Moment& moment, const Convention& convention) {
+    return formatted("%9.3f s  best ", moment.best_time) + convention.own_text(moment.best) + "  " +
+           flips_text(moment);
 }
 
 Progress::Style Progress::style_for_stderr(bool quiet) {
@@ -99,8 +100,8 @@ void Progress::end() {
 
 void Progress::draw(const Moment& moment) {
     // One write to the system, so that nothing is shown in halves.
-    out_ << (style_ == Style::LIVE ? CLEAR_LINE + live_line(moment, terminal_columns())
-                                   : log_line(moment) + "\n")
+    out_ << (style_ == Style::LIVE ? CLEAR_LINE + live_line(moment, terminal_columns(), convention_)
+                                   : log_line(moment, convention_) + "\n")
          << std::flush;
     drawn_ = Clock::now();
     pending_ = false;

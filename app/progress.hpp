@@ -6,6 +6,7 @@
 #include <chrono>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "app/cli.hpp"
 #include "toolkit/solve.hpp"
@@ -13,10 +14,10 @@
 namespace orvex::cli {
 
 /** The line of a terminal, cut to its width. */
-std::string live_line(const Moment& moment, int columns);
+std::string live_line(const Moment& moment, int columns, const Convention& convention = {});
 
 /** The line of a log. */
-std::string log_line(const Moment& moment);
+std::string log_line(const Moment& moment, const Convention& convention = {});
 
 /** A duration as it is read at a glance: "4.0 s", "12 min 05 s", "3 h 20 min". */
 std::string duration_text(double seconds);
@@ -28,7 +29,9 @@ class Progress {
   public:
     enum class Style { QUIET, LOG, LIVE };
 
-    Progress(Style style, std::ostream& out) : style_(style), out_(out) {}
+    /** @param convention in whose numbers energies are shown */
+    Progress(Style style, std::ostream& out, Convention convention = {})
+        : style_(style), out_(out), convention_(std::move(convention)) {}
 
     /** The style that suits standard error. */
     static Style style_for_stderr(bool quiet);
@@ -48,6 +51,7 @@ class Progress {
 
     Style style_;
     std::ostream& out_;
+    Convention convention_;
     Clock::time_point drawn_{};  // when something was shown last
     bool pending_ = false;       // an improvement has not been shown
     Moment last_;

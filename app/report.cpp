@@ -23,6 +23,23 @@ std::string text_of(const Report& value) {
     return text;
 }
 
+/** JSON, with numbers as their digits. */
+void print_value(const Report& value, std::ostream& out) {
+    if (value.is_object()) {
+        out << text_of(value);
+    } else if (value.is_array()) {
+        out << '[';
+        for (std::size_t k = 0; k < value.size(); ++k) {
+            if (k > 0) out << ',';
+            print_value(value[k], out);
+        }
+        out << ']';
+    } else {
+        // A file's name need not be UTF-8; what is not is replaced.
+        out << value.dump(-1, ' ', false, Report::error_handler_t::replace);
+    }
+}
+
 std::string label_of(std::string key) {
     std::replace(key.begin(), key.end(), '_', ' ');
     return key;
@@ -35,13 +52,26 @@ Report number(Wide wide) {
     return narrow == wide ? Report(narrow) : Report{{DIGITS, to_string(wide)}};
 }
 
+Report own_number(const Convention& convention, Wide wide) {
+    return convention.scaled() ? Report{{DIGITS, convention.own_text(wide)}} : number(wide);
+}
+
+Report number(double real) {
+    return Report{{DIGITS, to_string(real)}};
+}
+
 void add_convention(const Convention& convention, Report& report) {
     report["format"] = convention.format;
     report["index_base"] = convention.index_base;
     report["factor"] = convention.factor;
     report["sense"] = convention.sense();
-    report["offset"] = number(convention.offset);
+    report["offset"] = convention.scaled() ? Report{{DIGITS, convention.offset_text()}}
+                                           : number(convention.offset);
     report["equation"] = convention.equation();
+    if (convention.scaled()) {
+        report["scale"] = number(convention.scale);
+        report["largest_error"] = number(convention.largest_error);
+    }
     if (!convention.note.empty()) report["note"] = convention.note;
 }
 
@@ -58,10 +88,8 @@ void print_text(const Report& report, std::ostream& out) {
 void print_json(const Report& report, std::ostream& out) {
     std::string separator = "{";
     for (const auto& [key, value] : report.items()) {
-        // A file's name need not be UTF-8; what is not is replaced.
-        out << separator << '"' << key << "\":"
-            << (value.is_object() ? text_of(value)
-                                  : value.dump(-1, ' ', false, Report::error_handler_t::replace));
+        out << separator << '"' << key << "\":";
+        print_value(value, out);
         separator = ",";
     }
     out << '}' << std::endl;

@@ -19,6 +19,12 @@ using Report = nlohmann::ordered_json;
 /** A whole number, which may be wider than 64 bits: a number in JSON all the same. */
 Report number(Wide wide);
 
+/** A number of a model, such as an energy, in the file's own numbers. */
+Report own_number(const Convention& convention, Wide number);
+
+/** A real number, in the fewest digits that give it back. */
+Report number(double real);
+
 /** What the numbers of a file mean, as "format", "index_base", "factor" and so on. */
 void add_convention(const Convention& convention, Report& report);
 

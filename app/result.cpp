@@ -12,6 +12,7 @@
 
 #include "app/exit_status.hpp"
 #include "toolkit/model/errors.hpp"
+#include "toolkit/model/scaling.hpp"
 
 namespace orvex::cli {
 namespace {
@@ -45,12 +46,13 @@ Report numbers_in(const std::string& text) {
 }
 
 /** The library's lines "seconds,energy", each as a pair of numbers. */
-Report log_of(const Sol& solution) {
+Report log_of(const Sol& solution, const Convention& convention) {
     Report lines = Report::array();
     std::istringstream log(solution.impl().log.str());
     for (std::string line; std::getline(log, line);) {
         const std::size_t comma = line.find(',');
-        lines.push_back({std::stod(line.substr(0, comma)), std::stol(line.substr(comma + 1))});
+        lines.push_back({std::stod(line.substr(0, comma)),
+                         own_number(convention, std::stol(line.substr(comma + 1)))});
     }
     return lines;
 }
@@ -60,6 +62,38 @@ std::string rule_text(const RuleUse& use) {
     std::snprintf(text, sizeof(text), "%s: %ld variables, %.4f s", use.rule, use.nodes,
                   use.seconds);
     return text;
+}
+
+/** No energy is below; where coefficients were rounded, no true one either. */
+Report bound_of(const Problem& problem, const Result& result) {
+    if (!result.bound) return {};
+    const Convention& convention = problem.convention;
+    if (!problem.reals) return own_number(convention, *result.bound);
+    return number(static_cast<double>(*result.bound) / convention.scale - convention.largest_error);
+}
+
+/** The solution's energy and what the file makes of it, in the file's own numbers. */
+void add_energy(const Problem& problem, const Result& result, const std::optional<Target>& target,
+                Report& report) {
+    const Convention& convention = problem.convention;
+    bool reached = target && result.energy <= target->searched;
+    if (problem.reals) {
+        const double energy =
+            real_energy(problem.reals->pairs, problem.reals->values, result.solution);
+        report["energy"] = number(energy);
+        report["objective"] = number(convention.real_objective_at(energy));
+        reached = target && energy <= target->value;
+    } else {
+        report["energy"] = own_number(convention, result.energy);
+        report["objective"] = own_number(convention, convention.objective_at(result.energy));
+    }
+    add_convention(convention, report);
+    report["status"] = text_of(result.ending);
+    report["bound"] = bound_of(problem, result);
+    report["found_by"] = text_of(result.history.back().source);
+    if (!target) return;
+    report["target"] = number(target->value);
+    report["target_reached"] = reached;
 }
 
 void add_preparation(const Preparation& preparation, Report& report) {
@@ -100,22 +134,13 @@ std::vector<std::string> lines_of(const Preparation& preparation, int size) {
     return lines;
 }
 
-Report report_of(const Problem& problem, const Result& result, const std::optional<long>& target,
+Report report_of(const Problem& problem, const Result& result, const std::optional<Target>& target,
                  double read_time) {
     const Sol& solution = result.solution;
     Report report = Report::object();
     report["file"] = problem.file;
     report["size"] = problem.size;
-    report["energy"] = result.energy;
-    report["objective"] = number(problem.convention.objective_at(result.energy));
-    add_convention(problem.convention, report);
-    report["status"] = text_of(result.ending);
-    report["bound"] = result.bound ? number(*result.bound) : Report();
-    report["found_by"] = text_of(result.history.back().source);
-    if (target) {
-        report["target"] = *target;
-        report["target_reached"] = result.energy <= *target;
-    }
+    add_energy(problem, result, target, report);
     add_preparation(result.preparation, report);
     report["tts"] = seconds_of(solution.get("tts"));
     report["runtime"] = seconds_of(solution.get("runtime"));
@@ -129,7 +154,7 @@ Report report_of(const Problem& problem, const Result& result, const std::option
     report["tabu_cycles"] = whole_number_of(solution, "tabu_cycles");
     report["solution_proximity"] = whole_number_of(solution, "solution_proximity");
     report["version"] = solution.get("version");
-    const Report log = log_of(solution);
+    const Report log = log_of(solution, problem.convention);
     if (!log.empty()) report["log"] = log;
     return report;
 }

@@ -9,12 +9,13 @@
 
 #include "app/cli.hpp"
 #include "app/report.hpp"
+#include "toolkit/io/scale.hpp"
 #include "toolkit/solve.hpp"
 
 namespace orvex::cli {
 
 /** Everything about a search but the bits. Times are in seconds. */
-Report report_of(const Problem& problem, const Result& result, const std::optional<long>& target,
+Report report_of(const Problem& problem, const Result& result, const std::optional<Target>& target,
                  double read_time);
 
 /** The rules of presolve that took out anything, a line for each. */

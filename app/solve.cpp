@@ -37,7 +37,7 @@ class Screen : public Events {
         : problem_(problem),
           quiet_(command.quiet),
           progress_(Progress::style_for_stderr(command.quiet || wants_librarys_display(command)),
-                    std::cerr) {}
+                    std::cerr, problem.convention) {}
 
     void warned(const std::string& text) override { note("Warning: " + text); }
 
@@ -46,7 +46,8 @@ class Screen : public Events {
             warned(warning);
         note(problem_.file + ": " + std::to_string(problem_.size) + " variables, " +
              std::to_string(problem_.entries) + " entries");
-        if (!problem_.convention.is_own()) note(problem_.file + ": " + problem_.convention.text());
+        if (!problem_.convention.is_own() || problem_.convention.scaled())
+            note(problem_.file + ": " + problem_.convention.text());
         for (const std::string& line : lines_of(preparation, problem_.size))
             note(line);
     }
@@ -101,11 +102,11 @@ double share_of(const std::string& text) {
     return share;
 }
 
-SolveOptions options_of(const SolveCommand& command, const Problem& problem) {
-    SolveOptions options{.time_limit = command.time_limit,
-                         .target = command.target,
-                         .trials = command.trials,
-                         .settings = command.params};
+SolveOptions options_of(const SolveCommand& command, const Problem& problem,
+                        const std::optional<Target>& target) {
+    SolveOptions options{
+        .time_limit = command.time_limit, .trials = command.trials, .settings = command.params};
+    if (target) options.target = target->searched;
     options.presolve = command.presolve == "off"    ? PresolveEffort::OFF
                        : command.presolve == "full" ? PresolveEffort::FULL
                                                     : PresolveEffort::AUTO;
@@ -122,11 +123,14 @@ SolveOptions options_of(const SolveCommand& command, const Problem& problem) {
 int solve(const SolveCommand& command) {
     const Clock::time_point begin = Clock::now();
     expect_settings(command.params);
+    if (command.target) target_of(*command.target, {});  // refused before a long file is read
     if (!command.output.empty()) expect_writable(command.output);
     InputFile file(command.file, command.read);
     file.expect_memory_of_run();
     const Problem problem = file.read();
-    const SolveOptions options = options_of(command, problem);
+    std::optional<Target> target;
+    if (command.target) target = target_of(*command.target, problem.convention);
+    const SolveOptions options = options_of(command, problem, target);
     const double read_time = seconds_since(begin);
 
     Screen screen(problem, command);
@@ -134,7 +138,7 @@ int solve(const SolveCommand& command) {
     const Result result = toolkit::solve(problem, options, screen);
     screen.end();
 
-    Report report = report_of(problem, result, command.target, read_time);
+    Report report = report_of(problem, result, target, read_time);
     const std::string digits = digits_of(result.solution, problem.size);
     const bool written = command.output.empty() || write_result(command.output, digits, report);
     if (command.json) {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "support.hpp"
+#include "toolkit/io/formats/decimal.hpp"
 #include "toolkit/io/formats/input_file.hpp"
 #include "toolkit/model/build.hpp"
 #include "toolkit/model/scaling.hpp"
@@ -125,15 +126,18 @@ ORVEX_PYTHON_API void orvex_python_terms(const Problem* problem, std::uint32_t* 
  * @param format its name; empty to go by the contents
  * @param instance, penalty null where they are not given
  * @param sense "min", "max", or empty where it is not given
+ * @param scale "auto", "exact" or a factor
  */
 ORVEX_PYTHON_API Problem* orvex_python_from_file(const char* path, const char* format,
                                                  const std::int64_t* instance,
-                                                 const std::int64_t* penalty, const char* sense) {
+                                                 const std::int64_t* penalty, const char* sense,
+                                                 const char* scale) {
     return guarded(NO_PROBLEM, [&] {
         ReadOptions options{.format = format};
         if (instance != nullptr) options.instance = *instance;
         if (penalty != nullptr) options.penalty = *penalty;
         if (*sense != '\0') options.maximised = std::string_view(sense) == "max";
+        options.scale = Scale::of(scale);
         InputFile file(path, options);
         return kept(file.read());
     });
@@ -145,11 +149,26 @@ ORVEX_PYTHON_API const char* orvex_python_source(const Problem* problem) {
     const Convention& known = problem->convention;
     text = "format=" + known.format + "\nindex_base=" + std::to_string(known.index_base) +
            "\nfactor=" + std::to_string(known.factor) + "\nsense=" + known.sense() +
-           "\noffset=" + to_string(known.offset) + "\nequation=" + known.equation() +
-           "\nnote=" + known.note;
+           "\noffset=" + known.offset_text() + "\nequation=" + known.equation() +
+           "\nnote=" + known.note + "\nscale=" +
+           (known.decimals > 0 ? to_string(power_of_ten(known.decimals)) : to_string(known.scale)) +
+           "\nlargest_error=" + to_string(known.largest_error) +
+           "\nreals=" + std::to_string(problem->reals ? problem->reals->values.size() : 0);
     for (const std::string& warning : problem->warnings)
         text += "\nwarning=" + warning;
     return text.c_str();
+}
+
+/**
+ * The coefficients that the weights of a problem were rounded from.
+ *
+ * @param pairs, values have room for as many as the source tells of
+ */
+ORVEX_PYTHON_API void orvex_python_reals(const Problem* problem, std::uint32_t* pairs,
+                                         double* values) {
+    if (!problem->reals) return;
+    std::copy(problem->reals->pairs.begin(), problem->reals->pairs.end(), pairs);
+    std::copy(problem->reals->values.begin(), problem->reals->values.end(), values);
 }
 
 ORVEX_PYTHON_API void orvex_python_free(Problem* problem) {

@@ -1,7 +1,9 @@
 """Files in all formats, as problems."""
 
 import gzip
+import math
 import os
+import pickle
 import re
 import warnings
 from pathlib import Path
@@ -155,7 +157,13 @@ def test_oddities_are_warned_about(write):
         (GRAPH, {"format": "npz"}, "file is no sparse matrix of scipy"),
         ("", {}, "line 1: the file is empty"),
         ("hello", {}, "format is not recognised"),
-        ("p qubo 0 2 0 1\n0 1 0.5\n", {}, 'file, line 2: the weight is "0.5", but only whole numbers'),
+        (
+            "p qubo 0 2 0 1\n0 1 0.5\n",
+            {"scale": "exact"},
+            'file, line 2: the weight is "0.5", but only whole numbers',
+        ),
+        ("p qubo 0 2 0 1\n0 1 0.5\n", {"scale": 3}, "the scale 3 does not make a whole number"),
+        ("p qubo 0 2 0 1\n0 1 0.5\n", {"scale": 0}, "scale must be a positive integer"),
         ("2 1\n1 2 1\n", {"format": "qs"}, None),
     ],
 )
@@ -168,9 +176,26 @@ def test_what_is_wrong_is_refused(write, text, options, message):
         orvex.read(write(text), **options)
 
 
-def test_text_has_no_scale(write):
-    with pytest.raises(ValueError, match="scale= has no use"):
-        orvex.Problem(write("1 0 0 0\n"), scale=10)
+def test_decimals_are_scaled_exactly(write):
+    problem = orvex.read(write("# vartype=SPIN\n0 0 0.5\n0 1 -0.125\n"))
+    assert (problem.scale, problem.largest_error) == (1000, 0)
+    assert problem.source.equation == "objective = energy - 0.625"
+    assert problem.energy([1, 1]) == 1
+    assert problem.objective(1) == 0.5 - 0.125
+    result = orvex.solve(problem, time_limit=1)
+    assert (result.energy, result.objective) == (0, -0.625)
+    assert orvex.read(write("# vartype=BINARY\n0 0 0.25\n"), scale=4).scale == 4
+
+
+def test_decimals_that_are_too_fine_are_rounded(write):
+    values = [1.7320508075688772, -0.12345678901234568, -1.1102230246251565e-16]
+    path = write("# vartype=BINARY\n" + "".join(f"{i} {i} {v!r}\n" for i, v in enumerate(values)))
+    with pytest.warns(orvex.FileWarning, match="rounded"):
+        problem = orvex.Problem(path)
+    assert 0 < problem.largest_error < 1e-6
+    assert problem.energy([1, 1, 1]) == math.fsum(values)
+    assert pickle.loads(pickle.dumps(problem)).energy([0, 1, 0]) == values[1]
+    assert orvex.solve(problem, time_limit=1).energy <= values[1]
 
 
 def test_npz_is_read_by_scipy(tmp_path):

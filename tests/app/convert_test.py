@@ -107,9 +107,24 @@ class Convert(ProgramTest):
         self.assert_refused(run, target, f"Error: {self.folder / 'source'}, line 2: the second node "
                                          "is 7, not from 0 to 1\n")
 
+    def test_decimals_become_integers_with_a_scale(self):
+        text = "# vartype=BINARY\n0 0 -1.25\n0 1 2.5\n"
+        run, target = self.convert(text)
+        for line in ("scale          100", "largest error  0", "equation       objective = energy, "
+                     "energy = that of this model / 100"):
+            self.assertIn(line + "\n", run.stdout)
+        self.assertEqual(target.read_text(), "2 2 -125 250\n0 0 -125\n0 1 250\n")
+        target.unlink()
+        run, target = self.convert(text, "orvex", "--scale", "exact")
+        self.assert_refused(run, target, 'line 2: the bias is "-1.25", but only whole numbers')
+        run, target = self.convert(text, "orvex", "--scale", 10)
+        self.assert_refused(run, target, "which the scale 10 does not make a whole number")
+        run, target = self.convert(text, "orvex", "--scale", "some")
+        self.assert_refused(run, target, "the scale is auto, exact or a whole number")
+
     def test_what_stood_there_stays_when_the_file_is_malformed(self):
         target = self.write("target.orvex", "precious")
-        run, _ = self.convert("p qubo 0 2 0 1\n0 1 1.5\n")
+        run, _ = self.convert("p qubo 0 2 0 1\n0 1 1.5x\n")
         self.assertEqual(run.returncode, 2)
         self.assertEqual(target.read_text(), "precious")
 

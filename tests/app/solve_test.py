@@ -43,6 +43,36 @@ class Solve(ProgramTest):
         self.assertEqual(result["version"], "2024-12-29")
         self.assertGreaterEqual(result["runtime"], result["kernel_time"] * 0.5)
 
+    def test_energies_are_in_the_numbers_of_the_file(self):
+        lowest = self.lowest - self.lowest / 4  # the weights less a quarter have decimals
+        entries = "".join(f"{i} {j} {w - w / 4}\n" for (i, j), w in self.weights.items())
+        model = self.write("model.coo", "# vartype=BINARY\n" + entries)
+        run = orvex("solve", model, "--presolve", "off", "--target", lowest, "--time-limit", 20,
+                    "--json")
+        self.assertEqual(run.returncode, 0, run.stderr)
+        result = json.loads(run.stdout)
+        self.assertEqual((result["energy"], result["target"]), (lowest, lowest))
+        self.assertEqual((result["scale"], result["largest_error"]), (100, 0))
+        self.assertIs(result["target_reached"], True)
+        self.assertEqual(result["status"], "target reached")
+        self.assertIn(f"best {lowest:g}", run.stderr)
+
+    def test_rounded_coefficients_give_true_energies(self):
+        values = [1.7320508075688772, -0.12345678901234568, -1.1102230246251565e-16]
+        model = self.write("model.coo", "# vartype=BINARY\n" + "".join(
+            f"{i} {i} {value!r}\n" for i, value in enumerate(values)))
+        run = orvex("solve", model, "--trials", 100, "--target", 3, "--json")
+        self.assertIn("Warning: ", run.stderr)
+        result = json.loads(run.stdout)
+        true = sum(v for v, bit in zip(values, result["bits"]) if bit == "1")
+        self.assertAlmostEqual(result["energy"], true, delta=1e-16)
+        self.assertLessEqual(result["energy"], values[1])
+        self.assertTrue(0 < result["largest_error"] < 1e-6)
+        self.assertIs(result["target_reached"], True)
+
+    def test_a_target_that_is_no_number_is_refused(self):
+        self.assert_fails(self.solve("--target", "low"), 2, "the target is a number")
+
     def test_output_has_bits_and_results(self):
         output = self.folder / "result"
         run = self.solve("--trials", 200, "--output", output)

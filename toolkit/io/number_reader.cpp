@@ -71,7 +71,12 @@ void NumberReader::fail_at_token(const char* what, std::string seen) {
     constexpr std::size_t SHOWN = 24;
     while (seen.size() < SHOWN && !at_end() && !is_space(*next_))
         seen += printable(*next_++);
-    fail(std::string(what) + " must be a whole number of 64 bits, not \"" + seen + "\"");
+    const bool real = seen.find_first_of(".eE") != std::string::npos &&
+                      seen.find_first_not_of("+-.0123456789eE") == std::string::npos;
+    const std::string text =
+        std::string(what) + " must be a whole number of 64 bits, not \"" + seen + "\"";
+    if (real) throw NotWhole(place() + ": " + text);
+    fail(text);
 }
 
 bool NumberReader::more() {

@@ -9,7 +9,15 @@
 #include <vector>
 #include <zlib.h>
 
+#include "toolkit/model/errors.hpp"
+
 namespace orvex::toolkit {
+
+/** Where a whole number should stand there is another one. */
+class NotWhole : public InputError {
+  public:
+    using InputError::InputError;
+};
 
 class NumberReader {
   public:

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "toolkit/io/scale.hpp"
 #include "toolkit/model/problem.hpp"
 
 namespace orvex::toolkit {
@@ -15,6 +16,7 @@ struct ReadOptions {
     std::optional<long> instance{};   ///< which of a file with several, from 1
     std::optional<long> penalty{};    ///< of a broken constraint; none: one that is sure to suffice
     std::optional<bool> maximised{};  ///< the sense, where the format leaves it open
+    Scale scale{};                    ///< how coefficients become integers
     std::function<void(const std::string&)> note{};  ///< told of what takes long, as it begins
 };
 

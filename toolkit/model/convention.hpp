@@ -15,14 +15,37 @@ struct Convention {
     int factor = 1;                ///< weight of a pair in the model, as a multiple of its entry
     bool maximised = false;        ///< whether the file wants the most of its objective
     std::string objective = "energy";  ///< what the file calls its objective
-    Wide offset = 0;                   ///< of the objective at energy 0
-    std::string note;  ///< what else must be known, such as the penalty; may be empty
+    Wide offset = 0;                   ///< of the objective at energy 0, in the model's numbers
+    std::string note{};  ///< what else must be known, such as the penalty; may be empty
 
-    /** The objective of the file at an energy of the model. */
+    double scale = 1;  ///< what coefficients were multiplied by, beyond `factor`, to be integers
+    int decimals = 0;  ///< of a scale that is a power of ten: which one
+    /** Where coefficients were rounded: an energy of the model, divided by the scale, is at most so
+     * far from the true one. Else 0. */
+    double largest_error = 0;
+    double real_offset = 0;  ///< where they were rounded: the offset in the file's own numbers
+
+    /** The objective of the file at an energy of the model, both in the model's numbers. */
     Wide objective_at(Wide energy) const { return maximised ? offset - energy : energy + offset; }
 
+    /** The same at a true energy, both in the file's own numbers; where coefficients were rounded.
+     */
+    double real_objective_at(double energy) const {
+        return maximised ? real_offset - energy : energy + real_offset;
+    }
+
+    /** A number of the model, such as an energy, divided by the scale: exactly, where it is a power
+     * of ten and nothing was rounded. */
+    std::string own_text(Wide number) const;
+
+    /** The offset in the file's own numbers. */
+    std::string offset_text() const;
+
     /** Whether the objective is the energy itself. */
-    bool plain() const { return !maximised && offset == 0; }
+    bool plain() const { return !maximised && offset == 0 && !scaled(); }
+
+    /** Whether coefficients were multiplied or rounded to become integers. */
+    bool scaled() const { return scale != 1 || largest_error > 0; }
 
     /** Whether it is the system's own. */
     bool is_own() const { return format == "orvex"; }
@@ -30,9 +53,15 @@ struct Convention {
     /** All of it in one line. */
     std::string text() const;
 
-    /** Such as "maximised" and "cut = -energy". */
+    /** Such as "maximised" and "cut = -energy", with the energy in the file's own numbers. */
     std::string sense() const { return maximised ? "maximised" : "minimised"; }
     std::string equation() const;
+
+    /** The equation for whoever has the integers of the model only. */
+    std::string equation_of_model() const;
 };
+
+/** A real number in the fewest digits that give it back. */
+std::string to_string(double number);
 
 }  // namespace orvex::toolkit

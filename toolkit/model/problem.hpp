@@ -20,6 +20,12 @@
 
 namespace orvex::toolkit {
 
+/** Coefficients that the weights of a problem were rounded from. */
+struct RealCoefficients {
+    std::vector<std::uint32_t> pairs;  ///< the two variables of each, side by side
+    std::vector<double> values;
+};
+
 /** Weights with what its file, or whoever else stated it, tells about it. */
 struct Problem {
     std::string file;                              ///< empty where there is none
@@ -34,7 +40,8 @@ struct Problem {
     Convention convention;                         ///< what the file's own numbers mean
     std::vector<std::string> warnings;             ///< what is odd, but harmless
     Weights weights;
-    Residency residency;  ///< whether the library has it loaded
+    std::shared_ptr<const RealCoefficients> reals;  ///< null where no weight was rounded
+    Residency residency;                            ///< whether the library has it loaded
 
     /** Share of the pairs, each variable's with itself included, whose weight is not zero. */
     double density() const;

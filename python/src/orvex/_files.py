@@ -10,10 +10,12 @@ import sys
 import warnings
 from ctypes import byref, c_int64
 from dataclasses import dataclass
+from fractions import Fraction
 from typing import Any, Literal, Union
 from zipfile import BadZipFile
 
 from ._library import failure, support
+from ._numbers import Scale
 
 _ZIP = b"PK\x03\x04"
 
@@ -34,7 +36,7 @@ class Source:
     """The weight of a pair of two variables is so many times the entry of the file."""
     sense: Literal["minimised", "maximised"]
     """What the file wants of its objective."""
-    offset: int
+    offset: int | float
     """The objective at energy 0."""
     equation: str
     """How the objective follows from the energy, such as "cut = -energy"."""
@@ -88,7 +90,19 @@ class File:
             return file.read(len(_ZIP)) == _ZIP
 
 
-def open_file(file: File) -> tuple[int, Source]:
+@dataclass(frozen=True)
+class Scaled:
+    """How the coefficients of a file became integers."""
+
+    scale: Fraction
+    """What they were multiplied by."""
+    largest_error: float
+    """Of an energy of the search, where they were rounded."""
+    reals: int
+    """So many coefficients were rounded, or none."""
+
+
+def open_file(file: File, scale: Scale) -> tuple[int, Source, Scaled]:
     """The problem of a file of text, as the library holds it."""
     pointer: int | None = support.orvex_python_from_file(
         file.name,
@@ -96,6 +110,7 @@ def open_file(file: File) -> tuple[int, Source]:
         _optional(file.instance),
         _optional(file.penalty),
         (file.sense or "").encode(),
+        str(scale).encode(),
     )
     if not pointer:
         raise failure()
@@ -104,9 +119,24 @@ def open_file(file: File) -> tuple[int, Source]:
         if name == "warning":
             warnings.warn(value, FileWarning, stacklevel=_level_of_caller())
     known: dict[str, Any] = {name: value for name, _, value in lines if name != "warning"}
-    for name in ("index_base", "factor", "offset"):
+    scaled = Scaled(
+        _fraction(known.pop("scale")), float(known.pop("largest_error")), int(known.pop("reals"))
+    )
+    for name in ("index_base", "factor"):
         known[name] = int(known[name])
-    return pointer, Source(**known)
+    known["offset"] = _number(known["offset"])
+    return pointer, Source(**known), scaled
+
+
+def _number(text: str) -> int | float:
+    try:
+        return int(text)
+    except ValueError:
+        return float(text)
+
+
+def _fraction(text: str) -> Fraction:
+    return Fraction(_number(text))
 
 
 def _level_of_caller() -> int:

@@ -58,10 +58,12 @@ def _from_file(file: File, scale: Scale) -> Form:
         form = _from_sparse(load_npz(file), scale)
         form.source = NPZ
         return form
-    if scale not in (1, "auto", "exact"):
-        raise ValueError("scale= has no use for a file of text, whose coefficients are integers")
-    pointer, source = open_file(file)
-    return Form(Model(pointer), source=source)
+    pointer, source, scaled = open_file(file, scale)
+    model = Model(pointer)
+    reals = RealTerms.of_file(model, scaled.reals) if scaled.reals > 0 else None
+    return Form(
+        model, scaled.scale, source=source, reals=reals, largest_error=scaled.largest_error
+    )
 
 
 def _from_bqm(bqm: Any, scale: Scale) -> Form:

@@ -126,9 +126,10 @@ _declare(c_double, "orvex_python_energy_of_matrix", c_uint32, c_void_p, c_void_p
 _declare(None, "orvex_python_terms", c_void_p, c_void_p, c_void_p)
 _declare(
     c_void_p, "orvex_python_from_file",
-    c_char_p, c_char_p, POINTER(c_int64), POINTER(c_int64), c_char_p,
+    c_char_p, c_char_p, POINTER(c_int64), POINTER(c_int64), c_char_p, c_char_p,
 )  # fmt: skip
 _declare(c_char_p, "orvex_python_source", c_void_p)
+_declare(None, "orvex_python_reals", c_void_p, c_void_p, c_void_p)
 _declare(None, "orvex_python_free", c_void_p)
 _declare(None, "orvex_python_facts", c_void_p, POINTER(Facts))
 _declare(c_int, "orvex_python_plan", c_void_p, POINTER(Options), POINTER(Plan))

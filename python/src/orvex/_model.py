@@ -80,6 +80,14 @@ class RealTerms:
         self._pairs: Pairs = np.ascontiguousarray(pairs, dtype=np.uint32)
         self._values = np.ascontiguousarray(values)
 
+    @classmethod
+    def of_file(cls, model: Model, count: int) -> RealTerms:
+        """What a file's problem was rounded from."""
+        pairs = np.empty((count, 2), dtype=np.uint32)
+        values = np.empty(count, dtype=np.float64)
+        support.orvex_python_reals(model.pointer, pairs.ctypes.data, values.ctypes.data)
+        return cls(model.facts().size, pairs, values)
+
     def model(self) -> tuple[Model, Scaling]:
         """The rounded problem, and how it was made."""
         scaling = Scaling()

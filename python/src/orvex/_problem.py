@@ -78,6 +78,8 @@ class Problem:
         - a positive integer: this one; where it does not make integers of all of them, the problem is
           refused.
 
+        A file of text is read by its decimals: see :func:`read`.
+
         Energies and targets stay in the caller's units: energies are added up from the bits with the
         coefficients as they were given.
 
@@ -274,6 +276,7 @@ def read(
     instance: int | None = None,
     penalty: int | None = None,
     sense: Literal["min", "max"] | None = None,
+    scale: Scale | None = None,
 ) -> Problem:
     """Reads a problem from a file, plain or compressed with gzip.
 
@@ -295,13 +298,18 @@ def read(
     sense
         Whether the values of the file are to be minimised or maximised, where the format leaves it open.
         "min" by default.
+    scale
+        How decimals become integers: "auto", the default, "exact" or a factor. "auto" multiplies the
+        coefficients by the least power of ten that makes integers of all, if energies then fit into 64
+        bits; else it rounds, as for arrays. "exact" refuses a text file's coefficients that are no whole
+        numbers. See :class:`Problem`.
 
     Raises
     ------
     ValueError
         The file is not what it should be; the text names line and reason.
     """
-    return Problem(File(path, format, instance, penalty, sense))
+    return Problem(File(path, format, instance, penalty, sense), scale=scale)
 
 
 def as_problem(problem: Any, scale: Scale | None) -> Problem:

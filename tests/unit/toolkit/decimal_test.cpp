@@ -10,7 +10,7 @@ namespace {
 
 struct Case {
     const char* word;
-    int times;
+    long times;
     Decimal kind;
     long value;
 };
@@ -61,6 +61,53 @@ TEST(Decimal, WholeNumbersInAllTheirForms) {
             EXPECT_EQ(read, value) << word;
         }
     }
+}
+
+TEST(Decimal, AFactorMakesWholeNumbersExactly) {
+    for (const auto& [word, times, kind, value] : {
+             Case{"0.25", 4, Decimal::WHOLE, 1},
+             {"-12.75", 100, Decimal::WHOLE, -1275},
+             {"0.333", 3, Decimal::FRACTION, 0},
+             {"0.0009765625", 1024, Decimal::WHOLE, 1},
+             {"1e-15", 1'000'000'000'000'000, Decimal::WHOLE, 1},
+             {"9223.372036854775807", 1'000'000'000'000'000, Decimal::WHOLE, 9223372036854775807},
+             {"9223.372036854775808", 1'000'000'000'000'000, Decimal::TOO_LARGE, 0},
+         }) {
+        long read = 0;
+        EXPECT_EQ(read_decimal(word, times, read), kind) << word;
+        if (kind == Decimal::WHOLE) {
+            EXPECT_EQ(read, value) << word;
+        }
+    }
+}
+
+TEST(Decimal, ANumberIsDigitsAndAPoint) {
+    DecimalNumber number;
+    ASSERT_TRUE(read_decimal("-0012.7500e-1", number));
+    EXPECT_EQ(to_string(number.digits), "-1275");
+    EXPECT_EQ(number.behind, 3);
+    EXPECT_EQ(number.magnitude, 1);  // 1.275 is below 10
+    ASSERT_TRUE(read_decimal("1200", number));
+    EXPECT_EQ(to_string(number.digits), "12");
+    EXPECT_EQ(number.behind, -2);
+    EXPECT_FALSE(number.cut);
+    ASSERT_TRUE(read_decimal("0.1234567890123456789012345678", number));
+    EXPECT_TRUE(number.cut);
+    EXPECT_EQ(number.behind, DecimalNumber::MOST_DIGITS);
+    EXPECT_FALSE(read_decimal("1.5x", number));
+}
+
+TEST(Decimal, AShiftedNumberIsRoundedToTheNearest) {
+    bool rounded = false;
+    EXPECT_EQ(to_string(shifted(125, 3, rounded)), "125000");
+    EXPECT_EQ(to_string(shifted(-12500, -2, rounded)), "-125");
+    EXPECT_FALSE(rounded);
+    EXPECT_EQ(to_string(shifted(125, -1, rounded)), "13");
+    EXPECT_EQ(to_string(shifted(-124, -1, rounded)), "-12");
+    EXPECT_TRUE(rounded);
+    rounded = false;
+    EXPECT_EQ(to_string(shifted(1, -400, rounded)), "0");
+    EXPECT_TRUE(rounded);
 }
 
 TEST(Decimal, CoordinatesAreFiniteNumbers) {

@@ -32,6 +32,11 @@ inline std::string refusal(const std::string& contents, ReadOptions options = {}
     }
 }
 
+/** What is refused where only whole numbers are taken. */
+inline std::string exact_refusal(const std::string& contents, const std::string& format = "") {
+    return refusal(contents, {.format = format, .scale = {.rule = Scale::Rule::EXACT}});
+}
+
 inline std::string refusal_as(const std::string& format, const std::string& contents) {
     return refusal(contents, {.format = format});
 }

@@ -42,7 +42,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
         lines.expect_words(3, "two variables and a bias");
         const int i = lines.index(0, "the first variable", 0, MAX_VARIABLES);
         const int j = lines.index(1, "the second variable", 0, MAX_VARIABLES);
-        const Wide bias = sign * Wide{lines.whole(2, "the bias")};
+        const Wide bias = sign * statement.coefficient(2, "the bias");
         statement.resize(std::max(i, j) + 1);
         if (kind != Kind::SPINS) {
             statement.add(i, j, bias);
@@ -68,7 +68,8 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
 
 void write(const Problem& problem, OutputFile& file) {
     file.write("# vartype=BINARY\n");
-    if (!problem.convention.plain()) file.write("# " + problem.convention.equation() + "\n");
+    if (!problem.convention.plain())
+        file.write("# " + problem.convention.equation_of_model() + "\n");
     problem.weights.for_each([&](int i, int j, long weight) { file.write(line_of(i, j, weight)); });
     // The number of variables is known by the last of them.
     const int last = problem.size - 1;

@@ -11,6 +11,8 @@
 namespace orvex::toolkit {
 namespace {
 
+constexpr long MOST_POWER = 38;  // of ten in 128 bits
+
 bool is_digit(char c) {
     return '0' <= c && c <= '9';
 }
@@ -51,34 +53,84 @@ bool split(std::string_view word, Digits& number) {
     return true;
 }
 
-}  // namespace
-
-Decimal read_decimal(std::string_view word, int times, long& value) {
-    Digits number;
-    if (!split(word, number)) return Decimal::NO_NUMBER;
-    std::string& digits = number.digits;
-    digits.erase(0, digits.find_first_not_of('0'));
-    while (!digits.empty() && digits.back() == '0') {
-        digits.pop_back();
+/** Leaves no zeros at either end. */
+void strip_zeros(Digits& number) {
+    number.digits.erase(0, number.digits.find_first_not_of('0'));
+    while (!number.digits.empty() && number.digits.back() == '0') {
+        number.digits.pop_back();
         --number.behind;
     }
+}
+
+}  // namespace
+
+Wide power_of_ten(long exponent) {
+    Wide power = 1;
+    for (; exponent > 0; --exponent)
+        power *= 10;
+    return power;
+}
+
+Wide shifted(Wide number, long exponent, bool& rounded) {
+    if (number == 0) return 0;
+    if (exponent >= 0) return number * power_of_ten(exponent);
+    if (exponent < -MOST_POWER) {
+        rounded = true;
+        return 0;
+    }
+    const Wide divisor = power_of_ten(-exponent);
+    const Wide rest = number % divisor;
+    rounded |= rest != 0;
+    const Wide half = divisor / 2;
+    return number / divisor + (rest >= half ? 1 : rest <= -half ? -1 : 0);
+}
+
+bool read_decimal(std::string_view word, DecimalNumber& number) {
+    Digits split_word;
+    if (!split(word, split_word)) return false;
+    number = {};
+    std::string& digits = split_word.digits;
+    strip_zeros(split_word);
+    number.behind = split_word.behind;
+    number.magnitude = static_cast<long>(digits.size()) - number.behind;
+    if (digits.size() > DecimalNumber::MOST_DIGITS) {
+        number.behind -= static_cast<long>(digits.size()) - DecimalNumber::MOST_DIGITS;
+        digits.resize(DecimalNumber::MOST_DIGITS);
+        number.cut = true;
+    }
+    for (const char digit : digits)
+        number.digits = 10 * number.digits + (digit - '0');
+    if (split_word.negative) number.digits = -number.digits;
+    return true;
+}
+
+Decimal read_decimal(std::string_view word, long times, long& value) {
+    Digits number;
+    if (!split(word, number)) return Decimal::NO_NUMBER;
+    const std::string& digits = number.digits;
+    strip_zeros(number);
     value = 0;
     if (digits.empty()) return Decimal::WHOLE;
-    constexpr std::size_t MOST_DIGITS = 30;  // far beyond 64 bits, well within 128
-    if (number.behind > 1 || (number.behind == 1 && (digits.back() != '5' || times % 2 != 0)))
+    // The product with `times` stays within 128 bits so. A fraction of more digits has no whole
+    // product of 64 bits: the power of 2 or of 5 that it needs would be beyond `times`.
+    constexpr std::size_t MOST_DIGITS = 21;
+    constexpr long MOST_WHOLE = 19, MOST_BEHIND = MOST_POWER;
+    if (number.behind > MOST_BEHIND || (number.behind > 0 && digits.size() > MOST_DIGITS))
         return Decimal::FRACTION;
-    if (static_cast<long>(digits.size()) - number.behind > static_cast<long>(MOST_DIGITS))
-        return Decimal::TOO_LARGE;
-    Wide sum = 0;
+    if (static_cast<long>(digits.size()) - number.behind > MOST_WHOLE) return Decimal::TOO_LARGE;
+    Wide product = 0;
     for (const char digit : digits)
-        sum = 10 * sum + (digit - '0');
-    for (; number.behind < 0; ++number.behind)
-        sum *= 10;
-    sum *= number.negative ? -times : times;
-    if (number.behind == 1) sum /= 10;
+        product = 10 * product + (digit - '0');
+    if (number.behind < 0) product *= power_of_ten(-number.behind);
+    product *= number.negative ? -times : times;
+    if (number.behind > 0) {
+        const Wide divisor = power_of_ten(number.behind);
+        if (product % divisor != 0) return Decimal::FRACTION;
+        product /= divisor;
+    }
     using Limits = std::numeric_limits<long>;
-    if (sum < Limits::min() || sum > Limits::max()) return Decimal::TOO_LARGE;
-    value = static_cast<long>(sum);
+    if (product < Limits::min() || product > Limits::max()) return Decimal::TOO_LARGE;
+    value = static_cast<long>(product);
     return Decimal::WHOLE;
 }
 

@@ -23,7 +23,8 @@ inline void read_matrix_entries(Lines& lines, int index_base, int factor, Statem
         lines.expect_words(3, "two indices and a value");
         const int i = lines.index(0, "the first index", index_base, size);
         const int j = lines.index(1, "the second index", index_base, size);
-        const long weight = lines.whole(2, "the value", i == j ? (factor < 0 ? -1 : 1) : factor);
+        const Wide weight =
+            statement.coefficient(2, "the value", i == j ? (factor < 0 ? -1 : 1) : factor);
         if (!kept) continue;
         statement.expect_new(i, j, index_base);
         statement.add(i, j, weight);

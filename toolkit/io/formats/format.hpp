@@ -25,7 +25,7 @@ struct Format {
     bool leaves_sense_open = false;
 };
 
-/** The system's own format, whose reader is ModelFile. */
+/** The system's own format. ModelFile reads its files of whole numbers, most of all. */
 extern const Format OWN;
 
 /** All formats, the system's own first. */

@@ -1,5 +1,6 @@
 #include "toolkit/io/formats/input_file.hpp"
 
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -8,6 +9,13 @@
 
 namespace orvex::toolkit {
 namespace {
+
+/** Whether a file of the system's own format is expected to hold whole numbers only. */
+bool whole_numbers(const NumberReader& reader, const Scale& scale) {
+    return scale.rule == Scale::Rule::EXACT ||
+           (scale.rule == Scale::Rule::AUTO &&
+            reader.ahead().find_first_of(".eE") == std::string_view::npos);
+}
 
 /** How a caller names a format. */
 std::string named(const Format& format) {
@@ -57,6 +65,9 @@ void expect_options_of(const Format& format, const ReadOptions& options) {
         throw InputError("files of the format " + name + " need no penalty");
     if (options.maximised && !format.leaves_sense_open)
         throw InputError("the format " + name + " determines what is minimised or maximised");
+    if (options.scale.factor > 1 && format.has_penalty)
+        throw InputError("files of the format " + name +
+                         " hold whole numbers, which need no scale");
 }
 
 }  // namespace
@@ -64,7 +75,7 @@ void expect_options_of(const Format& format, const ReadOptions& options) {
 /** All that reading takes; each part refers to the one before it. */
 struct InputFile::Foreign {
     Foreign(NumberReader opened, const Format& format, const ReadOptions& options)
-        : reader(std::move(opened)), lines(reader), statement(lines) {
+        : reader(std::move(opened)), lines(reader), statement(lines, options.scale) {
         warn_about_name(reader, statement.warnings);
         statement.convention.format = format.name;
         format.read(lines, options, statement);
@@ -76,12 +87,13 @@ struct InputFile::Foreign {
     Statement statement;
 };
 
-InputFile::InputFile(const std::string& file, const ReadOptions& options) : file_(file) {
+InputFile::InputFile(const std::string& file, const ReadOptions& options)
+    : file_(file), options_(options) {
     NumberReader reader(file);
     const Format& format =
         options.format.empty() ? recognised(reader) : format_named(options.format);
     expect_options_of(format, options);
-    if (format.read == nullptr)
+    if (&format == &OWN && whole_numbers(reader, options.scale))
         own_ = std::make_unique<ModelFile>(std::move(reader));
     else
         foreign_ = std::make_unique<Foreign>(std::move(reader), format, options);
@@ -128,7 +140,15 @@ void InputFile::expect_memory_of_run() const {
 }
 
 Problem InputFile::read() {
-    return own_ ? own_->read() : foreign_->statement.problem();
+    if (!own_) return foreign_->statement.problem();
+    try {
+        return own_->read();
+    } catch (const NotWhole&) {
+        // What cannot be read again, such as a pipe, must show its decimals early.
+        if (options_.scale.rule != Scale::Rule::AUTO || !std::filesystem::is_regular_file(file_))
+            throw;
+    }
+    return Foreign(NumberReader(file_), OWN, options_).statement.problem();
 }
 
 Problem read_problem(const std::string& file, const ReadOptions& options) {

@@ -41,6 +41,7 @@ class InputFile {
     struct Foreign;
 
     std::string file_;
+    ReadOptions options_;
     std::unique_ptr<ModelFile> own_;
     std::unique_ptr<Foreign> foreign_;  // in any other format
 };

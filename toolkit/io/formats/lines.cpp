@@ -86,7 +86,7 @@ int Lines::index(std::size_t k, const std::string& what, int base, int size) con
 }
 
 void Lines::fail(const std::string& text) const {
-    throw InputError(file() + ", line " + std::to_string(line_) + ": " + text);
+    throw InputError(place() + ": " + text);
 }
 
 std::string Lines::quoted(std::string_view word) {

@@ -64,6 +64,9 @@ class Lines {
 
     [[noreturn]] void fail(const std::string& text) const;
 
+    /** File and line, as messages show them. */
+    std::string place() const { return file() + ", line " + std::to_string(line_); }
+
     /** The file, as messages name it. */
     const std::string& file() const { return reader_.file(); }
 

@@ -76,7 +76,7 @@ class Reader {
   private:
     void add(int i, int j, std::size_t word) {
         const int times = i != j && kind_.symmetric ? 2 : 1;
-        statement_.add(i, j, lines_.whole(word, "the value", sign_ * times));
+        statement_.add(i, j, statement_.coefficient(word, "the value", sign_ * times));
         ++statement_.entries;
     }
 
@@ -123,7 +123,8 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
 /** Upper triangular, so that odd weights off the diagonal stay whole. */
 void write(const Problem& problem, OutputFile& file) {
     file.write("%%MatrixMarket matrix coordinate integer general\n");
-    if (!problem.convention.plain()) file.write("% " + problem.convention.equation() + "\n");
+    if (!problem.convention.plain())
+        file.write("% " + problem.convention.equation_of_model() + "\n");
     file.write(line_of(problem.size, problem.size, problem.nonzero));
     problem.weights.for_each(
         [&](int i, int j, long weight) { file.write(line_of(i + 1, j + 1, weight)); });

@@ -35,10 +35,11 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
         if (i == j)
             lines.fail("an edge joins vertex " + std::to_string(i + 1) +
                        " with itself, which no graph here has; a matrix has the format biqmac");
-        const long weight = lines.words() == 2 ? 1 : lines.whole(2, "the weight");
-        statement.add(i, i, -Wide{weight});
-        statement.add(j, j, -Wide{weight});
-        statement.add(i, j, 2 * Wide{weight});
+        const Wide weight =
+            statement.coefficient(lines.words() == 2 ? "1" : lines.word(2), "the weight");
+        statement.add(i, i, -weight);
+        statement.add(j, j, -weight);
+        statement.add(i, j, 2 * weight);
     }
     lines.expect_end("the last edge that the header promises");
 }

@@ -37,7 +37,7 @@ void read(Lines& lines, const ReadOptions& options, Statement& statement) {
         lines.expect_words(3, "two nodes and a weight");
         const int i = lines.index(0, "the first node", 0, size);
         const int j = lines.index(1, "the second node", 0, size);
-        const long weight = lines.whole(2, "the weight", maximised ? -1 : 1);
+        const Wide weight = statement.coefficient(2, "the weight", maximised ? -1 : 1);
         statement.expect_new(i, j, 0);
         statement.add(i, j, weight);
         on_diagonal += i == j;
@@ -53,7 +53,8 @@ void write(const Problem& problem, OutputFile& file) {
     long nodes = 0;
     for (int i = 0; i < problem.size; ++i)
         nodes += problem.weights.get(i, i) != 0;
-    if (!problem.convention.plain()) file.write("c " + problem.convention.equation() + "\n");
+    if (!problem.convention.plain())
+        file.write("c " + problem.convention.equation_of_model() + "\n");
     file.write("p qubo 0 " + line_of(problem.size, nodes, problem.nonzero - nodes));
     for (int i = 0; i < problem.size; ++i)
         if (const long weight = problem.weights.get(i, i); weight != 0)

@@ -26,7 +26,7 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
         split_words(comment.substr(at), words);
         if (words.size() != 2) lines.fail("\"ObjectiveOffset\" must be followed by one number");
         if (known) lines.fail("the offset is given twice");
-        convention.offset = lines.whole(words[1], "the offset");
+        convention.offset = statement.coefficient(words[1], "the offset");
         known = true;
     });
     lines.expect_next("the numbers of variables and of entries");
@@ -41,7 +41,8 @@ void read(Lines& lines, const ReadOptions&, Statement& statement) {
 void write(const Problem& problem, OutputFile& file) {
     expect_even(problem, "qs");
     const Convention& convention = problem.convention;
-    if (convention.maximised) file.write("# " + convention.equation() + "\n");
+    if (convention.maximised || convention.scaled())
+        file.write("# " + convention.equation_of_model() + "\n");
     file.write("# ObjectiveOffset " + (convention.maximised ? "0" : to_string(convention.offset)) +
                "\n");
     file.write(line_of(problem.size, problem.nonzero));
