@@ -1,7 +1,11 @@
 // How the engine ends the process: fatal errors, failed device operations, and memory that is not
 // there. The words of the two memory messages are crossed on purpose: callers know them so.
+#include <limits>
+#include <malloc.h>
+#include <memory>
 #include <stdexcept>
 #include <sys/resource.h>
+#include <vector>
 
 #include "engine/support/band_256_64_64.hpp"
 #include "engine/support/death.hpp"
@@ -104,8 +108,16 @@ TEST(Failures, DeviceMemoryThatIsNotThereIsCalledHostMemory) {
                  "Insufficient Host memory.");
 }
 
-/** No more memory than the process has now. */
+/**
+ * No more memory than the process has now. The heap gets 256 KiB before, so that it is what comes
+ * from the system in pages of its own that is missed first, as page-locked memory does.
+ */
 void forbid_more_memory() {
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+    std::vector<std::unique_ptr<char[]>> room(16);
+    for (auto& piece : room)
+        piece = std::make_unique<char[]>(std::size_t{16} << 10);
+    room.clear();
     const rlimit none = {0, RLIM_INFINITY};
     setrlimit(RLIMIT_AS, &none);
 }
