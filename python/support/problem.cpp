@@ -182,18 +182,17 @@ ORVEX_PYTHON_API void orvex_python_facts(const Problem* problem, ORVEX_PYTHON_FA
               .largest = std::max(problem->largest_weight, 0L)};
 }
 
-/** Settles what a search with these options takes. Nonzero where there can be none. */
+/** What a search with these options takes in the library. Nonzero where there can be none. */
 ORVEX_PYTHON_API int orvex_python_plan(const Problem* problem, const ORVEX_PYTHON_OPTIONS* options,
                                        ORVEX_PYTHON_PLAN* plan) {
     return guarded(1, [&] {
-        if (problem->size >
-            MAX_SIZE) {  // only what presolve leaves is searched, or by the companion
-            *plan = {};
-            return 0;
-        }
         const RunSettings settings = settings_for(options_of(*problem, *options), *problem);
         const std::optional<orvex::Plan> run =
             problem->plan(settings.arithmetic_bits, plan_request_of(settings));
+        if (!run && problem->weights.stated_sparse()) {  // presolve or the companion need no band
+            *plan = {};
+            return 0;
+        }
         if (!run)
             throw InputError("this build of the library cannot solve " +
                              std::to_string(problem->size) + " variables with coefficients of " +

@@ -53,22 +53,6 @@ class Interrupt(ProgramTest):
     def test_so_does_a_request_to_terminate(self):
         self.ends_normally(signal.SIGTERM)
 
-    def quits_at_once(self, number, status):
-        # Instances so long that no result, and so no event, comes while the test waits.
-        process = self.start("--param", "search_cycles=2000000000 2000000000")
-        # The first is obeyed some hundredths of a second later; two that wait together are one.
-        while process.poll() is None:
-            process.send_signal(number)
-            time.sleep(0.005)
-        self.assertEqual(process.wait(timeout=10), status)
-        self.assertEqual(process.stdout.read(), "")
-
-    def test_the_second_interrupt_ends_the_process(self):
-        self.quits_at_once(signal.SIGINT, 130)
-
-    def test_so_does_the_second_request_to_terminate(self):
-        self.quits_at_once(signal.SIGTERM, 143)
-
     def test_an_interrupt_that_is_ignored_stays_ignored(self):
         old = signal.signal(signal.SIGINT, signal.SIG_IGN)
         try:
