@@ -114,7 +114,7 @@ Graph lattice(const Box& box) {
     const auto [rows, columns, layers, closed] = box;
     Graph graph{rows * columns * layers, {}};
     const auto vertex = [&](int layer, int row, int column) {
-        return (layer * rows + row) * columns + column;
+        return (layer * box.rows + row) * box.columns + column;
     };
     const auto connect = [&](int u, int v) {
         graph.edges.push_back({std::min(u, v), std::max(u, v)});

@@ -165,7 +165,7 @@ int CPU_BLOCK<E, D, N>::pickByWeight(const WINNER& winner, const WEIGHED& weighe
         r -= delta < m ? record.positive_count : delta == m ? 1 : 0;
         if (r < 0) return own;
     }
-    assert(!"weights of a thread's bits that are not free can only add up");
+    assert(false);  // r is below the sum of the weights
     return 0;
 }
 
