@@ -36,7 +36,7 @@ bool worth_presolving(const Problem& problem, PresolveEffort effort) {
 
 View view_of(const Problem& problem, const SolveOptions& options) {
     if (!worth_presolving(problem, options.presolve)) return View(problem);
-    constexpr double SHARE_OF_TIME = 0.02;
+    constexpr double SHARE_OF_TIME = 0.1;  // at most: where rules find nothing they end early
     const double limit = options.time_limit.value_or(DEFAULT_TIME_LIMIT);
     const bool full = options.presolve == PresolveEffort::FULL;
     Presolved presolved =

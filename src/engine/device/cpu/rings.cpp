@@ -55,10 +55,9 @@ void CPU_BLOCK<E, D, N>::enter() {
     DeviceState& state = *launch_.device_state;
     record.best_time = global_timer();
     record.block_sequence = state.block_count;
-    record.island =
-        launch_.islands_per_gpu == 0
-            ? 0
-            : static_cast<std::uint8_t>(record.block_sequence % launch_.islands_per_gpu);
+    const int islands = launch_.islands_per_gpu;
+    const int island = islands == 0 ? 0 : static_cast<int>(record.block_sequence) % islands;
+    record.island = static_cast<std::uint8_t>(island);
     record.model_size = launch_.model_size;
     if (record.block_sequence == 0) state.start_time = global_timer();
     state.block_count = record.block_sequence + 1;
