@@ -156,7 +156,8 @@ TEST_F(LaunchFailures, RingsThatDoNotFitAreCalledHostMemory) {
     prepare(1, 1);
     run->ring_size = 2147483647;
     run->islands_per_gpu = 2147483647;
-    EXPECT_ERROR(devices->threads[0].init_func(), "Insufficient Host memory.");
+    band::DEV_THREADS fresh(*run, 1);
+    EXPECT_ERROR(fresh.threads[0].init_func(), "Insufficient Host memory.");
 }
 
 }  // namespace

@@ -106,7 +106,7 @@ TEST(Solve, SearchesASparseModelByTheCompanionAlone) {
 }
 
 TEST(Solve, SearchesByLibraryAndCompanionSideBySide) {
-    const Problem problem = ring_with_chords(1500);
+    const Problem problem = ring_with_chords(250);
     const Result result = solve(problem, {.time_limit = 1, .companion = 0.5});
     EXPECT_TRUE(result.preparation.library);
     EXPECT_GT(result.companion_flips, 0);
@@ -116,7 +116,7 @@ TEST(Solve, SearchesByLibraryAndCompanionSideBySide) {
 }
 
 TEST(Solve, TellsTargetsStartsAndBoundsInTheProblemsOwnTerms) {
-    const Problem problem = ring_with_chords(1500);
+    const Problem problem = ring_with_chords(250);
     const Result first = solve(problem, {.time_limit = 0.5});
     for (const double share : {0.0, 0.5, 1.0}) {
         const Result reached =
@@ -133,9 +133,10 @@ TEST(Solve, TellsTargetsStartsAndBoundsInTheProblemsOwnTerms) {
 
 TEST(Solve, SearchesModelsThatNoBandHolds) {
     const Problem problem = ring_with_chords(100'000);
-    const Result result = solve(problem, {.time_limit = 1, .presolve = PresolveEffort::OFF});
+    const Result result =
+        solve(problem, {.time_limit = 60, .target = -1, .presolve = PresolveEffort::OFF});
     EXPECT_FALSE(result.plan);
-    EXPECT_LT(result.energy, 0);
+    EXPECT_EQ(result.ending, Ending::TARGET);
     EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
     EXPECT_THAT(refusal(problem, {.presolve = PresolveEffort::OFF, .companion = 0}),
                 HasSubstr("65536 at most"));
