@@ -28,7 +28,7 @@ _TIME_LIMIT = 5.0
 _ROUNDS = 16
 _LEAST_ROUND = 0.2
 #: The share of a search's time that small steps get after it.
-_POLISH_SHARE = 0.25
+_POLISH_SHARE = 0.5
 
 
 class OrvexCQMSampler:
@@ -38,8 +38,8 @@ class OrvexCQMSampler:
     binary variables, the search makes moves that keep them. Other constraints become penalties, with slack
     bits for inequalities. A call makes several searches: the weight of a penalty begins with what the
     objective may gain where it is broken, is raised where the best solution of a search breaks it, and
-    lowered where that keeps everything, so that the objective is not drowned. Solutions are repaired and
-    improved by small steps between the searches. See docs/constraints.md.
+    lowered where that keeps it, so that the objective is not drowned. Between the searches solutions are
+    repaired and improved by small steps. See docs/constraints.md.
 
     Parameters
     ----------
@@ -172,7 +172,8 @@ class _Call:
             Problem(terms),
             time_limit=seconds * (1 - _POLISH_SHARE if self._polish else 1),
             groups=self._model.groups or None,
-            starts=[] if self._best is None else [self._best.bits],
+            # From then on each search is to find something of its own.
+            starts=[] if self._searches > 0 or self._best is None else [self._best.bits],
             **self._arguments,
         )
         self._searches += 1

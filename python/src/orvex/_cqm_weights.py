@@ -1,10 +1,11 @@
 """How much it costs to break a constraint, and how that is found.
 
-The rule: at first, a penalty weighs as much as the objective changes at most by a flip of one of its bits,
-in a sample of random assignments, over the median of its row's coefficients. After each search the weight
-of every penalty that the best solution breaks is raised. Where it breaks none, all but those of one-hot groups
-are lowered, since too large a weight drowns the objective; but none is lowered to where it was broken before.
-(The moves of the search keep one-hot groups, so that their weights drown nothing.)
+The rule: at first, a penalty weighs as much as the objective changes at most by a flip of one of its bits, in
+a sample of random assignments, over the square of the median of its coefficients: one such bit too many
+costs what it may bring. After each search the weight of a penalty that the best solution breaks is raised by
+a half, and that of others lowered by a sixth, since too large a weight drowns the objective. So weights stay
+about where a constraint just holds. Those of one-hot groups, which the moves of the search keep, are only
+raised.
 """
 
 from __future__ import annotations
@@ -18,12 +19,11 @@ import numpy.typing as npt
 from ._cqm_bits import BitModel, Floats, Ints, decimal
 from ._numbers import integers
 
-_RAISE = 2.0
-_LOWER = 1.5
-#: A weight that was too little, times this, is the least from then on; none is lowered below a share of the
-#: first, which drowns nothing any more.
-_MARGIN = 1.25
+_RAISE = 1.5
+_LOWER = 1.2
+#: The least and the most that a weight becomes, of the first.
 _LEAST_SHARE = 0.02
+_MOST_SHARE = 1e4
 #: The least first weight has so many steps at least.
 _STEPS = 16
 #: Random assignments, from which it is seen what flips change.
@@ -46,7 +46,7 @@ class Weights:
         )
         self._constant = model.objective.constant
         self._constant += sum(penalty.weight * penalty.offset for penalty in fixed)
-        first = self._first()
+        first = self._first = self._first_weights()
         whole = integers(own, "auto", str)
         if any((penalty.values % 1 != 0).any() for penalty in self._free):
             whole = None
@@ -57,15 +57,14 @@ class Weights:
         self._whole = whole is not None
         for penalty, weight in zip(self._free, first):
             penalty.weight = self._step(weight)
-        self._least = [self._step(_LEAST_SHARE * weight) for weight in first]
 
-    def _first(self) -> list[float]:
+    def _first_weights(self) -> list[float]:
         changes = _changes(self._model)
         most = float(changes.max(initial=0)) or 1.0
         first = []
         for penalty in self._free:
             change = float(changes[np.unique(penalty.pairs)].max(initial=0)) or most
-            first.append(change / penalty.row.typical)
+            first.append(change / penalty.row.typical ** 2)
         return first
 
     def _step(self, weight: float) -> float:
@@ -88,13 +87,12 @@ class Weights:
     def adapt(self, held: list[bool]) -> None:
         """Learns which penalties the best solution of a search keeps."""
         free = [holds for penalty, holds in zip(self._model.penalties, held) if not penalty.fixed]
-        for k, (penalty, holds) in enumerate(zip(self._free, free)):
+        for penalty, first, holds in zip(self._free, self._first, free):
             if not holds:
-                self._least[k] = max(self._least[k], penalty.weight * _MARGIN)
-                penalty.weight = self._step(penalty.weight * _RAISE)
-            elif all(free) and penalty.group is None:
-                lower = max(penalty.weight / _LOWER, self._least[k])
-                penalty.weight = min(penalty.weight, self._step(lower))
+                penalty.weight = self._step(min(penalty.weight * _RAISE, first * _MOST_SHARE))
+            elif penalty.group is None:
+                lower = self._step(max(penalty.weight / _LOWER, first * _LEAST_SHARE))
+                penalty.weight = min(penalty.weight, lower)
 
 
 class Terms:
