@@ -16,9 +16,10 @@ from typing import TYPE_CHECKING, Any
 
 from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
+from ._maxcut import Cut, maxcut
 from ._presolve import Presolved, RuleUse
 from ._problem import LargeProblemWarning, Problem, read
-from ._result import Result
+from ._result import Result, Solution
 from ._settings import Settings
 from ._solve import Event, Pulse, solve
 
@@ -27,6 +28,7 @@ if TYPE_CHECKING:
     from ._sampler import OrvexSampler
 
 __all__ = [
+    "Cut",
     "Event",
     "FileWarning",
     "LargeProblemWarning",
@@ -39,8 +41,10 @@ __all__ = [
     "Result",
     "RuleUse",
     "Settings",
+    "Solution",
     "Source",
     "engine_version",
+    "maxcut",
     "read",
     "solve",
 ]

@@ -61,7 +61,7 @@ class OrvexCQMSampler:
     properties: dict[str, Any]
 
     def __init__(self, **defaults: Any) -> None:
-        names = ("time_limit", "target", "num_reads", "initial_states", "companion")
+        names = ("time_limit", "target", "num_reads", "initial_states", "companion", "seed")
         self.parameters = {name: [] for name in (*names, *Settings.__annotations__)}
         self.properties = {"engine_version": engine_version()}
         self._defaults = self._known(defaults)
@@ -89,8 +89,8 @@ class OrvexCQMSampler:
             How many distinct solutions are wanted, 1 by default; there are fewer where fewer were found.
         initial_states
             Samples to begin with, in any form that dimod takes; they must cover all variables.
-        companion
-            As in :func:`solve`.
+        companion, seed
+            As in :func:`solve`; each search has a seed of its own, 1 more than that of the search before.
         parameters
             Settings of the engine; see :class:`Settings`.
 
@@ -126,6 +126,7 @@ class _Call:
         self._end = self._begin + limit
         self._limit = limit
         self._target = target
+        self._seed = whole_number("seed", arguments.pop("seed", 1), 0, 2**63)
         self._arguments = arguments
         self._cqm = cqm
         self._model = BitModel(cqm)
@@ -174,6 +175,7 @@ class _Call:
             groups=self._model.groups or None,
             # From then on each search is to find something of its own.
             starts=[] if self._searches > 0 or self._best is None else [self._best.bits],
+            seed=self._seed + self._searches,
             **self._arguments,
         )
         self._searches += 1

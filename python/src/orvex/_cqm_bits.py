@@ -252,7 +252,7 @@ class BitModel:
         if sum(map(abs, numbers.values())) >= unit * _MOST_VALUES:
             # Too fine for slacks of a bit for each power of two: a penalty near 0 is as good as it gets.
             self.exact = False
-            unit = sum(map(abs, numbers.values())) / _COARSE
+            unit = sum(map(abs, numbers.values()), Fraction(0)) / _COARSE
         elif at_most:  # from what the left side can be, so much is missing to the limit
             constant = -math.floor(-constant / unit + Fraction(1, 10**9)) * unit
         bits = np.array(list(numbers), dtype=np.int64)

@@ -11,12 +11,11 @@ raised.
 from __future__ import annotations
 
 import math
-from typing import Any
 
 import numpy as np
-import numpy.typing as npt
 
-from ._cqm_bits import BitModel, Floats, Ints, decimal
+from ._cqm_bits import BitModel, Floats, decimal
+from ._forms import Terms
 from ._numbers import integers
 
 _RAISE = 1.5
@@ -93,17 +92,6 @@ class Weights:
             elif penalty.group is None:
                 lower = self._step(max(penalty.weight / _LOWER, first * _LEAST_SHARE))
                 penalty.weight = min(penalty.weight, lower)
-
-
-class Terms:
-    """A sum of terms, as sparse matrices are handed over."""
-
-    def __init__(self, size: int, pairs: Ints, values: npt.NDArray[Any]) -> None:
-        self.shape = (size, size)
-        self.row, self.col, self.data = pairs[:, 0], pairs[:, 1], values
-
-    def tocoo(self) -> Terms:
-        return self
 
 
 def _changes(model: BitModel) -> Floats:
