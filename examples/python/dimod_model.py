@@ -63,7 +63,7 @@ found, known = (energy, -best.energy), (ground, most)
 print("work of", most, "is the most")
 
 # %%
-figure, (left, right) = plt.subplots(1, 2, figsize=(11, 4))
+figure, (left, right) = plt.subplots(1, 2, figsize=(11, 4), layout="constrained")
 left.plot(range(1, len(samples) + 1), samples.record.energy, "o")
 left.axhline(ground, color="tab:red", linestyle=":", label="planted ground state")
 left.set(xlabel="solution", ylabel="energy", title="20 distinct solutions")

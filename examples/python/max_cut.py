@@ -40,7 +40,7 @@ print(f"cut {found} of {graph.number_of_edges()} edges after {cut.result.timings
 assert found == sum(graph.edges[edge]["weight"] for edge in cut.edges)
 
 order = [*sorted(cut.parts[0]), *sorted(cut.parts[1])]
-figure, (left, right) = plt.subplots(1, 2, figsize=(11, 5))
+figure, (left, right) = plt.subplots(1, 2, figsize=(11, 5), layout="constrained")
 left.spy(nx.to_scipy_sparse_array(graph, nodelist=order), markersize=0.4, color="0.2")
 border = len(cut.parts[0]) - 0.5
 left.axhline(border, color="tab:red")

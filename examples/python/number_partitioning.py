@@ -31,7 +31,7 @@ assert found**2 == total**2 + 4 * result.energy
 print(f"{left} and {right}, a difference of {found}; the least is {known}")
 
 # %%
-figure, axes = plt.subplots(figsize=(10, 3))
+figure, axes = plt.subplots(figsize=(10, 3), layout="constrained")
 for row, heap in enumerate((numbers[result.x], numbers[~result.x])):
     heap = np.sort(heap)[::-1]
     axes.barh(row, heap, left=np.cumsum(heap) - heap, edgecolor="white", color=f"C{row}")

@@ -49,7 +49,7 @@ assert len(chosen) == k and abs(found - value(chosen)) < 1e-9
 print(f"shares {chosen.tolist()}: {found:.6f}; the best of {len(choices)} choices has {known:.6f}")
 
 # %%
-figure, axes = plt.subplots(figsize=(7, 5))
+figure, axes = plt.subplots(figsize=(7, 5), layout="constrained")
 sample = random.choice(len(choices), 4000, replace=False)
 risk = [np.sqrt(covariance[np.ix_(choices[c], choices[c])].sum()) / k for c in sample]
 gain = [mean[list(choices[c])].mean() for c in sample]

@@ -50,7 +50,7 @@ assert found == (flow * distance[np.ix_(room, room)]).sum()
 print(f"cost {found}; the optimum is {known}")
 
 # %%
-figure, axes = plt.subplots(figsize=(8, 6))
+figure, axes = plt.subplots(figsize=(8, 6), layout="constrained")
 for d in range(n):
     for e in range(d):
         if flow[d, e]:

@@ -51,7 +51,7 @@ print(f"energy {found} ({result.status}, found by {result.info['found_by']}); th
 # The picture shows the spins, and as red lines the couplings that no spin can please.
 
 # %%
-figure, axes = plt.subplots(figsize=(12, 4))
+figure, axes = plt.subplots(figsize=(12, 4), layout="constrained")
 axes.imshow(spins.T, cmap="Greys", alpha=0.6)
 for x, y in np.argwhere(along * spins[1:] * spins[:-1] < 0):
     axes.plot([x + 0.5, x + 0.5], [y - 0.5, y + 0.5], color="tab:red")

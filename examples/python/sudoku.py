@@ -62,7 +62,7 @@ for r in range(9):
     print(*(solution[r, c] for c in range(9)))
 
 # %%
-figure, axes = plt.subplots(figsize=(5, 5))
+figure, axes = plt.subplots(figsize=(5, 5), layout="constrained")
 for (r, c), d in solution.items():
     axes.text(c + 0.5, r + 0.5, str(d), ha="center", va="center", fontsize=15,
               color="black" if (r, c) in given else "tab:blue")

@@ -77,7 +77,7 @@ assert found == sum(distance[a, b] for a, b in zip(tour, tour[1:] + tour[:1]))
 print(f"{found} km by {' '.join(str(city + 1) for city in tour)}; the shortest is {known} km")
 
 # %%
-figure, axes = plt.subplots(figsize=(10, 5))
+figure, axes = plt.subplots(figsize=(10, 5), layout="constrained")
 way = places[tour + tour[:1]]
 axes.plot(way[:, 1], way[:, 0], "o-", color="tab:blue")
 for city, (north, east) in enumerate(places):
