@@ -5,9 +5,9 @@ a MIP solver for the true optimum.
     constraints.py [--limit 10] [--proof 60] [--seeds 3] [--family NAME ...] [--only orvex]
 
 Needs dimod, dwave-samplers, highspy and the package orvex. For each model, one after the other: orvex with its
-defaults on all processors, the same without its small steps between searches, and simulated annealing of what dimod.cqm_to_bqm makes with its default multiplier
-(1000 sweeps a read, a process on each processor) for the same seconds, then HiGHS with its defaults until it has
-a proof, or for the seconds of --proof. Prints a table in Markdown: the least energies of solutions that keep all
+defaults on all processors, the same without its small steps between searches, and simulated annealing of what
+dimod.cqm_to_bqm makes with its default multiplier (1000 sweeps a read, a process on each processor), all for the
+same seconds; then HiGHS with its defaults until it has a proof, or for the seconds of --proof. Prints a table in Markdown: the least energies of solutions that keep all
 constraints by dimod's own check, the share of annealing's reads that do, and HiGHS's seconds.
 """
 import argparse

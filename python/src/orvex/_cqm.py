@@ -38,7 +38,7 @@ class OrvexCQMSampler:
     binary variables, the search makes moves that keep them. Other constraints become penalties, with slack
     bits for inequalities. A call makes several searches: the weight of a penalty begins with what the
     objective may gain where it is broken, is raised where the best solution of a search breaks it, and
-    lowered where that keeps it, so that the objective is not drowned. Between the searches solutions are
+    lowered where that breaks none, so that the objective is not drowned. Between the searches solutions are
     repaired and improved by small steps. See docs/constraints.md.
 
     Parameters

@@ -3,9 +3,9 @@
 The rule: at first, a penalty weighs as much as the objective changes at most by a flip of one of its bits, in
 a sample of random assignments, over the square of the median of its coefficients: one such bit too many
 costs what it may bring. After each search the weight of a penalty that the best solution breaks is raised by
-a half, and that of others lowered by a sixth, since too large a weight drowns the objective. So weights stay
-about where a constraint just holds. Those of one-hot groups, which the moves of the search keep, are only
-raised.
+a half; where it breaks none, all weights are lowered by a third, since too large ones drown the objective. So
+they stay about where the constraints just hold. Those of one-hot groups, which the moves of the search keep,
+are only raised.
 """
 
 from __future__ import annotations
@@ -19,7 +19,7 @@ from ._forms import Terms
 from ._numbers import integers
 
 _RAISE = 1.5
-_LOWER = 1.2
+_LOWER = 1.5
 #: The least and the most that a weight becomes, of the first.
 _LEAST_SHARE = 0.02
 _MOST_SHARE = 1e4
@@ -89,7 +89,7 @@ class Weights:
         for penalty, first, holds in zip(self._free, self._first, free):
             if not holds:
                 penalty.weight = self._step(min(penalty.weight * _RAISE, first * _MOST_SHARE))
-            elif penalty.group is None:
+            elif all(free) and penalty.group is None:
                 lower = self._step(max(penalty.weight / _LOWER, first * _LEAST_SHARE))
                 penalty.weight = min(penalty.weight, lower)
 
