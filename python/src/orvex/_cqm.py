@@ -6,6 +6,7 @@ values in it.
 
 from __future__ import annotations
 
+import math
 import time
 from typing import Any, NamedTuple
 
@@ -99,8 +100,9 @@ class OrvexCQMSampler:
         dimod.SampleSet
             In the model's own variables: those that keep all constraints first, then by energy. Each has
             `is_feasible`, and `is_satisfied` for each of ``info["constraint_labels"]``; `info` has also
-            "status" ("optimal" where no solution can be better, "target reached" or "time limit"), "bound"
-            (no solution has less energy, or None), "searches", "weights" (of the last search) and "timings".
+            "status" ("optimal" where no solution can be better, "target reached", "time limit" or, by Ctrl-C,
+            "interrupted"), "bound" (no solution has less energy, or None), "searches", "weights" (of the
+            penalties in the last search) and "timings".
         """
         arguments = {**self._defaults, **self._known(parameters)}
         limit = real_number("time_limit", arguments.pop("time_limit", _TIME_LIMIT), 1e-6, 1e9)
@@ -183,18 +185,22 @@ class _Call:
         satisfied = self._enter(found)[-1]
         if self._model.exact:
             self._note_proof(result, scale, constant, self._seen[self._key(found[-1])])
+        if result.status == "interrupted":
+            self._status = "interrupted"
         if self._polish is not None and not self._status:
             deadline = min(time.perf_counter() + seconds * _POLISH_SHARE, self._end)
             self._enter([self._model.completed(self._polish(found[-1], deadline))])
         self._weights.adapt(self._model.held(result.x, satisfied))
 
     def _note_proof(self, result: Result, scale: float, constant: float, best: _Known) -> None:
-        """A solution of a penalised problem that is optimal there, and keeps all constraints, is optimal: of
-        all such the penalised problem knows the energy, and it has no penalty below 0."""
+        """A solution of a penalised problem that is optimal there, keeps all constraints and has no other energy
+        in the model is optimal: of all that keep them the penalised problem has the energies, or less. (It may
+        have less where products or priced bits are not what the variables make them.)"""
         if result.bound is not None:
             bound = float(result.bound) / scale + constant
             self._bound = bound if self._bound is None else max(self._bound, bound)
-        if result.status == "optimal" and best.feasible:
+        energy = float(result.energy) / scale + constant
+        if result.status == "optimal" and best.feasible and math.isclose(energy, best.energy, abs_tol=1e-9):
             self._status = "optimal"
             self._bound = best.energy
 
@@ -230,7 +236,7 @@ class _Call:
             "status": self._status,
             "bound": self._bound,
             "searches": self._searches,
-            "weights": {p.label: p.weight / p.row.unit for p in penalties if p.label is not None},
+            "weights": {p.label: p.weight for p in penalties if p.label is not None},
             "timings": {"total": time.perf_counter() - self._begin},
         }
         return self._sample_set([known.bits for known in best], info=info)
