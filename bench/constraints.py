@@ -4,12 +4,14 @@ a MIP solver for the true optimum.
 
     constraints.py [--limit 10] [--proof 60] [--seeds 3] [--family NAME ...] [--only orvex]
 
-Needs dimod, dwave-samplers, highspy and the package orvex. For each model, one after the other: orvex with its
-defaults on all processors, the same without its small steps between searches, and simulated annealing of what
-dimod.cqm_to_bqm makes with its default multiplier (1000 sweeps a read, a process on each processor), all for the
-same seconds; then HiGHS with its defaults until it has a proof, or for the seconds of --proof. Prints a table in Markdown: the least energies of solutions that keep all
-constraints by dimod's own check, the share of annealing's reads that do, and HiGHS's seconds.
+Needs dimod, dwave-samplers, highspy and the package orvex. For each model, one after the other and all for the
+same seconds: orvex with its defaults on all processors, the same without its small steps between searches, and
+simulated annealing of what dimod.cqm_to_bqm makes with its default multiplier (1000 sweeps a read, a process on
+each processor); then HiGHS with its defaults until it has a proof, or for the seconds of --proof. Prints a table
+in Markdown: the least energies of solutions that keep all constraints by dimod's own check, the share of
+annealing's reads that do, and HiGHS's seconds.
 """
+
 import argparse
 import concurrent.futures
 import os
@@ -18,8 +20,8 @@ import time
 import dimod
 import numpy as np
 
-
 # ---- models
+
 
 def knapsack(seed, items=300):
     """Items of 10 to 100 with values near their weights, and half of the room."""
@@ -41,7 +43,9 @@ def assignment(seed, agents=8, jobs=40):
     for j in range(jobs):
         cqm.add_discrete([f"x_{a}_{j}" for a in range(agents)], label=f"job_{j}")
     for a in range(agents):
-        cqm.add_constraint(dimod.quicksum(int(hours[a, j]) * x[a, j] for j in range(jobs)) <= room[a], label=f"agent_{a}")
+        cqm.add_constraint(
+            dimod.quicksum(int(hours[a, j]) * x[a, j] for j in range(jobs)) <= room[a], label=f"agent_{a}"
+        )
     return cqm
 
 
@@ -70,7 +74,9 @@ def bin_packing(seed, items=25, bins=10):
     for i in range(items):
         cqm.add_discrete([f"x_{i}_{b}" for b in range(bins)], label=f"item_{i}")
     for b in range(bins):
-        cqm.add_constraint(dimod.quicksum(int(weights[i]) * x[i, b] for i in range(items)) - 150 * y[b] <= 0, label=f"bin_{b}")
+        cqm.add_constraint(
+            dimod.quicksum(int(weights[i]) * x[i, b] for i in range(items)) - 150 * y[b] <= 0, label=f"bin_{b}"
+        )
     return cqm
 
 
@@ -91,16 +97,38 @@ def schedule(seed, jobs=15, slots=20, machines=2):
     return cqm
 
 
+def quadratic_assignment(seed, size=12):
+    """Sites on a plane, and flows of 0 to 9 between what is put there."""
+    rng = np.random.default_rng(seed)
+    sites = rng.integers(0, 50, (size, 2))
+    distances = np.abs(sites[:, None] - sites).sum(axis=2)
+    flows = np.triu(rng.integers(0, 10, (size, size)), 1)
+    cqm = dimod.ConstrainedQuadraticModel()
+    x = [[f"x_{thing}_{site}" for site in range(size)] for thing in range(size)]
+    cost = dimod.BinaryQuadraticModel("BINARY")
+    for a in range(size):
+        for b in range(a + 1, size):
+            for s, t in np.argwhere(distances * flows[a, b]):
+                cost.add_quadratic(x[a][s], x[b][t], int(flows[a, b] * distances[s, t]))
+    cqm.set_objective(cost)
+    for k in range(size):
+        cqm.add_discrete(x[k], label=f"thing_{k}")
+        cqm.add_constraint([(x[thing][k], 1) for thing in range(size)] + [(-1,)], "==", label=f"site_{k}")
+    return cqm
+
+
 FAMILIES = {
     "knapsack, 300 items": knapsack,
     "assignment, 20 to 20": permutation,
     "generalised assignment, 40 jobs, 8 agents": assignment,
     "bin packing, 25 items, 10 bins": bin_packing,
     "scheduling, 15 jobs, 2 machines": schedule,
+    "quadratic assignment, 12 to 12": quadratic_assignment,
 }
 
 
 # ---- solvers: each gives the least energy that keeps all constraints, or None
+
 
 def best_of(samples):
     feasible = samples.record.energy[samples.record.is_feasible]
@@ -148,20 +176,30 @@ def by_annealing(make, model, limit):
 
 
 def by_highs(cqm, limit):
-    """The models above are linear, and stated to it as they are."""
+    """Linear models are stated to it as they are; products of bits that cost something become variables."""
     import highspy
 
     solver = highspy.Highs()
     solver.setOptionValue("output_flag", False)
     solver.setOptionValue("time_limit", float(limit))
-    columns = {v: solver.addVariable(lb=cqm.lower_bound(v), ub=cqm.upper_bound(v),
-                                     obj=cqm.objective.get_linear(v) if v in cqm.objective.variables else 0.0,
-                                     type=highspy.HighsVarType.kInteger) for v in cqm.variables}
+    columns = {
+        v: solver.addVariable(
+            lb=cqm.lower_bound(v),
+            ub=cqm.upper_bound(v),
+            obj=cqm.objective.get_linear(v) if v in cqm.objective.variables else 0.0,
+            type=highspy.HighsVarType.kInteger,
+        )
+        for v in cqm.variables
+    }
     for constraint in cqm.constraints.values():
         total = sum(bias * columns[v] for v, bias in constraint.lhs.iter_linear())
         rhs = constraint.rhs - constraint.lhs.offset
         sense = constraint.sense.name
         solver.addConstr(total == rhs if sense == "Eq" else total <= rhs if sense == "Le" else total >= rhs)
+    for u, v, bias in cqm.objective.iter_quadratic():
+        assert bias > 0
+        product = solver.addVariable(lb=0, ub=1, obj=bias)
+        solver.addConstr(product >= columns[u] + columns[v] - 1)
     begin = time.perf_counter()
     solver.run()
     seconds = time.perf_counter() - begin
@@ -182,8 +220,10 @@ def main():
     parser.add_argument("--family", nargs="+", help="beginnings of names")
     parser.add_argument("--only", choices=("orvex",), help="no other solver")
     args = parser.parse_args()
-    print("| model | variables | constraints | orvex | without small steps | annealing | reads that keep all | HiGHS | "
-          "its seconds |")
+    print(
+        "| model | variables | constraints | orvex | without small steps | annealing | reads that keep all | HiGHS | "
+        "its seconds |"
+    )
     print("|" + " --- |" * 9, flush=True)
     for name, make in FAMILIES.items():
         if args.family and not name.startswith(tuple(args.family)):
@@ -192,13 +232,22 @@ def main():
             cqm = make(seed)
             ours, proven = by_orvex(cqm, args.limit)
             searches, _ = by_orvex(cqm, args.limit, small_steps=False)
-            cells = [f"{name}, seed {seed}", len(cqm.variables), len(cqm.constraints),
-                     text(ours) + (" (proven)" if proven else ""), text(searches)]
+            cells = [
+                f"{name}, seed {seed}",
+                len(cqm.variables),
+                len(cqm.constraints),
+                text(ours) + (" (proven)" if proven else ""),
+                text(searches),
+            ]
             if not args.only:
                 theirs, share = by_annealing(make, seed, args.limit)
                 energy, optimal, seconds = by_highs(cqm, args.proof)
-                cells += [text(theirs), f"{share:.0%}", text(energy) + ("" if optimal else " (not proven)"),
-                          f"{seconds:.2f}"]
+                cells += [
+                    text(theirs),
+                    f"{share:.0%}",
+                    text(energy) + ("" if optimal else " (not proven)"),
+                    f"{seconds:.2f}",
+                ]
             print("| " + " | ".join(map(str, cells)) + " |", flush=True)
 
 

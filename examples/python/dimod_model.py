@@ -56,8 +56,15 @@ print({name: int(count) for name, count in best.sample.items()}, "work", -best.e
 
 # %%
 assert model_with_constraints.check_feasible(best.sample)
-counts = [(d, l, m, s, c) for d in range(10) for l in range(10) for m in range(10) for s in range(10) for c in (0, 1)
-          if 30 * d + 55 * l + 80 * m + 12 * s + 9 * c <= 400 and 2 * d + 3 * l + 4 * m + s <= 23 and m <= 5 * c]
+counts = [
+    (d, l, m, s, c)
+    for d in range(10)
+    for l in range(10)
+    for m in range(10)
+    for s in range(10)
+    for c in (0, 1)
+    if 30 * d + 55 * l + 80 * m + 12 * s + 9 * c <= 400 and 2 * d + 3 * l + 4 * m + s <= 23 and m <= 5 * c
+]
 most = max(7 * d + 12 * l + 16 * m + 3 * s + 2 * c for d, l, m, s, c in counts)
 found, known = (energy, -best.energy), (ground, most)
 print("work of", most, "is the most")

@@ -55,6 +55,13 @@ print(f"{graph.number_of_edges()} edges, {colours} colours, {found} edges wrong"
 
 # %%
 figure, axes = plt.subplots(figsize=(7, 7), layout="constrained")
-nx.draw(graph, dict(enumerate(places)), ax=axes, node_size=120, edge_color="0.7", edgecolors="black",
-        node_color=[plt.cm.Set2(int(colour[v])) for v in graph])
+nx.draw(
+    graph,
+    dict(enumerate(places)),
+    ax=axes,
+    node_size=120,
+    edge_color="0.7",
+    edgecolors="black",
+    node_color=[plt.cm.Set2(int(colour[v])) for v in graph],
+)
 figure.savefig("graph_colouring.png", dpi=100)

@@ -54,7 +54,9 @@ sample = random.choice(len(choices), 4000, replace=False)
 risk = [np.sqrt(covariance[np.ix_(choices[c], choices[c])].sum()) / k for c in sample]
 gain = [mean[list(choices[c])].mean() for c in sample]
 axes.scatter(risk, gain, s=2, color="0.6", label="4000 choices")
-axes.scatter(np.sqrt(covariance[np.ix_(chosen, chosen)].sum()) / k, mean[chosen].mean(), color="tab:red", label="found")
+axes.scatter(
+    np.sqrt(covariance[np.ix_(chosen, chosen)].sum()) / k, mean[chosen].mean(), color="tab:red", label="found"
+)
 axes.set(xlabel="risk", ylabel="expected return", title="6 of 20 shares")
 axes.legend()
 figure.savefig("portfolio.png", dpi=100)

@@ -58,7 +58,6 @@ for d in range(n):
             axes.plot([x0, x1], [y0, y1], color="tab:blue", linewidth=flow[d, e] / 2, alpha=0.5)
 for d in range(n):
     row, column = rooms[room[d]]
-    axes.text(column, row, str(d + 1), ha="center", va="center",
-              bbox={"boxstyle": "circle", "facecolor": "white"})
+    axes.text(column, row, str(d + 1), ha="center", va="center", bbox={"boxstyle": "circle", "facecolor": "white"})
 axes.set(xlim=(-0.5, 3.5), ylim=(2.5, -0.5), xticks=[], yticks=[], title=f"nug12: cost {found}")
 figure.savefig("quadratic_assignment.png", dpi=100)

@@ -64,8 +64,15 @@ for r in range(9):
 # %%
 figure, axes = plt.subplots(figsize=(5, 5), layout="constrained")
 for (r, c), d in solution.items():
-    axes.text(c + 0.5, r + 0.5, str(d), ha="center", va="center", fontsize=15,
-              color="black" if (r, c) in given else "tab:blue")
+    axes.text(
+        c + 0.5,
+        r + 0.5,
+        str(d),
+        ha="center",
+        va="center",
+        fontsize=15,
+        color="black" if (r, c) in given else "tab:blue",
+    )
 for k in range(10):
     axes.axhline(k, color="black", linewidth=2 if k % 3 == 0 else 0.5)
     axes.axvline(k, color="black", linewidth=2 if k % 3 == 0 else 0.5)

@@ -20,15 +20,31 @@ import matplotlib.pyplot as plt
 import numpy as np
 import orvex
 
-places = np.array([
-    (38.24, 20.42), (39.57, 26.15), (40.56, 25.32), (36.26, 23.12), (33.48, 10.54), (37.56, 12.19),
-    (38.42, 13.11), (37.52, 20.44), (41.23, 9.10), (41.17, 13.05), (36.08, -5.21), (38.47, 15.13),
-    (38.15, 15.35), (37.51, 15.17), (35.49, 14.32), (39.36, 19.56),
-])  # degrees and minutes of latitude and longitude
+places = np.array(
+    [
+        (38.24, 20.42),
+        (39.57, 26.15),
+        (40.56, 25.32),
+        (36.26, 23.12),
+        (33.48, 10.54),
+        (37.56, 12.19),
+        (38.42, 13.11),
+        (37.52, 20.44),
+        (41.23, 9.10),
+        (41.17, 13.05),
+        (36.08, -5.21),
+        (38.47, 15.13),
+        (38.15, 15.35),
+        (37.51, 15.17),
+        (35.49, 14.32),
+        (39.36, 19.56),
+    ]
+)  # degrees and minutes of latitude and longitude
 
 
 def kilometres(a, b):
     """As TSPLIB measures them on its globe."""
+
     def radians(value):
         degrees = int(value)
         return 3.141592 * (degrees + 5 * (value - degrees) / 3) / 180

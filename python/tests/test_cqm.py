@@ -134,13 +134,19 @@ def random_model(seed: int) -> dimod.CQM:
     cqm.add_variable("INTEGER", "j", lower_bound=1, upper_bound=6)
     names = list(cqm.variables)
     known = {
-        v: int(random.choice((-1, 1) if v == "s" else range(int(cqm.lower_bound(v)), int(cqm.upper_bound(v)) + 1)))
+        v: int(
+            random.choice(
+                (-1, 1) if v == "s" else range(int(cqm.lower_bound(v)), int(cqm.upper_bound(v)) + 1)
+            )
+        )
         for v in names
     }
     objective = dimod.QM()
     objective.update(dimod.QM.from_bqm(dimod.BQM("BINARY")))
     for v in names:
-        objective.add_variable(cqm.vartype(v), v, lower_bound=cqm.lower_bound(v), upper_bound=cqm.upper_bound(v))
+        objective.add_variable(
+            cqm.vartype(v), v, lower_bound=cqm.lower_bound(v), upper_bound=cqm.upper_bound(v)
+        )
         objective.set_linear(v, int(random.integers(-9, 10)))
     for u, v in itertools.combinations(names, 2):
         objective.add_quadratic(u, v, int(random.integers(-5, 6)))
@@ -161,7 +167,10 @@ def test_penalties_are_0_where_constraints_hold_and_above_elsewhere(seed):
     for bits in random.random((200, model.size)) < 0.5:
         bits = model.completed(bits)
         values = model.values(bits[None])[0]
-        assert np.array_equal(model.bits(values), bits) or model.values(model.bits(values)[None])[0].tolist() == values.tolist()
+        assert (
+            np.array_equal(model.bits(values), bits)
+            or model.values(model.bits(values)[None])[0].tolist() == values.tolist()
+        )
         sample = dict(zip(model.variables, values.tolist()))
         violations = cqm.violations(sample, clip=True)
         for penalty in model.penalties:
@@ -192,7 +201,9 @@ def matching(size: int = 6) -> dimod.CQM:
 
 def test_discrete_constraints_and_their_like_become_groups():
     model = BitModel(matching())
-    assert [len(group) for group in model.groups] == [6] * 6 + [7] * 6  # with a bit for "none of them"
+    assert [len(group) for group in model.groups] == [6] * 6 + [
+        7
+    ] * 6  # with a bit for "none of them"
     from scipy.optimize import linear_sum_assignment
 
     costs = np.random.default_rng(3).integers(1, 50, (6, 6))
@@ -240,7 +251,9 @@ def test_integer_variables_without_bounds_get_those_of_the_constraints():
     cqm.set_objective(-5 * i - 4 * j)
     cqm.add_constraint(6 * i + 4 * j <= 24, label="a")
     with pytest.raises(ValueError, match="give it bounds"):
-        orvex.OrvexCQMSampler().sample_cqm(dimod.CQM.from_qm(dimod.QM.from_bqm(dimod.BQM("BINARY")) + i))
+        orvex.OrvexCQMSampler().sample_cqm(
+            dimod.CQM.from_qm(dimod.QM.from_bqm(dimod.BQM("BINARY")) + i)
+        )
     cqm.add_constraint(i + 2 * j <= 6, label="b")
     samples = solve(cqm)
     assert (samples.record.energy[0], samples.record.sample[0].tolist()) == (-22 + 1, [3, 1]) or (

@@ -60,7 +60,9 @@ def test_a_seed_repeats_what_a_search_begins_with():
 
 def test_results_become_tables_of_pandas():
     pandas = pytest.importorskip("pandas")
-    result = orvex.solve({("a", "a"): -2, ("a", "b"): 1, ("b", "c"): -3.5}, solutions=4, time_limit=1)
+    result = orvex.solve(
+        {("a", "a"): -2, ("a", "b"): 1, ("b", "c"): -3.5}, solutions=4, time_limit=1
+    )
     table = result.to_pandas()
     assert table.columns.tolist() == ["energy", "a", "b", "c"]
     assert table.energy.tolist() == [solution.energy for solution in result.best]
@@ -123,7 +125,9 @@ def test_the_sampler_works_inside_composites():
     assert len(short) == 2
     shaped = dimod.StructureComposite(sampler, list(bqm.variables), list(bqm.quadratic))
     assert shaped.sample(bqm).first.energy == pytest.approx(least)
-    higher = dimod.HigherOrderComposite(sampler).sample_hubo({("a", "b", "c"): -2, ("a",): 1, ("b",): 0.5})
+    higher = dimod.HigherOrderComposite(sampler).sample_hubo(
+        {("a", "b", "c"): -2, ("a",): 1, ("b",): 0.5}
+    )
     assert higher.first.energy == pytest.approx(-0.5)
     poly = dimod.HigherOrderComposite(sampler).sample_poly(
         dimod.BinaryPolynomial({"abc": -1, "ab": 1, "d": 2}, "SPIN"), penalty_strength=5

@@ -33,4 +33,8 @@ def test_an_example_is_a_notebook(example):
     notebook = jupytext.read(example)
     kinds = [cell.cell_type for cell in notebook.cells]
     assert kinds[0] == "markdown" and kinds.count("code") >= 2
-    assert "\\min" in notebook.cells[0].source or "\\sum" in notebook.cells[0].source or "QUBO" in notebook.cells[0].source
+    assert (
+        "\\min" in notebook.cells[0].source
+        or "\\sum" in notebook.cells[0].source
+        or "QUBO" in notebook.cells[0].source
+    )

@@ -1,5 +1,6 @@
 """Searches in threads and in processes at the same time: those of threads take turns where the library searches,
-those of processes run at once, and a process that was forked in the middle of a search refuses to search."""
+those of processes run at once, and a process that was forked in the middle of a search refuses to search.
+"""
 
 import concurrent.futures
 import multiprocessing
@@ -19,7 +20,12 @@ def search(seed: int, companion: int = 0) -> tuple[int, int, float, float]:
     problem = orvex.Problem(random_matrix(60, seed=seed))
     result = orvex.solve(problem, time_limit=0.5, presolve=False, companion=companion)
     end = time.time()
-    return os.getpid(), int(result.energy - problem.energy(result.x)), end - result.timings["search"], end
+    return (
+        os.getpid(),
+        int(result.energy - problem.energy(result.x)),
+        end - result.timings["search"],
+        end,
+    )
 
 
 def test_processes_search_at_once():
@@ -35,7 +41,9 @@ def test_processes_search_at_once():
 def test_threads_and_processes_search_side_by_side(companion):
     context = multiprocessing.get_context("spawn")
     told: list[tuple[int, int, float, float]] = []
-    threads = [threading.Thread(target=lambda k=k: told.append(search(k, companion))) for k in (3, 4)]
+    threads = [
+        threading.Thread(target=lambda k=k: told.append(search(k, companion))) for k in (3, 4)
+    ]
     with concurrent.futures.ProcessPoolExecutor(1, mp_context=context) as pool:
         other = pool.submit(search, 5, companion)
         for thread in threads:
@@ -58,7 +66,9 @@ def test_a_process_may_be_forked_between_searches():
 def test_a_process_forked_while_its_parent_searches_refuses_to_search():
     running = threading.Event()
     thread = threading.Thread(
-        target=lambda: orvex.solve(random_matrix(60), time_limit=2, presolve=False, pulse=lambda _: running.set())
+        target=lambda: orvex.solve(
+            random_matrix(60), time_limit=2, presolve=False, pulse=lambda _: running.set()
+        )
     )
     thread.start()
     assert running.wait(20)

@@ -14,7 +14,8 @@ import dimod
 import numpy as np
 import numpy.typing as npt
 
-from ._cqm_bits import Bits, BitModel, Floats, Ints
+from ._cqm_bits import BitModel
+from ._cqm_penalty import Bits
 from ._cqm_polish import Polish
 from ._cqm_weights import Weights
 from ._library import engine_version
@@ -200,7 +201,11 @@ class _Call:
             bound = float(result.bound) / scale + constant
             self._bound = bound if self._bound is None else max(self._bound, bound)
         energy = float(result.energy) / scale + constant
-        if result.status == "optimal" and best.feasible and math.isclose(energy, best.energy, abs_tol=1e-9):
+        if (
+            result.status == "optimal"
+            and best.feasible
+            and math.isclose(energy, best.energy, abs_tol=1e-9)
+        ):
             self._status = "optimal"
             self._bound = best.energy
 
@@ -213,7 +218,9 @@ class _Call:
         """Takes in solutions; which constraints hold in each, in dimod's order."""
         samples = self._sample_set(found)
         record = samples.record
-        for bits, energy, feasible in zip(found, record.energy.tolist(), record.is_feasible.tolist()):
+        for bits, energy, feasible in zip(
+            found, record.energy.tolist(), record.is_feasible.tolist()
+        ):
             known = self._seen[self._key(bits)] = _Known(bits, energy, feasible)
             if self._best is None or known.rank < self._best.rank:
                 self._best = known

@@ -16,8 +16,19 @@ from typing import Any
 
 import dimod
 import numpy as np
-import numpy.typing as npt
 
+from ._cqm_penalty import (
+    NO_ROW,
+    Bits,
+    Floats,
+    Ints,
+    Penalty,
+    Row,
+    expansion,
+    interpolated,
+    slack_parts,
+    square,
+)
 from ._numbers import exact
 
 #: An integer variable, or a slack with a unit, has at most so many values: 2 ** 20.
@@ -26,10 +37,6 @@ _MOST_VALUES = 1 << 20
 _COARSE = 1 << 10
 #: Passes over the constraints to find bounds of the integer variables.
 _PASSES = 10
-
-Floats = npt.NDArray[np.float64]
-Ints = npt.NDArray[np.int64]
-Bits = npt.NDArray[np.bool_]
 
 
 @dataclass
@@ -56,48 +63,6 @@ class Polynomial:
         pairs = [(i, i) for i in self.linear] + list(self.quadratic)
         values = [*self.linear.values(), *self.quadratic.values()]
         return np.array(pairs, dtype=np.int64).reshape(-1, 2), np.array(values, dtype=np.float64)
-
-
-@dataclass
-class Row:
-    """Says that the sum of `coefficients` times `bits`, and `constant`, is 0, or (`at_most`) not above."""
-
-    bits: Ints
-    coefficients: Floats
-    constant: float
-    at_most: bool
-    unit: float = 1.0  #: that all of these are counted in
-
-    @property
-    def typical(self) -> float:
-        """The size of a coefficient, as the median has it."""
-        return float(np.median(np.abs(self.coefficients))) if len(self.coefficients) else 1.0
-
-    def excess(self, bits: Bits) -> float:
-        return float(bits[self.bits] @ self.coefficients + self.constant)
-
-
-@dataclass
-class Penalty:
-    """What breaking a row costs: 0 where it holds, and above 0 elsewhere.
-
-    The slack bits make good what is missing to a limit, each by its coefficient.
-    """
-
-    label: Hashable | None  #: of the model's constraint; None for what the model does not ask for
-    row: Row
-    slack: dict[int, float]
-    pairs: Ints
-    values: Floats
-    offset: float
-    weight: float = 1.0
-    fixed: bool = False  #: whether the weight is the model's own
-    group: list[int] | None = None  #: the bits of which exactly one is 1, where that is what it says
-    product: tuple[int, int, int] | None = None  #: of the first two bits, which the third is
-
-    def cost(self, bits: Bits) -> float:
-        """What it costs at weight 1."""
-        return float(self.values @ (bits[self.pairs[:, 0]] & bits[self.pairs[:, 1]])) + self.offset
 
 
 class BitModel:
@@ -138,7 +103,9 @@ class BitModel:
         for _ in range(_PASSES):
             changed = False
             for terms, limit in rows:
-                least = sum(min(c * low, c * high) for v, c in terms for low, high in [self._bounds[v]])
+                least = sum(
+                    min(c * low, c * high) for v, c in terms for low, high in [self._bounds[v]]
+                )
                 for v, c in terms:
                     low, high = self._bounds[v]
                     if self.cqm.vartype(v) is not dimod.INTEGER or low == high:
@@ -170,7 +137,7 @@ class BitModel:
                 f"the integer variable {v!r} may be from {low:g} to {high:g}, which is too much: give it "
                 f"bounds that allow at most {_MOST_VALUES} values"
             )
-        return float(low), self._new_bits(_expansion(int(high - low)))
+        return float(low), self._new_bits(expansion(int(high - low)))
 
     def _new_bits(self, coefficients: Iterable[float]) -> list[tuple[int, float]]:
         bits = [(self.size + k, float(c)) for k, c in enumerate(coefficients)]
@@ -185,9 +152,7 @@ class BitModel:
             form = Polynomial()
             for bits, value in (((i, j), 1.0), ((i, z), -2.0), ((j, z), -2.0), ((z,), 3.0)):
                 form.add(bits, value)
-            self.penalties.append(
-                Penalty(None, _NO_ROW, {}, *form.terms(), 0.0, product=(*pair, z))
-            )
+            self.penalties.append(Penalty(None, NO_ROW, {}, *form.terms(), 0.0, product=(*pair, z)))
         return self.products[pair]
 
     def _polynomial(self, model: Any) -> Polynomial:
@@ -225,12 +190,12 @@ class BitModel:
         if priced:  # bits that stand for what is broken, at a price each; with them it holds
             price = float(constraint.lhs.weight()) * row.unit
             for most, sign in ((over, -1.0), (0.0 if row.at_most else room, 1.0)):
-                for i, c in self._new_bits(_slack(most)):
+                for i, c in self._new_bits(slack_parts(most)):
                     slack[i] = sign * c
                     self.objective.add((i,), price * c)
         if row.at_most:
-            slack.update(self._new_bits(_slack(room)))
-        penalty = Penalty(label, row, slack, *_square(row, slack))
+            slack.update(self._new_bits(slack_parts(room)))
+        penalty = Penalty(label, row, slack, *square(row, slack))
         if soft:
             penalty.label, penalty.fixed = None, not priced
             penalty.weight = float(constraint.lhs.weight()) * row.unit**2
@@ -262,7 +227,7 @@ class BitModel:
     def _add_small(self, label: Hashable, lhs: Any, row: Row) -> None:
         """One of at most two bits, which needs no slack: what breaks it is a polynomial of second degree."""
         power = 2 if lhs.is_soft() and lhs.penalty() == "quadratic" else 1
-        penalty = Penalty(label, row, {}, *_interpolated(row, power))
+        penalty = Penalty(label, row, {}, *interpolated(row, power))
         if not penalty.values.any():
             return
         if lhs.is_soft():
@@ -344,17 +309,6 @@ def _bounds_of(cqm: Any, v: Hashable) -> tuple[float, float]:
     return math.ceil(cqm.lower_bound(v)), math.floor(cqm.upper_bound(v))
 
 
-def _expansion(most: int) -> list[int]:
-    """Coefficients of bits whose sums are the numbers from 0 to `most`, largest first."""
-    parts = []
-    power = 1
-    while most > 0:
-        parts.append(min(power, most))
-        most -= parts[-1]
-        power *= 2
-    return sorted(parts, reverse=True)
-
-
 def _fill(bits: Bits, parts: dict[int, float], value: float) -> None:
     """Sets bits so that their sum is the next to a value; largest first leaves no number out."""
     smallest = min(parts.values(), default=1.0)
@@ -379,38 +333,3 @@ def _unit(numbers: Iterable[Fraction]) -> Fraction:
         return Fraction(1)
     below = math.lcm(*(number.denominator for number in numbers))
     return Fraction(math.gcd(*(int(number * below) for number in numbers)), below)
-
-
-def _slack(room: float) -> list[int]:
-    """Coefficients whose sums go from 0 to `room` in steps of 1."""
-    return _expansion(math.ceil(room - 1e-9))
-
-
-def _square(row: Row, slack: dict[int, float]) -> tuple[Ints, Floats, float]:
-    """The square of a row with its slack, as terms and a constant."""
-    every = np.concatenate([row.bits, np.array(list(slack), dtype=np.int64)])
-    weights = np.concatenate([row.coefficients, np.array(list(slack.values()), dtype=np.float64)])
-    first, second = np.triu_indices(len(every), 1)
-    pairs = np.concatenate(
-        [np.column_stack([every, every]), np.column_stack([every[first], every[second]])]
-    )
-    values = [weights * (weights + 2 * row.constant), 2 * weights[first] * weights[second]]
-    return pairs, np.concatenate(values), row.constant**2
-
-
-def _interpolated(row: Row, power: int) -> tuple[Ints, Floats, float]:
-    """A power of what a row of at most two bits is above 0."""
-
-    def broken(total: float) -> float:
-        return float(max(row.constant + total, 0.0) ** power)
-
-    none = broken(0)
-    values = [broken(c) - none for c in row.coefficients.tolist()]
-    pairs = [(i, i) for i in row.bits.tolist()]
-    if len(pairs) == 2:
-        pairs.append((pairs[0][0], pairs[1][0]))
-        values.append(broken(row.coefficients.sum()) - none - sum(values))
-    return np.array(pairs, dtype=np.int64).reshape(-1, 2), np.array(values, dtype=np.float64), none
-
-
-_NO_ROW = Row(np.zeros(0, dtype=np.int64), np.zeros(0), 0.0, False)

@@ -11,7 +11,8 @@ import time
 import numpy as np
 import numpy.typing as npt
 
-from ._cqm_bits import Bits, BitModel, Floats, Ints
+from ._cqm_bits import BitModel
+from ._cqm_penalty import Bits, Floats, Ints
 
 #: What is less than this is what floats leave of nothing.
 _LEAST = 1e-9
@@ -26,7 +27,9 @@ class Polish:
     def works_on(model: BitModel) -> bool:
         """Whether the model is of the kind and of the size."""
         rows = len(model.penalties)
-        return not model.products and model.model_bits * max(rows, model.model_bits) <= _MOST_ENTRIES
+        return (
+            not model.products and model.model_bits * max(rows, model.model_bits) <= _MOST_ENTRIES
+        )
 
     def __init__(self, model: BitModel) -> None:
         size = self._size = model.model_bits

@@ -14,7 +14,8 @@ import math
 
 import numpy as np
 
-from ._cqm_bits import BitModel, Floats, decimal
+from ._cqm_bits import BitModel, decimal
+from ._cqm_penalty import Floats
 from ._forms import Terms
 from ._numbers import integers
 
@@ -41,7 +42,11 @@ class Weights:
         own = np.concatenate([values, *(penalty.weight * penalty.values for penalty in fixed)])
         own = np.array([decimal(value) for value in own.tolist()])
         self._pairs = np.concatenate(
-            [pairs, *(penalty.pairs for penalty in fixed), *(penalty.pairs for penalty in self._free)]
+            [
+                pairs,
+                *(penalty.pairs for penalty in fixed),
+                *(penalty.pairs for penalty in self._free),
+            ]
         )
         self._constant = model.objective.constant
         self._constant += sum(penalty.weight * penalty.offset for penalty in fixed)
@@ -51,7 +56,9 @@ class Weights:
             whole = None
         self._scale, self._own = 1.0, own
         if whole is not None:
-            finer = 2.0 ** max(0, math.ceil(math.log2(_STEPS / (whole[1] * min(first, default=_STEPS)))))
+            finer = 2.0 ** max(
+                0, math.ceil(math.log2(_STEPS / (whole[1] * min(first, default=_STEPS))))
+            )
             self._scale, self._own = whole[1] * finer, whole[0] * int(finer)
         self._whole = whole is not None
         for penalty, weight in zip(self._free, first):
@@ -63,7 +70,7 @@ class Weights:
         first = []
         for penalty in self._free:
             change = float(changes[np.unique(penalty.pairs)].max(initial=0)) or most
-            first.append(change / penalty.row.typical ** 2)
+            first.append(change / penalty.row.typical**2)
         return first
 
     def _step(self, weight: float) -> float:

@@ -49,7 +49,9 @@ class _Flips:
         self._values = values[~alone].astype(np.float64)
 
     def bits(self, words: Words) -> Bits:
-        return np.unpackbits(words.view(np.uint8), count=self._size, bitorder="little").astype(np.bool_)
+        return np.unpackbits(words.view(np.uint8), count=self._size, bitorder="little").astype(
+            np.bool_
+        )
 
     @staticmethod
     def words(x: Bits, like: Words) -> Words:

@@ -58,7 +58,7 @@ def maxcut(
     at = {node: k for k, node in enumerate(nodes)}
     edges = [(u, v, w) for u, v, w in graph.edges(data=weight, default=1) if u != v]
     weights = listed([w for *_, w in edges])
-    for (u, v, w) in edges if weights.dtype == object else ():
+    for u, v, w in edges if weights.dtype == object else ():
         exact(w, f"the weight of the edge {u!r}, {v!r}")
     ends = np.array([(at[u], at[v]) for u, v, _ in edges], dtype=np.int64).reshape(-1, 2)
     # An edge is cut where one of its ends is 1 and not the other: x + y - 2 x y, to be the most.
