@@ -1,7 +1,10 @@
 """Models with constraints: against enumeration, and against dimod's own account of each sample."""
 
 import itertools
+import os
 import pickle
+import signal
+import threading
 
 import dimod
 import numpy as np
@@ -317,6 +320,18 @@ def test_wrong_arguments_are_refused():
     cqm.set_objective(dimod.QM.from_bqm(dimod.BQM("BINARY")) + dimod.Real("r"))
     with pytest.raises(ValueError, match="type REAL"):
         solve(cqm)
+
+
+def test_an_interrupt_returns_the_best_so_far():
+    cqm = matching(12)
+    cqm.add_constraint([((0, 0), 3), ((1, 1), 3), ((2, 2), 5), (-4,)], "<=", label="some")
+    for seconds in (1.0, 1.2, 1.33):  # in a search, or between two
+        timer = threading.Timer(seconds, lambda: os.kill(os.getpid(), signal.SIGINT))
+        timer.start()
+        samples = solve(cqm, time_limit=40)
+        assert samples.info["status"] == "interrupted"
+        assert samples.info["timings"]["total"] < 20
+        assert samples.record.is_feasible[0]
 
 
 def test_samples_are_pickled():

@@ -151,8 +151,14 @@ class _Call:
         self._enter([self._model.bits(row) for row in np.asarray(samples, dtype=float)[:, order]])
 
     def search(self) -> None:
+        """Makes searches until there is a reason to end. An interrupt may come in one or between two."""
         while not self._status:
-            self._round()
+            try:
+                self._round()
+            except KeyboardInterrupt:
+                if self._best is None:
+                    raise
+                self._status = "interrupted"
             if not self._status and self._reached():
                 self._status = "target reached"
             if not self._status and time.perf_counter() >= self._end:
