@@ -264,6 +264,36 @@ def test_integer_variables_without_bounds_get_those_of_the_constraints():
     )
 
 
+def test_bounds_are_exact_however_large_they_are():
+    i, j = (dimod.Integer(name, lower_bound=-(2**52), upper_bound=2**52) for name in "ij")
+    cqm = dimod.ConstrainedQuadraticModel()
+    cqm.set_objective(i - 2 * j)
+    cqm.add_constraint(i + j <= 7, label="a")
+    cqm.add_constraint(-3 * i - j <= -2, label="b")
+    cqm.add_constraint(i - j >= -5, label="c")
+    cqm.add_constraint(i <= 2**52 - 1, label="d")
+    cqm.add_constraint(i >= -100, label="e")
+    cqm.add_constraint(j >= -100, label="f")
+    model = BitModel(cqm)
+    every = np.array(list(itertools.product(range(-110, 111), repeat=2)))
+    record = dimod.SampleSet.from_samples_cqm((every, "ij"), cqm).record
+    for sample in record.sample[record.is_feasible]:
+        assert model.values(model.bits(sample)[None])[0].tolist() == sample.tolist()
+    assert solve(cqm).record.energy[0] == record.energy[record.is_feasible].min()
+
+
+def test_large_coefficients_do_not_overflow():
+    x = [dimod.Binary(k) for k in range(12)]
+    cqm = dimod.ConstrainedQuadraticModel()
+    cqm.set_objective(sum(-(10**6) * (k + 3) * x[k] for k in range(12)))
+    cqm.add_constraint(sum((80_000 + 7 * k) * x[k] for k in range(12)) <= 400_000, label="room")
+    cqm.add_constraint(sum(x) >= 13, label="impossible")
+    samples = solve(cqm)
+    assert not samples.record.is_feasible[0]
+    cqm.remove_constraint("impossible")
+    assert solve(cqm).record.energy[0] == best_by_trying_all(cqm)
+
+
 def test_what_cannot_hold_is_told():
     x, y = dimod.Binaries("xy")
     cqm = dimod.ConstrainedQuadraticModel()

@@ -90,12 +90,14 @@ class BitModel:
 
     def _tighten(self) -> None:
         """Bounds of integer variables that follow from linear constraints."""
-        rows = []
+        rows: list[tuple[list[tuple[Hashable, Fraction]], Fraction]] = []
         for constraint in self.cqm.constraints.values():
             if constraint.lhs.is_soft() or any(True for _ in constraint.lhs.iter_quadratic()):
                 continue
-            terms = [(v, float(c)) for v, c in constraint.lhs.iter_linear() if c]
-            limit = float(constraint.rhs) - float(constraint.lhs.offset)
+            terms = [(v, _exact(c)) for v, c in constraint.lhs.iter_linear() if c]
+            if all(self.cqm.vartype(v) is not dimod.INTEGER for v, _ in terms):
+                continue
+            limit = _exact(constraint.rhs) - _exact(constraint.lhs.offset)
             if constraint.sense.name != "Ge":
                 rows.append((terms, limit))
             if constraint.sense.name != "Le":
@@ -111,9 +113,11 @@ class BitModel:
                     if self.cqm.vartype(v) is not dimod.INTEGER or low == high:
                         continue
                     room = (limit - (least - min(c * low, c * high))) / c
-                    slip = 1e-9 * max(1.0, abs(room))
-                    new = (low, min(high, math.floor(room + slip))) if c > 0 else (
-                        max(low, math.ceil(room - slip)), high)  # fmt: skip
+                    slip = Fraction(1, 10**9) * max(Fraction(1), abs(room))
+                    if c > 0:
+                        new = (low, min(high, math.floor(room + slip)))
+                    else:
+                        new = (max(low, math.ceil(room - slip)), high)
                     if new != (low, high) and new[0] <= new[1]:
                         least += min(c * new[0], c * new[1]) - min(c * low, c * high)
                         self._bounds[v], changed = new, True
@@ -134,7 +138,7 @@ class BitModel:
         low, high = self._bounds[v]
         if high - low >= _MOST_VALUES:
             raise ValueError(
-                f"the integer variable {v!r} may be from {low:g} to {high:g}, which is too much: give it "
+                f"the integer variable {v!r} may be from {low} to {high}, which is too much: give it "
                 f"bounds that allow at most {_MOST_VALUES} values"
             )
         return float(low), self._new_bits(expansion(int(high - low)))
@@ -213,6 +217,10 @@ class BitModel:
         at_most = constraint.sense.name != "Eq"
         numbers = {i: sign * _exact(c) for i, c in terms.items() if c}
         constant = sign * (_exact(form.constant) - _exact(constraint.rhs))
+        if (
+            not at_most and constant > 0
+        ):  # both sides of an equation, so that "one of these" looks the same
+            numbers, constant = {i: -c for i, c in numbers.items()}, -constant
         unit = _unit(numbers.values())
         if sum(map(abs, numbers.values())) >= unit * _MOST_VALUES:
             # Too fine for slacks of a bit for each power of two: a penalty near 0 is as good as it gets.
@@ -300,7 +308,7 @@ class BitModel:
         ]
 
 
-def _bounds_of(cqm: Any, v: Hashable) -> tuple[float, float]:
+def _bounds_of(cqm: Any, v: Hashable) -> tuple[int, int]:
     vartype = cqm.vartype(v)
     if vartype is dimod.SPIN:
         return -1, 1

@@ -26,6 +26,8 @@ _LEAST_SHARE = 0.02
 _MOST_SHARE = 1e4
 #: The least first weight has so many steps at least.
 _STEPS = 16
+#: What penalties add up to at most, in steps, so that energies fit into 64 bits.
+_WIDTH = 2.0**60
 #: Random assignments, from which it is seen what flips change.
 _SAMPLES = 20
 
@@ -61,6 +63,12 @@ class Weights:
             )
             self._scale, self._own = whole[1] * finer, whole[0] * int(finer)
         self._whole = whole is not None
+        most = [_WIDTH / (len(self._free) * np.abs(penalty.values).sum()) for penalty in self._free]
+        if any(weight * self._scale > limit for weight, limit in zip(first, most)):
+            self._scale, self._own, self._whole = 1.0, own, False  # the library rounds, then
+        self._most = [
+            min(weight * _MOST_SHARE, limit / self._scale) for weight, limit in zip(first, most)
+        ]
         for penalty, weight in zip(self._free, first):
             penalty.weight = self._step(weight)
 
@@ -93,9 +101,10 @@ class Weights:
     def adapt(self, held: list[bool]) -> None:
         """Learns which penalties the best solution of a search keeps."""
         free = [holds for penalty, holds in zip(self._model.penalties, held) if not penalty.fixed]
-        for penalty, first, holds in zip(self._free, self._first, free):
+        for penalty, first, most, holds in zip(self._free, self._first, self._most, free):
             if not holds:
-                penalty.weight = self._step(min(penalty.weight * _RAISE, first * _MOST_SHARE))
+                higher = self._step(min(penalty.weight * _RAISE, most))
+                penalty.weight = max(penalty.weight, higher)
             elif all(free) and penalty.group is None:
                 lower = self._step(max(penalty.weight / _LOWER, first * _LEAST_SHARE))
                 penalty.weight = min(penalty.weight, lower)

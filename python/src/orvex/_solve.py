@@ -17,9 +17,9 @@ from typing import TYPE_CHECKING, Any, Literal, cast
 import numpy as np
 import numpy.typing as npt
 
+from ._distinct import best_distinct
 from ._engine import Question, Run, expect_whole_process
 from ._library import OrvexError, expect_device
-from ._distinct import best_distinct
 from ._memory import expect_memory
 from ._model import Words
 from ._numbers import Scale, exact
