@@ -142,7 +142,10 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
         companion.emplace(searched.weights.sparse(),
                           CompanionOptions{.threads = crew.companion_threads,
                                            .seed = options.seed,
-                                           .groups = prepared.groups});
+                                           .groups = prepared.groups,
+                                           .time_limit = limits.shown > 0
+                                                             ? limits.shown
+                                                             : CompanionOptions{}.time_limit});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
     if (start && companion) companion->offer(bits_of(*start));

@@ -2,75 +2,69 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cmath>
 
 namespace orvex::toolkit {
 namespace {
 
-/** What stays of all counts after a play. */
-constexpr double FADING = 0.997;
+/** Counts are of about this share of all work so far, the last. */
+constexpr double MEMORY = 0.3;
 
-/** Plays of mean work that the expectation before any play is worth. */
-constexpr double PRIOR_PLAYS = 1;
+/** Share of the work in memory that the expectation for a value is worth before it is taken. */
+constexpr double PRIOR = 0.03;
 
 /** Keeps the distribution of a rate one, where nothing has been gained for long. */
-constexpr double LEAST_SHAPE = 0.05;
+constexpr double LEAST_SHAPE = 0.1;
 
-/** What a play counts for the settings one step beside it on the grid. */
+/** What a play counts for the values beside it. */
 constexpr double NEARBY = 0.25;
+
+/** A gain counts as this many usual ones at most. */
+constexpr double MOST_GAINS = 10;
 
 }  // namespace
 
-Choices::Choices(std::size_t regions, std::size_t heats, std::size_t lengths)
-    : regions_(regions), heats_(heats), lengths_(lengths), arms_(regions * heats * lengths) {
+Choices::Choices(std::size_t values) : arms_(values) {
     assert(!arms_.empty());
 }
 
-Choice Choices::draw(std::mt19937_64& random) const {
-    // What is not known of a setting yet is expected to be like all settings of late.
-    const double usual = all_.work > 0 ? all_.gains * work_size_ / all_.work : 0;
-    const double shape = std::max(usual * PRIOR_PLAYS, LEAST_SHAPE);
+std::size_t Choices::draw(std::mt19937_64& random) const {
+    const double prior = all_.work > 0 ? PRIOR * all_.work : 1;
+    // What is not known of a value yet is expected to be like all values of late.
+    const double shape = std::max(PRIOR * all_.gains, LEAST_SHAPE);
     std::size_t best = 0;
     double highest = -1;
     for (std::size_t k = 0; k < arms_.size(); ++k) {
-        const double work = work_size_ > 0 ? arms_[k].work / work_size_ : 0;
-        std::gamma_distribution<double> rate(arms_[k].gains + shape, 1 / (work + PRIOR_PLAYS));
+        std::gamma_distribution<double> rate(arms_[k].gains + shape, 1 / (arms_[k].work + prior));
         const double drawn = rate(random);
         if (drawn <= highest) continue;
         highest = drawn;
         best = k;
     }
-    return {best / lengths_ / heats_, best / lengths_ % heats_, best % lengths_};
+    return best;
 }
 
-void Choices::learn(const Choice& choice, double gain, double work) {
-    assert(gain >= 0 && work > 0);
-    const auto towards = [](double& mean, double value) {
-        mean = mean > 0 ? mean + (value - mean) * 0.05 : value;
-    };
-    if (gain > 0) towards(gain_size_, gain);
-    towards(work_size_, work);
-    const double gains = gain > 0 ? std::min(gain / gain_size_, 3.0) : 0;
-    all_.gains = all_.gains * FADING + gains;
-    all_.work = all_.work * FADING + work;
+void Choices::learn(std::size_t value, double gain, double work) {
+    assert(gain >= 0 && work > 0 && value < arms_.size());
+    if (gain > 0) gain_size_ = gain_size_ > 0 ? gain_size_ + (gain - gain_size_) * 0.1 : gain;
+    const double gains = gain > 0 ? std::min(gain / gain_size_, MOST_GAINS) : 0;
+    total_ += work;
+    const double left = std::exp(-work / (MEMORY * total_));
+    all_.gains = all_.gains * left + gains;
+    all_.work = all_.work * left + work;
     for (Arm& each : arms_) {
-        each.gains *= FADING;
-        each.work *= FADING;
+        each.gains *= left;
+        each.work *= left;
     }
-    const auto share = [&](std::size_t region, std::size_t heat, std::size_t length, double part) {
-        if (region >= regions_ || heat >= heats_ || length >= lengths_) return;
-        Arm& one = arm(region, heat, length);
-        one.gains += part * gains;
-        one.work += part * work;
+    const auto share = [&](std::size_t k, double part) {
+        if (k >= arms_.size()) return;
+        arms_[k].gains += part * gains;
+        arms_[k].work += part * work;
     };
-    const auto& [region, heat, length] = choice;
-    share(region, heat, length, 1);
+    share(value, 1);
     // A step below 0 wraps around and is outside as well.
-    share(region + 1, heat, length, NEARBY);
-    share(region - 1, heat, length, NEARBY);
-    share(region, heat + 1, length, NEARBY);
-    share(region, heat - 1, length, NEARBY);
-    share(region, heat, length + 1, NEARBY);
-    share(region, heat, length - 1, NEARBY);
+    share(value + 1, NEARBY);
+    share(value - 1, NEARBY);
 }
 
 }  // namespace orvex::toolkit

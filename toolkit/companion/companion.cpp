@@ -35,7 +35,7 @@ Companion::~Companion() {
 
 void Companion::start() {
     if (!threads_.empty()) throw std::logic_error("the companion has been started");
-    exchange_.begin();
+    exchange_.begin(options_.time_limit);
     for (int worker = 0; worker < options_.threads; ++worker)
         threads_.emplace_back([this, worker] { work(worker); });
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -22,6 +23,9 @@ struct CompanionOptions {
     int threads = 1;         ///< at least 1
     std::uint64_t seed = 1;  ///< the threads draw different numbers from it
     Groups groups{};         ///< one-hot groups, where any are known: see find_groups()
+    /** Seconds after which it will be stopped, if that is known: it plans with them, and goes on.
+     */
+    double time_limit = std::numeric_limits<double>::infinity();
 };
 
 /** A search on threads of its own, in exchange with whoever started it. */

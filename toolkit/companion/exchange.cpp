@@ -1,5 +1,6 @@
 #include "toolkit/companion/exchange.hpp"
 
+#include <algorithm>
 #include <cassert>
 #include <stdexcept>
 #include <utility>
@@ -19,9 +20,21 @@ Exchange::Exchange(const SparseQubo& qubo, int workers)
       begin_(std::chrono::steady_clock::now()),
       offers_(static_cast<std::size_t>(workers)) {}
 
-void Exchange::begin() {
+void Exchange::begin(double time_limit) {
     const std::lock_guard lock(mutex_);
     begin_ = std::chrono::steady_clock::now();
+    time_limit_ = time_limit;
+}
+
+double Exchange::seconds() const {
+    const std::lock_guard lock(mutex_);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
+}
+
+double Exchange::seconds_left() const {
+    const double passed = seconds();
+    const std::lock_guard lock(mutex_);
+    return std::max(time_limit_ - passed, 0.0);
 }
 
 void Exchange::stop() {

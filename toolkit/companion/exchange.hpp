@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <exception>
+#include <limits>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -31,8 +32,11 @@ class Exchange {
     /** @param qubo outlives the exchange */
     Exchange(const SparseQubo& qubo, int workers);
 
-    /** Times count from now on. */
-    void begin();
+    /** Times count from now on. @param time_limit seconds, to plan with */
+    void begin(double time_limit);
+    double seconds() const;
+    /** Until the time limit; 0 after it. */
+    double seconds_left() const;
 
     bool stopping() const { return stopping_.load(std::memory_order_relaxed); }
     void stop();
@@ -72,6 +76,7 @@ class Exchange {
   private:
     const SparseQubo* qubo_;
     std::chrono::steady_clock::time_point begin_;
+    double time_limit_ = std::numeric_limits<double>::infinity();
     std::atomic<bool> stopping_{false};
     std::atomic<std::int64_t> attempts_{0};
     mutable std::mutex mutex_;

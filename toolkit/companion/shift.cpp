@@ -22,6 +22,12 @@ constexpr double HEATS[] = {0.05, 0.15, 0.3, 0.45, 0.6};
 constexpr int LENGTHS[] = {30, 100, 300, 1000};
 constexpr int FIRST_SWEEPS = 30;
 
+/** An elite is stuck once this share of the work on it has passed without a gain, and some more. */
+constexpr double STUCK = 0.5;
+constexpr double PATIENCE = 1000;
+/** A new elite gets this share of the work that the older one had, before it may count as stuck. */
+constexpr double FAIR_SHARE = 0.3;
+
 /** Attempts of one annealing, at most. */
 constexpr double MOST_ATTEMPTS = 2e7;
 
@@ -39,10 +45,11 @@ class Shifter : public Worker {
             std::uint64_t seed)
         : Worker(qubo, exchange, number, seed),
           mover_(qubo, families),
-          choices_(1, std::size(HEATS), std::size(LENGTHS)) {}
+          heat_(std::size(HEATS)),
+          length_(std::size(LENGTHS)) {}
 
   private:
-    Progress begin() override {
+    Progress begin(double work) override {
         mover_.stand_at(Bits(elite_.bits.size()), random_);
         // At first every move is made, and what moves change is measured on the way.
         double sum = 0;
@@ -57,18 +64,19 @@ class Shifter : public Worker {
         }
         scale_ = std::max(moves == 0 ? 1.0 : sum / moves, 1e-3);
         elite_ = {mover_.bits(), energy_of(*qubo_, mover_.bits())};
-        anneal(0.5, FIRST_SWEEPS);
-        return {0, static_cast<double>(FIRST_SWEEPS)};
+        anneal(0.5, static_cast<int>(std::clamp(work, 1.0, 1e9)));
+        return {0, work};
     }
 
     Progress step() override {
-        const Choice choice = choices_.draw(random_);
+        const std::size_t heat = heat_.draw(random_);
+        const std::size_t number = length_.draw(random_);
         const double most = std::max(MOST_ATTEMPTS / mover_.size(), 3.0);
-        const int length = static_cast<int>(std::min<double>(LENGTHS[choice.length], most));
+        const int length = static_cast<int>(std::min<double>(LENGTHS[number], most));
         mover_.stand_at(elite_.bits, random_);
-        const Progress progress{anneal(HEATS[choice.heat], length),
-                                static_cast<double>(length) + 1};
-        choices_.learn(choice, progress.gain, progress.work);
+        const Progress progress{anneal(HEATS[heat], length), static_cast<double>(length) + 1};
+        heat_.learn(heat, progress.gain, progress.work);
+        length_.learn(number, progress.gain, progress.work);
         return progress;
     }
 
@@ -77,7 +85,13 @@ class Shifter : public Worker {
         return mover_.bits();
     }
 
-    double patience() const override { return 1000; }
+    double first_work() const override { return FIRST_SWEEPS; }
+    double next_work() const override { return FIRST_SWEEPS; }
+    bool enough() const override {
+        if (alone()) return spent() >= FAIR_SHARE * spent_before() && is_stuck(spent());
+        return is_stuck(spent_before() + spent());
+    }
+    bool is_stuck(double worth) const { return idle() >= STUCK * worth + PATIENCE; }
 
     std::int32_t any_variable() {
         // The upper half of the product is even enough for numbers far below 2^32.
@@ -110,7 +124,7 @@ class Shifter : public Worker {
     }
 
     Mover<T> mover_;
-    Choices choices_;
+    Choices heat_, length_;
     double scale_ = 1;
 };
 

@@ -6,12 +6,6 @@
 namespace orvex::toolkit {
 namespace {
 
-/** An elite is stuck once this share of the work on it has passed without a gain. */
-constexpr double STUCK = 0.5;
-
-/** A new elite gets this share of the work that the older one had, before it may count as stuck. */
-constexpr double FAIR_SHARE = 0.3;
-
 /** Whether flipping all variables never changes the energy: every field is minus its complement. */
 bool is_symmetric(const SparseQubo& qubo) {
     for (std::int32_t i = 0; i < qubo.size(); ++i) {
@@ -36,25 +30,25 @@ Worker::Worker(const SparseQubo& qubo, Exchange& exchange, int number, std::uint
 
 void Worker::run() {
     take_offers();
-    raise();
+    raise(first_work());
     while (!stopping()) {
         take_offers();
         const Progress progress = step();
         spent_ += progress.work;
         idle_ = progress.gain > 0 ? 0 : idle_ + progress.work;
         publish_when_due();
-        if (idle_ < STUCK * spent_ + patience() || spent_ < FAIR_SHARE * share_) continue;
-        if (raising_) {
+        if (!enough()) continue;
+        if (alone_) {
             unite();
-        } else {
-            exchange_->publish(elite_, merged_);
-            rival_ = elite_;
-            share_ = spent_;
-            raising_ = true;
-            raise();
+        } else if (const double work = next_work(); work > 0) {
+            raise(work);
         }
     }
     exchange_->publish(elite_, merged_);
+}
+
+double Worker::work_left() const {
+    return exchange_->seconds_left() * (spent_before_ + spent_) / exchange_->seconds();
 }
 
 /** Adding up energies of large models takes long: it gets a small share of the time. */
@@ -68,21 +62,24 @@ void Worker::publish_when_due() {
 
 void Worker::take_offers() {
     for (const Bits& offer : exchange_->offered(number_)) {
-        // An elite that is being raised is to stay one of its own.
-        Solution& into = raising_ ? rival_ : elite_;
+        // An elite that is alone is to stay one of its own.
+        Solution& into = alone_ ? rival_ : elite_;
         if (merger_.merge(into, accepted(offer)).gain == 0) continue;
         merged_ = true;
-        if (raising_) exchange_->publish(rival_, true);
+        if (alone_) exchange_->publish(rival_, true);
     }
 }
 
-void Worker::raise() {
-    const Solution before = elite_;
+void Worker::raise(double work) {
+    alone_ = raised_with_ > 0;
+    if (alone_) exchange_->publish(elite_, merged_);
+    rival_ = elite_;
     elite_ = {Bits(qubo_->linear.size()), 0};
-    spent_ = begin().work;
+    spent_before_ += spent_;
+    raised_with_ = spent_ = begin(work).work;
     idle_ = 0;
     // At first there may be an offer that is better.
-    if (!raising_) merger_.merge(elite_, before.bits);
+    if (!alone_) merger_.merge(elite_, rival_.bits);
     exchange_->publish(elite_, merged_);
 }
 
@@ -98,9 +95,7 @@ void Worker::unite() {
     }
     merger_.merge(elite_, rival_.bits);
     exchange_->publish(elite_, merged_);
-    raising_ = false;
-    spent_ += share_;
-    share_ = 0;
+    alone_ = false;
     idle_ = 0;
 }
 

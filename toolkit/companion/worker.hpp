@@ -1,6 +1,6 @@
-// The work of one thread: an elite solution is changed again and again, and where that brings
-// nothing any more, another is raised from nothing and merged into it. Invariant: the best that the
-// thread ever had is published or still an elite.
+// The work of one thread: an elite solution is changed again and again, and in time another is
+// raised from nothing and the two are united. Invariant: the best that the thread ever had is
+// published or still an elite.
 #pragma once
 
 #include <chrono>
@@ -30,14 +30,32 @@ class Worker {
         double work = 0;
     };
 
-    /** Makes the elite a solution that owes nothing to an earlier one. */
-    virtual Progress begin() = 0;
+    /** Makes the elite a solution that owes nothing to an earlier one, for about so much work. */
+    virtual Progress begin(double work) = 0;
     /** Tries to make the elite better; never makes it worse. */
     virtual Progress step() = 0;
     /** What a solution that was offered is, as this worker wants it. */
     virtual Bits accepted(const Bits& offer) { return offer; }
-    /** Work that a solution is worth at least before it counts as stuck. */
-    virtual double patience() const = 0;
+    /** Work of the first solution, which is to be there soon. */
+    virtual double first_work() const = 0;
+    /** Whether the elite has been worked on enough: it is united with the older one, or another is
+     * raised. */
+    virtual bool enough() const = 0;
+    /** Work to raise another with; 0 for none. */
+    virtual double next_work() const = 0;
+
+    /** Whether the elite is still alone, beside an older one. */
+    bool alone() const { return alone_; }
+    /** Work on the elite since it was raised. */
+    double spent() const { return spent_; }
+    /** That of raising it. */
+    double raised_with() const { return raised_with_; }
+    /** Work since it last gained. */
+    double idle() const { return idle_; }
+    /** Work on all elites before. */
+    double spent_before() const { return spent_before_; }
+    /** Work that the time left is good for, at the pace so far. */
+    double work_left() const;
 
     bool stopping() const { return exchange_->stopping(); }
     void count(std::int64_t attempts) { exchange_->count(attempts); }
@@ -50,17 +68,16 @@ class Worker {
   private:
     void take_offers();
     void publish_when_due();
-    void raise();
+    void raise(double work);
     void unite();
 
     Exchange* exchange_;
     int number_;
     bool symmetric_;       ///< whether every solution's complement has its energy
     bool merged_ = false;  ///< whether an offer has a part in the elite
-    Solution rival_;       ///< the older elite, while a new one is raised
-    bool raising_ = false;
-    double spent_ = 0, idle_ = 0;  ///< work on the elite: all, and since the last gain
-    double share_ = 0;             ///< work that the rival had
+    Solution rival_;       ///< the older elite, while the new one is alone
+    bool alone_ = false;
+    double raised_with_ = 0, spent_ = 0, idle_ = 0, spent_before_ = 0;
     std::chrono::steady_clock::time_point due_{};  ///< when to publish again
 };
 

@@ -76,7 +76,11 @@ template <class TAG>
 std::uint64_t maskBits(TAG lanes, hn::Mask<TAG> mask) {
 #if HWY_TARGET <= HWY_AVX3 && HWY_ARCH_X86
     static_cast<void>(lanes);
-    return mask.raw;
+    // The mask passes through a register of its own width: GCC 12 may else store the 32 bits of a
+    // mask and load 64 from there, with whatever lies beside them.
+    auto bits = mask.raw;
+    asm("" : "+r"(bits));
+    return bits;
 #else
     std::uint8_t bytes[8] = {};
     hn::StoreMaskBits(lanes, mask, bytes);
