@@ -13,11 +13,11 @@ struct IslandState {
     /** The energy that stands for "none yet". */
     static constexpr long NO_ENERGY = std::numeric_limits<long>::max();
 
-    long current = NO_ENERGY;  ///< lowest energy since its last restart, among those below 0
-    long best = NO_ENERGY;     ///< lowest energy of the run, among those below 0
-    long results = 0;          ///< instances that have come back
-    long flips = 0;            ///< of these
-    std::array<long, 5> rules{};        ///< results of each flip rule, in the order of flip_rules()
+    long current = NO_ENERGY;     ///< lowest energy since its last restart, among those below 0
+    long best = NO_ENERGY;        ///< lowest energy of the run, among those below 0
+    long results = 0;             ///< instances that have come back
+    long flips = 0;               ///< of these
+    std::array<long, 5> rules{};  ///< results of each flip rule, in the order of flip_rules()
     std::array<long, 10> generators{};  ///< and of each generator, in the order of generators()
 };
 

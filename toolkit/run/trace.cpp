@@ -28,7 +28,7 @@ std::string utc_now() {
 /** How many results each kind has had, over all islands. */
 template <class COUNTS>
 void add_counts(JsonText& line, const char* key, std::span<const std::string_view> names,
-                const std::vector<IslandState>& islands, COUNTS IslandState::* counts) {
+                const std::vector<IslandState>& islands, COUNTS IslandState::*counts) {
     line.object(key);
     for (std::size_t k = 0; k < names.size(); ++k) {
         long sum = 0;
@@ -68,8 +68,7 @@ void add_plan(JsonText& line, const Plan& plan) {
 }  // namespace
 
 std::string Trace::own_text(Wide energy) const {
-    return options_.model_numbers ? to_string(energy)
-                                  : view_.problem().convention.own_text(energy);
+    return options_.model_numbers ? to_string(energy) : view_.problem().convention.own_text(energy);
 }
 
 void Trace::add_energy(JsonText& line, const char* key, std::optional<Wide> energy) const {

@@ -1,6 +1,7 @@
 // What a caller may say of a search before it begins.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -43,6 +44,7 @@ struct SolveOptions {
      */
     std::optional<double> companion{};
     std::optional<Groups> groups{};  ///< one-hot groups; none: those that are found in the problem
+    std::uint64_t companion_seed = 1;  ///< the companion's threads draw from it, each its own
 
     /**
      * Parameters of the library (docs/parameters.md), by key. They go before what the members above

@@ -59,6 +59,8 @@ class Result:
     """The label of each bit."""
     solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
     """The bits of every entry of `history`."""
+    trace: list[dict[str, Any]] | None = field(default=None, repr=False)
+    """What the search did, second by second (docs/traces.md), where solve() was told to keep it."""
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Result):

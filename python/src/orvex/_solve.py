@@ -26,6 +26,7 @@ from ._problem import Problem, as_problem
 from ._progress import Progress
 from ._result import Energy, Result, Status
 from ._settings import Settings, check_settings, real_number, whole_number
+from ._trace import Trace, Tracer, tracer_of
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
@@ -113,6 +114,7 @@ def solve(
     presolve: bool | Literal["full"] = True,
     companion: float | Literal["auto"] = "auto",
     groups: Iterable[Iterable[int]] | None = None,
+    trace: Trace = None,
     **settings: Unpack[Settings],
 ) -> Result:
     """Searches for the bit vector of lowest energy.
@@ -158,6 +160,9 @@ def solve(
     groups
         Sets of variables, by their positions, of which exactly one is 1 in every solution that makes sense.
         By default those that the coefficients enforce are found. Energies do not depend on it.
+    trace
+        A file that is to tell what the search does, second by second, for ``python -m orvex.report``; it is
+        also `trace` of the result. True keeps it there alone.
     settings
         Settings of the engine; see :class:`Settings`.
 
@@ -207,8 +212,11 @@ def solve(
     expect_memory(
         plan.model + plan.run, "a search with these settings takes", there=plan.model + plan.loaded
     )
-    search = _Search(made, question, found, limits, callback, pulse)
+    tracer = tracer_of(trace, made)
     with ExitStack() as stack:
+        if tracer is not None:
+            stack.callback(tracer.close)
+        search = _Search(made, question, found, limits, callback, pulse, tracer)
         if progress:
             search.progress = stack.enter_context(Progress(limits.time))
         search.follow()
@@ -258,12 +266,14 @@ class _Search:
         limits: _Limits,
         callback: Callback | None,
         pulse: PulseCallback | None,
+        tracer: Tracer | None,
     ) -> None:
         self.problem = problem
         self.progress: Progress | None = None
         self._limits = limits
         self._callback = callback
         self._pulse = pulse
+        self._tracer = tracer
         self._next_pulse = 0.0
         self._status: Status | None = None  # why the caller's side ended the search
         self._failure: BaseException | None = None
@@ -272,7 +282,7 @@ class _Search:
         self._times: list[float] = []
         if starts:
             self._note(0.0, problem._energy(starts[0]), starts[0])
-        self.run = Run(problem, question)
+        self.run = Run(problem, question, None if tracer is None else tracer.news.append)
 
     def end(self, status: Status) -> None:
         """Asks the search to end; the first reason counts."""
@@ -312,6 +322,8 @@ class _Search:
         self._take_news()
 
     def _take_news(self) -> None:
+        if self._tracer is not None:
+            self._tracer.take()
         while self.run.news:
             at, energy, words = self.run.news.popleft()
             if not self._note(at, energy, words):
@@ -386,6 +398,7 @@ class _Search:
             bound=problem._bound(int(run.info["bound"])) if run.info.get("bound") else None,
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],
+            trace=None if self._tracer is None else self._tracer.lines,
         )
 
     def _why(self) -> Status:
