@@ -54,11 +54,12 @@ std::string wrapped(const std::string& text, std::size_t columns, std::size_t in
     return result;
 }
 
-std::string HelpFormatter::make_usage(const CLI::App* app, std::string name) const {
+std::string HelpFormatter::make_usage(const CLI::App* app, std::string) const {
     // CLI11 names a command alone; which program it belongs to is half of how to call it.
+    std::string name = app->get_name();
     for (const CLI::App* parent = app->get_parent(); parent != nullptr;
          parent = parent->get_parent())
-        if (!name.starts_with(parent->get_name() + " ")) name = parent->get_name() + " " + name;
+        name = parent->get_name() + " " + name;
     std::string usage = "Usage: " + name;
     for (const CLI::Option* option : app->get_options())
         if (option->get_positional()) usage += " " + make_option_usage(option);

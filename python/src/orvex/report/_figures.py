@@ -22,8 +22,10 @@ TITLES = {
 #: Pictures in which several runs lie over each other; the others have a row for each run.
 TOGETHER = frozenset(("energy", "gap", "flips"))
 STACKED = frozenset(("rules", "generators"))
-#: Okabe and Ito's colours, which are told apart without colour vision too.
-COLOURS = ("#0072B2", "#D55E00", "#009E73", "#CC79A7", "#E69F00", "#56B4E9", "#000000", "#F0E442")
+#: Okabe and Ito's colours, which are told apart without colour vision too, and some more.
+COLOURS = (
+    "#0072B2", "#D55E00", "#009E73", "#CC79A7", "#E69F00", "#56B4E9", "#333333", "#F0E442", "#8C564B", "#9467BD",
+)  # fmt: skip
 LINES = {"target": "dash", "bound": "dot", "companion": "dot"}
 
 
@@ -95,13 +97,14 @@ def _figure(runs: list[Run], picture: str) -> Figure | None:
         margin={"l": 90, "r": 30, "t": 60 if rows == 1 else 90, "b": 60},
         hovermode="x unified",
     )
-    figure.update_yaxes(title=PICTURES[picture], exponentformat="SI", separatethousands=True)
+    figure.update_yaxes(title=PICTURES[picture], tickformat=",")
     if picture in STACKED:
         figure.update_yaxes(range=[0, 1], tickformat=".0%")
     elif picture == "gap":
         figure.update_yaxes(type="log")
     elif picture == "flips":
-        figure.update_yaxes(rangemode="tozero")
+        figure.update_yaxes(rangemode="tozero", tickformat="~s")
+    figure.update_xaxes(rangemode="tozero")
     figure.update_xaxes(title="seconds of the search", row=None if rows == 1 else rows)
     if picture in ("energy", "gap"):
         _offer_logarithmic_time(figure)

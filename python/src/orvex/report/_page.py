@@ -20,6 +20,8 @@ table { border-collapse: collapse; }
 th, td { border-bottom: 1px solid #ddd; padding: 0.25em 1em 0.25em 0; text-align: left; vertical-align: top; }
 td { font-variant-numeric: tabular-nums; }
 """
+#: Named one by one: those that plotly offers by itself hand a picture to a service on the network.
+BUTTONS = [["toImage"], ["zoom2d", "pan2d"], ["zoomIn2d", "zoomOut2d", "autoScale2d", "resetScale2d"]]
 RESULT = {
     "status": "status", "energy": "energy", "bound": "no energy is below", "found_by": "found by",
     "found_time": "found after", "time": "search", "load_time": "before the search", "flips": "flips",
@@ -41,7 +43,7 @@ LIMITS = frozenset(("time_limit", "trials"))
 def _text(key: str, value: Any) -> str:
     if value is None or (key in LIMITS and value == 0) or value == "":
         return "none"
-    if key in SECONDS:
+    if key in SECONDS and not isinstance(value, str):
         return f"{value:.3f} s"
     return f"{value:,}" if isinstance(value, int) else str(value)
 
@@ -116,7 +118,7 @@ def page(made_of: Iterable[RunLike] | RunLike, title: str | None = None) -> str:
             include_plotlyjs=False,
             include_mathjax=False,
             div_id=name,
-            config={"displaylogo": False, "responsive": True},
+            config={"displaylogo": False, "responsive": True, "modeBarButtons": BUTTONS},
         )
         for name, figure in drawn.items()
     )
