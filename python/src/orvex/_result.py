@@ -14,6 +14,8 @@ from ._files import Source
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
 
+#: What Result.plot() draws.
+Picture = Literal["energy", "gap", "islands", "rules", "generators", "flips"]
 Energy = Union[int, float]
 Status = Literal[
     "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
@@ -104,28 +106,30 @@ class Result:
         }
         return "\n".join(f"{name + ':':<13}{value}" for name, value in lines.items())
 
-    def plot(self, ax: Axes | None = None, **style: Any) -> Axes:
-        """Draws the best energy over time with matplotlib.
+    def plot(self, ax: Axes | None = None, *, show: Picture = "energy", **style: Any) -> Axes:
+        """Draws the best energy over time with matplotlib, or another of the pictures that
+        :func:`orvex.report.figures` has for notebooks.
 
         Parameters
         ----------
         ax
             Where to draw; a new figure by default.
+        show
+            "energy", or "gap", its distance to the lowest. Of a search with a trace also "islands", "rules",
+            "generators" (which share of the results had which) or "flips" (per second).
         style
-            Handed on to ``Axes.step``.
+            Handed on to ``Axes.step``, or to ``Axes.stackplot`` for shares.
+
+        Raises
+        ------
+        ValueError
+            There is nothing to draw: a trace is needed and there is none, or the search was too short.
 
         Returns
         -------
         matplotlib.axes.Axes
             What was drawn on.
         """
-        if ax is None:
-            import matplotlib.pyplot
+        from .report._drawing import draw
 
-            ax = matplotlib.pyplot.figure().add_subplot()
-        times = [time for time, _ in self.history] + [self.timings["search"]]
-        energies = [energy for _, energy in self.history] + [self.energy]
-        ax.step(times, energies, where="post", **style)
-        ax.set_xlabel("time in seconds")
-        ax.set_ylabel("best energy")
-        return ax
+        return draw(self, show, ax, style)

@@ -19,6 +19,10 @@ PICTURES: dict[str, str] = {
 }
 
 
+#: Those whose curves are parts of a whole.
+STACKED = frozenset(("rules", "generators"))
+
+
 @dataclass
 class Curve:
     """A value that holds from its time until the next one's."""

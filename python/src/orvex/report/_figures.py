@@ -5,7 +5,7 @@ from __future__ import annotations
 from collections.abc import Iterable
 from typing import TYPE_CHECKING, Any
 
-from ._curves import PICTURES, Curve, curves, lowest_known
+from ._curves import PICTURES, STACKED, Curve, curves, lowest_known
 from ._runs import Run, RunLike, runs_of
 
 if TYPE_CHECKING:
@@ -21,7 +21,6 @@ TITLES = {
 }
 #: Pictures in which several runs lie over each other; the others have a row for each run.
 TOGETHER = frozenset(("energy", "gap", "flips"))
-STACKED = frozenset(("rules", "generators"))
 #: Okabe and Ito's colours, which are told apart without colour vision too, and some more.
 COLOURS = (
     "#0072B2", "#D55E00", "#009E73", "#CC79A7", "#E69F00", "#56B4E9", "#333333", "#F0E442", "#8C564B", "#9467BD",
@@ -108,7 +107,7 @@ def _figure(runs: list[Run], picture: str) -> Figure | None:
     figure.update_xaxes(title="seconds of the search", row=None if rows == 1 else rows)
     if picture in ("energy", "gap"):
         _offer_logarithmic_time(figure)
-    return figure  # type: ignore[no-any-return]
+    return figure
 
 
 def _offer_logarithmic_time(figure: Any) -> None:

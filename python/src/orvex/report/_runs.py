@@ -41,7 +41,7 @@ class Run:
     @property
     def seconds(self) -> float:
         """How long the search took, as far as the trace tells."""
-        times = [self.end.get("time", 0.0)]
+        times: list[float] = [self.end.get("time", 0.0)]
         times += [state["time"] for state in self.states[-1:]] + [time for time, _, _ in self.bests[-1:]]
         return max(times)
 
