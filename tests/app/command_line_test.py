@@ -52,6 +52,28 @@ class Help(unittest.TestCase):
                     self.assertTrue(option in text, f"{option} of {command}")
 
 
+class ManPage(ProgramTest):
+    def test_has_what_the_documentation_has(self):
+        text = (SOURCE / "docs" / "command-line.md").read_text(encoding="utf-8")
+        page = (SOURCE / "docs" / "man" / "orvex.1").read_text(encoding="utf-8").replace("\\-", "-")
+        for heading in re.findall("^#+ (.*)$", text, re.MULTILINE)[1:]:
+            self.assertTrue(heading in page or heading.upper() in page, heading)
+        typed = re.sub("```.*?```", "", text, flags=re.DOTALL)
+        for code in re.findall("`([^`]+)`", typed):
+            if "\\" not in code and "\n" not in code:
+                self.assertIn(f"\\f[B]{code}\\f[R]", page, "make man makes it anew")
+
+    @unittest.skipUnless(shutil.which("pandoc"), "there is no pandoc here")
+    def test_is_what_pandoc_makes_of_the_documentation_now(self):
+        made = self.folder / "orvex.1"
+        subprocess.run([SOURCE / "docs" / "man" / "make.sh", made], check=True, timeout=60)
+        new, kept = (page.read_text(encoding="utf-8").split("\n", 1)
+                     for page in (made, SOURCE / "docs" / "man" / "orvex.1"))
+        if new[0] != kept[0]:
+            self.skipTest("another version of pandoc made the page: " + kept[0])
+        self.assertEqual(new[1], kept[1], "make man makes it anew")
+
+
 class Completion(unittest.TestCase):
     def complete(self, *words):
         """What bash offers for the last of the words."""
