@@ -114,13 +114,14 @@ CommandLine::CommandLine()
 CLI::App* CommandLine::add_command(const char* name, const char* what) {
     if (app_.get_subcommands({}).empty()) {  // what follows takes these over
         app_.formatter(std::make_shared<HelpFormatter>());
-        app_.get_formatter()->label("Subcommands", "Commands");
+        app_.get_formatter()->label("Positionals", "Arguments");
         app_.set_help_flag("-h,--help", "show this help and end");
     }
     return app_.add_subcommand(name, what)->group("Commands");
 }
 
 void CommandLine::describe_limits(CLI::App* command) {
+    command->option_defaults()->group("When the search ends");
     command
         ->add_option("--time-limit", options_.time_limit,
                      "end after this many seconds; 0: no limit")
@@ -135,6 +136,7 @@ void CommandLine::describe_limits(CLI::App* command) {
 
 void CommandLine::describe_search(CLI::App* command) {
     describe_limits(command);
+    command->option_defaults()->group("How it searches");
     command
         ->add_option("--param", params_,
                      "a parameter of the library, in place of what the program would set; may "
@@ -158,6 +160,7 @@ void CommandLine::describe_search(CLI::App* command) {
         ->type_name("FILE");
     command->add_option("--start", options_.start, "begin with the solution in this file")
         ->type_name("FILE");
+    command->option_defaults()->group("Files and messages");
     command->add_flag("--quiet", options_.quiet, "show no progress and no warnings");
     command
         ->add_option("--config", config_,
@@ -227,6 +230,7 @@ void CommandLine::describe_restore() {
 }
 
 void CommandLine::describe_reading(CLI::App* command) {
+    command->option_defaults()->group("How the file is read");
     command
         ->add_option("--from", options_.read.format,
                      "format of the file, if its contents leave it open: " + format_names())
@@ -254,6 +258,7 @@ void CommandLine::describe_reading(CLI::App* command) {
 }
 
 void CommandLine::describe_forms(CLI::App* command) {
+    command->option_defaults()->group("Form of the result");
     CLI::Option* json =
         command->add_flag("--json", json_, "result as one JSON object on standard output");
     command

@@ -183,7 +183,10 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
         record.ending().value_or(ending_of(settings, result.energy, result.search_time));
     if (limits.bound && result.energy <= *limits.bound) result.ending = Ending::OPTIMAL;
     if (companion) result.companion_flips = companion->attempted_flips();
-    trace.end(record, result, companion ? &*companion : nullptr);
+    trace.end(
+        record,
+        {result.ending, result.history.back(), result.bound, result.load_time, result.search_time},
+        companion ? &*companion : nullptr);
     return result;
 }
 

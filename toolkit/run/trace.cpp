@@ -9,8 +9,6 @@
 #include <orvex/orvex.hpp>
 #include <orvex/parameters.hpp>
 
-#include "toolkit/solve.hpp"
-
 namespace orvex::toolkit {
 namespace {
 
@@ -157,17 +155,17 @@ void Trace::look(const Record& record, const std::vector<IslandState>& islands,
     write(line);
 }
 
-void Trace::end(const Record& record, const Result& result, const Companion* companion) {
+void Trace::end(const Record& record, const Outcome& outcome, const Companion* companion) {
     if (!wanted()) return;
     tell_bests(record);
     JsonText line;
-    line.object().add("event", "end").add("time", result.search_time);
-    line.add("status", text_of(result.ending));
-    add_energy(line, "energy", result.energy);
-    add_energy(line, "bound", result.bound);
-    line.add("found_by", text_of(result.history.back().source));
-    line.add("found_time", result.history.back().time);
-    line.add("load_time", result.load_time);
+    line.object().add("event", "end").add("time", outcome.search_time);
+    line.add("status", text_of(outcome.ending));
+    add_energy(line, "energy", outcome.best.energy);
+    add_energy(line, "bound", outcome.bound);
+    line.add("found_by", text_of(outcome.best.source));
+    line.add("found_time", outcome.best.time);
+    line.add("load_time", outcome.load_time);
     add_state(line, record, last_islands_, companion);
     line.end();
     write(line);

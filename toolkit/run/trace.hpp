@@ -19,10 +19,17 @@
 
 namespace orvex::toolkit {
 
-struct Result;
-
 class Trace {
   public:
+    /** How a search has ended. Times are in seconds. */
+    struct Outcome {
+        Ending ending;
+        const Found& best;
+        std::optional<Wide> bound;  ///< no energy is below, where that is known
+        double load_time;           ///< before the search
+        double search_time;
+    };
+
     /** @param view outlives the trace */
     Trace(const TraceOptions& options, const View& view) : options_(options), view_(view) {}
 
@@ -44,7 +51,7 @@ class Trace {
     /** The figures with which the search has ended. */
     void keep(const std::vector<IslandState>& islands) { last_islands_ = islands; }
 
-    void end(const Record& record, const Result& result, const Companion* companion);
+    void end(const Record& record, const Outcome& outcome, const Companion* companion);
 
   private:
     std::string own_text(Wide energy) const;
