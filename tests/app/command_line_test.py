@@ -58,7 +58,7 @@ class ManPage(ProgramTest):
         page = (SOURCE / "docs" / "man" / "orvex.1").read_text(encoding="utf-8").replace("\\-", "-")
         for heading in re.findall("^#+ (.*)$", text, re.MULTILINE)[1:]:
             self.assertTrue(heading in page or heading.upper() in page, heading)
-        typed = re.sub("```.*?```", "", text, flags=re.DOTALL)
+        typed = re.sub("```.*?```", "", text.split("\n", 1)[1], flags=re.DOTALL)
         for code in re.findall("`([^`]+)`", typed):
             if "\\" not in code and "\n" not in code:
                 self.assertIn(f"\\f[B]{code}\\f[R]", page, "make man makes it anew")
