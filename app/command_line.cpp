@@ -1,5 +1,6 @@
 #include "app/command_line.hpp"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -73,8 +74,10 @@ CLI::Validator one_of(std::vector<std::string> words) {
 
 }  // namespace
 
-CommandLine::CommandLine()
-    : solve_(add_command("solve", "search for the bit vector of lowest energy")),
+CommandLine::CommandLine(int argc, char** argv)
+    : argc_(argc),
+      argv_(argv),
+      solve_(add_command("solve", "search for the bit vector of lowest energy")),
       bench_(add_command("bench", "measure how long it takes to reach a target, in several runs")),
       check_(add_command("check", "check a problem's file and show what a run needs")),
       convert_(add_command("convert", "write a problem's file in another format")),
@@ -83,7 +86,7 @@ CommandLine::CommandLine()
           add_command("restore", "turn a solution of what presolve left into one of the problem")),
       info_(add_command("info", "show what this build is and where it runs")),
       completion_(add_command("completion", "print a script with which a shell completes words")),
-      generate_(app_) {
+      generate_(add_command("generate", "make a random model for experiments")) {
     app_.name("orvex");
     app_.require_subcommand(1);
     app_.footer(EXAMPLES);
@@ -91,19 +94,36 @@ CommandLine::CommandLine()
         "--version",
         [] { return "orvex " ORVEX_PROJECT_VERSION ", engine " + Solver(false).get("version"); },
         "show the versions of program and engine, and end");
-    for (CLI::App* command : {solve_, bench_, check_})
+    for (CLI::App* command : app_.get_subcommands({}))
+        if (needs(command)) describe(command);
+}
+
+bool CommandLine::needs(const CLI::App* command) const {
+    const std::string first = argc_ > 1 ? argv_[1] : "";
+    if (first == command->get_name()) return true;
+    const std::vector<const CLI::App*> commands = app_.get_subcommands({});
+    return first == completion_->get_name() ||
+           std::none_of(commands.begin(), commands.end(),
+                        [&](const CLI::App* any) { return any->get_name() == first; });
+}
+
+void CommandLine::describe(CLI::App* command) {
+    if (command == generate_.command()) return generate_.describe();
+    if (command == completion_) return describe_completion();
+    if (command == solve_ || command == bench_ || command == check_)
         command->add_option("FILE", options_.file, "file of a problem, plain or compressed (.gz)")
             ->required()
             ->type_name("");
-    describe_solve();
-    describe_bench();
-    describe_convert();
-    describe_presolve();
-    describe_restore();
-    for (CLI::App* command : {solve_, bench_, check_, convert_, presolve_})
-        describe_reading(command);
-    for (CLI::App* command : {solve_, bench_, check_, convert_, presolve_, restore_, info_})
-        describe_forms(command);
+    if (command == solve_) describe_solve();
+    if (command == bench_) describe_bench();
+    if (command == convert_) describe_convert();
+    if (command == presolve_) describe_presolve();
+    if (command == restore_) describe_restore();
+    if (command != restore_ && command != info_) describe_reading(command);
+    describe_forms(command);
+}
+
+void CommandLine::describe_completion() {
     completion_->footer(COMPLETION_FOOTER);
     completion_->add_option("SHELL", shell_, "bash, zsh or fish")
         ->required()

@@ -14,10 +14,14 @@ namespace orvex::cli {
 
 class CommandLine {
   public:
-    CommandLine();
+    /**
+     * The tables that this command line needs: where its first word is a command, those of the
+     * others stay empty. A program that is started for a moment should not spend it on them.
+     */
+    CommandLine(int argc, char** argv);
 
     /** @throws CLI::ParseError when it is wrong, or asks for help */
-    void parse(int argc, char** argv) { app_.parse(argc, argv); }
+    void parse() { app_.parse(argc_, argv_); }
 
     /** Says what is wrong, or the help that is asked for. @return 0 for the latter */
     int exit(const CLI::ParseError& error) { return app_.exit(error); }
@@ -27,6 +31,9 @@ class CommandLine {
 
   private:
     CLI::App* add_command(const char* name, const char* what);
+    bool needs(const CLI::App* command) const;
+    void describe(CLI::App* command);
+    void describe_completion();
     void describe_limits(CLI::App* command);
     void describe_search(CLI::App* command);
     void describe_solve();
@@ -39,6 +46,8 @@ class CommandLine {
     void take_config();
     void settle();
 
+    int argc_;
+    char** argv_;
     CLI::App app_{"Solves QUBO problems: minimises the sum over i <= j of W[i][j] x[i] x[j]."};
     CLI::App *solve_, *bench_, *check_, *convert_, *presolve_, *restore_, *info_, *completion_;
     GenerateCommand generate_;

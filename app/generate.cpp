@@ -30,9 +30,7 @@ Examples:
 
 }  // namespace
 
-GenerateCommand::GenerateCommand(CLI::App& app)
-    : command_(app.add_subcommand("generate", "make a random model for experiments")
-                   ->group("Commands")) {
+void GenerateCommand::describe() {
     command_->require_subcommand(0, 1);  // a wrong word is then named in the message
     command_->footer(EXAMPLES);
     add_palubeckis();

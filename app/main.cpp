@@ -27,9 +27,9 @@ int fail(int status, const char* text) {
 }
 
 int main_of(int argc, char** argv) {
-    CommandLine line;
+    CommandLine line(argc, argv);
     try {
-        line.parse(argc, argv);
+        line.parse();
     } catch (const CLI::ParseError& error) {
         return line.exit(error) == 0 ? EXIT_NORMAL : EXIT_BAD_INPUT;
     }
