@@ -5,6 +5,7 @@
 #   make multi       builds the library with all 150 bands, for models of up to 65536 variables
 #   make test        builds and runs all tests
 #   make instances   solves all benchmark instances and writes docs/instances.md
+#   make man         makes docs/man/orvex.1 from docs/command-line.md (needs pandoc)
 #   make bench       measures speed and times, other solvers beside, and writes docs/performance.md
 #
 # CMAKE_FLAGS is handed to CMake, BENCH_FLAGS to bench/run.py. MODELS=FOLDER names a folder of benchmark
@@ -22,7 +23,7 @@ FIRST_BUILD = $(if $(wildcard $(BUILD)/CMakeCache.txt),,-DORVEX_BUILD_TESTS=OFF)
 # What of how much is done, and for how long it has gone on.
 export NINJA_STATUS ?= [%f of %t, %e s] 
 
-.PHONY: demo install multi test instances bench program help
+.PHONY: demo install multi test instances man bench program help
 
 help:
 	@sed -n 's/^#   //p' Makefile
@@ -55,6 +56,9 @@ test:
 
 instances: program
 	tests/instances/run.py $(if $(MODELS),--models $(MODELS)) --write docs/instances.md
+
+man:
+	docs/man/make.sh
 
 bench:
 	@tools/install-dependencies.sh demo

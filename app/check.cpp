@@ -5,7 +5,9 @@
 
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
+#include "app/messages.hpp"
 #include "app/report.hpp"
+#include "app/standard_input.hpp"
 #include "toolkit/io/read.hpp"
 #include "toolkit/model/memory.hpp"
 #include "toolkit/run/prepare.hpp"
@@ -92,8 +94,8 @@ Report summary_of(const Problem& problem, const Report& facts) {
 
 }  // namespace
 
-int check(const std::string& file, const ReadOptions& read, bool json) {
-    Problem problem = read_problem(file, read);
+int check(const std::string& file, const ReadOptions& read, Form form) {
+    Problem problem = read_problem(readable(file), read);
     const int bits = problem.proven_bits();
     const std::optional<Plan> plan = problem.plan(std::min(bits, 64));
     if (!plan) problem.warnings.push_back("no band of this build holds the model");
@@ -103,12 +105,9 @@ int check(const std::string& file, const ReadOptions& read, bool json) {
         problem.warnings.push_back("a run needs more memory than this machine has");
 
     const Report facts = facts_of(problem, bits, plan);
-    if (json)
-        print_json(facts, std::cout);
-    else
-        print_text(summary_of(problem, facts), std::cout);
+    print(facts, summary_of(problem, facts), form, std::cout);
     for (const std::string& warning : problem.warnings)
-        std::cerr << "Warning: " << warning << "\n";
+        warn(warning);
     return EXIT_NORMAL;
 }
 

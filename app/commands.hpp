@@ -1,5 +1,5 @@
 // The commands, with what the command line says for each. They return the exit status and
-// throw InputError for wrong input.
+// throw InputError for wrong input. A file that is read and is named "-" is standard input.
 #pragma once
 
 #include <optional>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "app/cli.hpp"
+#include "app/report.hpp"
 #include "toolkit/io/formats/format.hpp"
 #include "toolkit/settings/search_settings.hpp"
 
@@ -25,35 +26,44 @@ struct SolveCommand {
     std::string presolve = "auto";   ///< "auto", "off" or "full"
     std::string companion = "auto";  ///< "auto" or the share of the processors, from 0 to 1
     std::string groups;              ///< file; empty: as they are found
-    bool json = false;
+    std::string trace;               ///< file; empty: none
+    Form form = Form::TEXT;
     bool quiet = false;
+};
+
+/** The same for several runs, each of which ends at the target or at its limits. */
+struct BenchCommand {
+    SolveCommand search;
+    long runs = 10;
 };
 
 struct PresolveCommand {
     std::string input, output;  ///< files of the problem and of what is left of it
     ReadOptions read;
+    std::string way_back;  ///< file; empty: output, with ".back"
     bool full = false;
-    bool json = false;
+    Form form = Form::TEXT;
 };
 
 struct RestoreCommand {
     std::string way_back, input, output;  ///< files: of "presolve", of a solution, to be written
-    bool json = false;
+    Form form = Form::TEXT;
 };
 
 struct ConvertCommand {
     std::string input, output;
     ReadOptions read;
     std::string to;  ///< name of a format
-    bool json = false;
+    Form form = Form::TEXT;
 };
 
 int solve(const SolveCommand& command);
-int check(const std::string& file, const ReadOptions& read, bool json);
+int bench(const BenchCommand& command);
+int check(const std::string& file, const ReadOptions& read, Form form);
 int convert(const ConvertCommand& command);
 int presolve(const PresolveCommand& command);
 int restore(const RestoreCommand& command);
-int info(bool json);
+int info(Form form);
 
 /** Words key=value as SolveCommand::params. @throws InputError */
 Settings parse_params(const std::vector<std::string>& words);

@@ -3,7 +3,9 @@
 
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
+#include "app/messages.hpp"
 #include "app/report.hpp"
+#include "app/standard_input.hpp"
 #include "toolkit/io/output_file.hpp"
 #include "toolkit/io/read.hpp"
 #include "toolkit/model/errors.hpp"
@@ -15,7 +17,7 @@ int convert(const ConvertCommand& command) {
     if (to.write == nullptr)
         throw InputError(std::string("the format ") + to.name + " can only be read; " +
                          written_format_names() + " can be written");
-    const Problem problem = read_problem(command.input, command.read);
+    const Problem problem = read_problem(readable(command.input), command.read);
     OutputFile output(command.output);
     to.write(problem, output);
     output.finish();
@@ -31,12 +33,9 @@ int convert(const ConvertCommand& command) {
     report["nonzero"] = problem.nonzero;
     // The file itself may have gone to standard output.
     std::ostream& out = command.output == "-" ? std::cerr : std::cout;
-    if (command.json)
-        print_json(report, out);
-    else
-        print_text(report, out);
+    print(report, command.form, out);
     for (const std::string& warning : problem.warnings)
-        std::cerr << "Warning: " << warning << "\n";
+        warn(warning);
     return EXIT_NORMAL;
 }
 

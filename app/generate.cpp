@@ -13,24 +13,24 @@ namespace orvex::cli {
 namespace {
 
 constexpr const char* EXAMPLES =
-    R"(OUT is a model file; - is standard output, and a name that ends in .gz is compressed.
-The same command makes the same model on every machine. docs/generators.md defines each kind.
+    R"(OUT is a model file; - is standard output, and a name that ends in .gz is
+compressed. The same command makes the same model on every machine.
+docs/generators.md defines each kind.
 
 Examples:
   orvex generate palubeckis --size 3000 --density 50 --seed 31000 p3000.1.qubo
   orvex generate k2000 K2000.qubo.gz
   orvex generate dense --size 4096 --seed 1 R4096.qubo
-  orvex generate sparse --size 10000 --entries 50000 --smallest -9 --largest 9 - | orvex solve /dev/stdin
+  orvex generate sparse --size 10000 --entries 50000 - | orvex solve -
   orvex generate maxcut --size 800 --density 6 --seed 8001 G1.qubo
   orvex generate torus --rows 100 --columns 20 --signs 20003 G32.qubo
-  orvex generate planar --size 800 --density 99 --seed 8001 --second 8002 G14.qubo
-  orvex generate lattice --rows 16 --columns 16 --layers 16 --closed --gaussian 1 spins.qubo
+  orvex generate planar --size 800 --density 99 --seed 8001 --second 8002 G14
+  orvex generate lattice --rows 64 --columns 64 --closed --gaussian 1 spins.qubo
   orvex generate colouring --size 200 --colours 4 --edges 800 colours.qubo)";
 
 }  // namespace
 
-GenerateCommand::GenerateCommand(CLI::App& app)
-    : command_(app.add_subcommand("generate", "make a random model for experiments")) {
+void GenerateCommand::describe() {
     command_->require_subcommand(0, 1);  // a wrong word is then named in the message
     command_->footer(EXAMPLES);
     add_palubeckis();

@@ -18,8 +18,13 @@ using namespace toolkit::generate;
 
 class GenerateCommand {
   public:
-    /** Adds "generate" with its kinds to a command line; the command must outlive the parsing. */
-    explicit GenerateCommand(CLI::App& app);
+    /** @param command "generate" of a command line; this object outlives the parsing */
+    explicit GenerateCommand(CLI::App* command) : command_(command) {}
+
+    /** Adds the kinds, with their options. */
+    void describe();
+
+    CLI::App* command() const { return command_; }
 
     /** Whether the command line asks for it. */
     bool chosen() const { return command_->parsed(); }

@@ -39,7 +39,7 @@ Report sizes_of_bands(Solver& solver) {
 
 }  // namespace
 
-int info(bool json) {
+int info(Form form) {
     Solver solver(false);
     const std::vector<Device> found = devices();
     const long memory = machine_memory();
@@ -50,16 +50,13 @@ int info(bool json) {
     report["license"] = solver.get("license");
     report["device"] = found.empty() ? Report() : Report(found.front().name);
     if (found.size() > 1) report["devices"] = found.size();
-    report["memory"] =
-        json ? Report(memory) : Report(bytes_text(static_cast<std::uint64_t>(memory)));
+    report["memory"] = form == Form::TEXT ? Report(bytes_text(static_cast<std::uint64_t>(memory)))
+                                          : Report(memory);
     const Report sizes = sizes_of_bands(solver);
     report["largest_model"] = sizes.back();
     report["widths"] = widths_of_bands();
     report["sizes"] = sizes;
-    if (json)
-        print_json(report, std::cout);
-    else
-        print_text(report, std::cout);
+    print(report, form, std::cout);
     return EXIT_NORMAL;
 }
 

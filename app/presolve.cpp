@@ -10,6 +10,7 @@
 #include "app/exit_status.hpp"
 #include "app/report.hpp"
 #include "app/result.hpp"
+#include "app/standard_input.hpp"
 #include "toolkit/io/output_file.hpp"
 #include "toolkit/io/read.hpp"
 #include "toolkit/io/solution.hpp"
@@ -20,24 +21,27 @@ namespace {
 
 constexpr const char* WAY_BACK_SUFFIX = ".back";
 
-void print(const Report& report, bool json) {
-    if (json)
-        print_json(report, std::cout);
-    else
-        print_text(report, std::cout);
+/** A file itself may go to standard output. */
+void print(const Report& report, Form form, const std::string& output) {
+    print(report, form, output == "-" ? std::cerr : std::cout);
 }
 
 }  // namespace
 
 int presolve(const PresolveCommand& command) {
-    const Problem problem = read_problem(command.input, command.read);
+    if (command.output == "-" && command.way_back.empty())
+        throw InputError(
+            "where the problem goes to standard output, --back must name a file for the way back");
+    const std::string way_back_file =
+        command.way_back.empty() ? command.output + WAY_BACK_SUFFIX : command.way_back;
+    const Problem problem = read_problem(readable(command.input), command.read);
     const Presolved presolved =
         toolkit::presolve(problem.weights.sparse(),
                           {.effort = command.full ? PresolveEffort::FULL : PresolveEffort::AUTO});
 
     std::ostringstream way_back;
     write_way_back(presolved, way_back);
-    OutputFile back(command.output + WAY_BACK_SUFFIX);
+    OutputFile back(way_back_file);
     back.write(way_back.str());
     // A model has a variable at least: where none is left, one that weighs nothing stands for it.
     const bool solved = presolved.optimal();
@@ -48,9 +52,9 @@ int presolve(const PresolveCommand& command) {
     back.finish();
     output.finish();
 
-    Report report;
+    Report report = Report::object();
     report["file"] = command.output;
-    report["way_back"] = command.output + WAY_BACK_SUFFIX;
+    report["way_back"] = way_back_file;
     report["size"] = problem.size;
     report["couplings"] = problem.couplings.count;
     report["presolved_size"] = presolved.reduced().size();
@@ -64,12 +68,13 @@ int presolve(const PresolveCommand& command) {
         report["largest_error"] = number(problem.convention.largest_error);
     }
     report["rules"] = rules_of(presolved.rules());
-    print(report, command.json);
+    print(report, command.form, command.output);
     return EXIT_NORMAL;
 }
 
 int restore(const RestoreCommand& command) {
-    std::ifstream stream(command.way_back);
+    expect_one_standard_input({command.way_back, command.input});
+    std::ifstream stream(readable(command.way_back));
     if (!stream) throw InputError("Cannot read " + command.way_back);
     const WayBack way_back = [&] {
         try {
@@ -79,17 +84,17 @@ int restore(const RestoreCommand& command) {
         }
     }();
     const int digits = std::max(way_back.reduced_size(), 1);
-    Bits bits = bits_of(read_solution(command.input, digits));
+    Bits bits = bits_of(read_solution(readable(command.input), digits));
     bits.resize(static_cast<std::size_t>(way_back.reduced_size()));
     const Sol solution = solution_of(way_back.restore(bits));
     OutputFile output(command.output);
     output.write(digits_of(solution, way_back.original_size()) + "\n");
     output.finish();
 
-    Report report;
+    Report report = Report::object();
     report["file"] = command.output;
     report["size"] = way_back.original_size();
-    print(report, command.json);
+    print(report, command.form, command.output);
     return EXIT_NORMAL;
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <limits>
 #include <sstream>
 #include <unistd.h>
@@ -188,10 +189,12 @@ void expect_writable(const std::string& file) {
 }
 
 bool write_result(const std::string& file, const std::string& digits, const Report& report) {
-    std::ofstream stream(file);
+    std::ofstream opened;
+    if (file != "-") opened.open(file);
+    std::ostream& stream = file == "-" ? std::cout : opened;
     stream << digits << "\n";
     print_key_values(report, stream);
-    stream.close();
+    stream.flush();
     return stream.good();
 }
 

@@ -30,7 +30,12 @@ Report summary_of(const Report& report);
 /** Ends early when a file cannot be written, before a long run is spent. @throws InputError */
 void expect_writable(const std::string& file);
 
-/** The bits in the first line, the report as key=value lines below. @return whether it worked */
+/**
+ * The bits in the first line, the report as key=value lines below.
+ *
+ * @param file "-" is standard output
+ * @return whether it worked
+ */
 bool write_result(const std::string& file, const std::string& digits, const Report& report);
 
 }  // namespace orvex::cli

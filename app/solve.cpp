@@ -1,28 +1,21 @@
 // The command "solve": a problem's file, a search, a result.
 #include "toolkit/solve.hpp"
 
-#include <chrono>
 #include <iostream>
 
 #include "app/commands.hpp"
 #include "app/exit_status.hpp"
 #include "app/interrupt.hpp"
+#include "app/messages.hpp"
 #include "app/progress.hpp"
 #include "app/result.hpp"
-#include "toolkit/io/formats/input_file.hpp"
-#include "toolkit/io/groups_file.hpp"
+#include "app/searching.hpp"
+#include "app/trace_file.hpp"
 #include "toolkit/io/solution.hpp"
 #include "toolkit/model/errors.hpp"
-#include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::cli {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double seconds_since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 /** The library's own display takes the place of the program's. */
 bool wants_librarys_display(const SolveCommand& command) {
@@ -39,7 +32,9 @@ class Screen : public Events {
           progress_(Progress::style_for_stderr(command.quiet || wants_librarys_display(command)),
                     std::cerr, problem.convention) {}
 
-    void warned(const std::string& text) override { note("Warning: " + text); }
+    void warned(const std::string& text) override {
+        if (!quiet_) warn(text);
+    }
 
     void prepared(const Preparation& preparation) override {
         for (const std::string& warning : problem_.warnings)
@@ -94,64 +89,32 @@ class Screen : public Events {
     Progress progress_;
 };
 
-double share_of(const std::string& text) {
-    char* end = nullptr;
-    const double share = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0')
-        throw InputError("--companion takes a share from 0 to 1 or auto, not \"" + text + "\"");
-    return share;
-}
-
-SolveOptions options_of(const SolveCommand& command, const Problem& problem,
-                        const std::optional<Target>& target) {
-    SolveOptions options{
-        .time_limit = command.time_limit, .trials = command.trials, .settings = command.params};
-    if (target) options.target = target->searched;
-    options.presolve = command.presolve == "off"    ? PresolveEffort::OFF
-                       : command.presolve == "full" ? PresolveEffort::FULL
-                                                    : PresolveEffort::AUTO;
-    if (command.companion != "auto") options.companion = share_of(command.companion);
-    if (!command.groups.empty())
-        options.groups = read_groups(command.groups, problem.convention.index_base, problem.size);
-    if (!command.start.empty())
-        options.starts.push_back(read_solution(command.start, problem.size));
-    return options;
-}
-
 }  // namespace
 
 int solve(const SolveCommand& command) {
-    const Clock::time_point begin = Clock::now();
-    expect_settings(command.params);
-    if (command.target) target_of(*command.target, {});  // refused before a long file is read
-    if (!command.output.empty()) expect_writable(command.output);
-    InputFile file(command.file, command.read);
-    file.expect_memory_of_run();
-    const Problem problem = file.read();
-    std::optional<Target> target;
-    if (command.target) target = target_of(*command.target, problem.convention);
-    const SolveOptions options = options_of(command, problem, target);
-    const double read_time = seconds_since(begin);
+    const bool result_elsewhere = command.output == "-" || command.trace == "-";
+    if (command.output == "-" && command.trace == "-")
+        throw InputError("either --output or --trace can be standard output, not both");
+    if (!command.output.empty() && command.output != "-") expect_writable(command.output);
+    Searching searching = searching_of(command);
+    const Problem& problem = searching.problem;
+    TraceFile trace(command.trace);
+    searching.options.trace = trace.options();
 
     Screen screen(problem, command);
     catch_interrupts();
-    const Result result = toolkit::solve(problem, options, screen);
+    const Result result = toolkit::solve(problem, searching.options, screen);
     screen.end();
 
-    Report report = report_of(problem, result, target, read_time);
+    Report report = report_of(problem, result, searching.target, searching.read_time);
     const std::string digits = digits_of(result.solution, problem.size);
     const bool written = command.output.empty() || write_result(command.output, digits, report);
-    if (command.json) {
-        report["bits"] = digits;
-        print_json(report, std::cout);
-    } else {
-        print_text(summary_of(report), std::cout);
-    }
-    if (!written) {
-        std::cerr << "Error: Cannot write " << command.output << std::endl;
-        return EXIT_NOT_WRITTEN;
-    }
-    return EXIT_NORMAL;
+    const Report summary = summary_of(report);
+    report["bits"] = digits;
+    print(report, summary, command.form, result_elsewhere ? std::cerr : std::cout);
+    if (!written) complain(("Cannot write " + command.output).c_str());
+    if (!trace.written()) complain(("Cannot write all of the trace to " + command.trace).c_str());
+    return written && trace.written() ? EXIT_NORMAL : EXIT_NOT_WRITTEN;
 }
 
 Settings parse_params(const std::vector<std::string>& words) {

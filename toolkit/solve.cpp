@@ -14,6 +14,7 @@
 #include "toolkit/run/prepare.hpp"
 #include "toolkit/run/record.hpp"
 #include "toolkit/run/run_settings.hpp"
+#include "toolkit/run/trace.hpp"
 #include "toolkit/settings/check_settings.hpp"
 
 namespace orvex::toolkit {
@@ -134,6 +135,8 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
     const Record::Limits limits = limits_of(settings, options, view, crew);
     Record record(view, limits, scored(problem, options.starts), options.hints, events);
 
+    Trace trace(options.trace, view);
+
     Result result;
     result.preparation = prepared.told;
     events.prepared(result.preparation);
@@ -152,6 +155,7 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
 
     const Clock::time_point searching = Clock::now();
     if (!anything_left) {
+        trace.begin(options, record, result.preparation, nullptr, {});
         record.begin();
         record.take(Sol(0), Source::PRESOLVE);
         record.tell();
@@ -161,12 +165,14 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
         result.parameters = settings.params;
         if (limits.target) result.parameters["target_energy"] = std::to_string(*limits.target);
         events.planned(*result.plan, result.parameters);
+        trace.begin(options, record, result.preparation, &*result.plan, result.parameters);
         LibraryResult run = run_library(searched, settings, start ? &*start : nullptr, record,
-                                        companion ? &*companion : nullptr);
+                                        companion ? &*companion : nullptr, trace);
         librarys = std::move(run.solution);
         result.search_time = run.search_time;
     } else {
-        run_companion(record, *companion);
+        trace.begin(options, record, result.preparation, nullptr, {});
+        run_companion(record, *companion, trace);
         result.search_time = seconds_since(searching);
     }
     result.load_time = seconds_since(begin) - result.search_time;
@@ -180,6 +186,10 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
         record.ending().value_or(ending_of(settings, result.energy, result.search_time));
     if (limits.bound && result.energy <= *limits.bound) result.ending = Ending::OPTIMAL;
     if (companion) result.companion_flips = companion->attempted_flips();
+    trace.end(
+        record,
+        {result.ending, result.history.back(), result.bound, result.load_time, result.search_time},
+        companion ? &*companion : nullptr);
     return result;
 }
 

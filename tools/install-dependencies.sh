@@ -9,7 +9,7 @@ set -euo pipefail
 
 demo=(g++ cmake ninja-build libhwy-dev libcli11-dev nlohmann-json3-dev zlib1g-dev)
 test=(libgtest-dev libgmock-dev pkg-config python3)
-ci=(ccache clang clang-format git python3-venv)
+ci=(ccache chromium clang clang-format fish git python3-venv zsh)
 
 case "${1:-}" in
 demo) needed=("${demo[@]}") ;;

@@ -6,8 +6,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "orvex/export.hpp"
+#include "orvex/island_state.hpp"
 #include "orvex/sol.hpp"
 
 namespace orvex {
@@ -49,6 +51,13 @@ class ORVEX_API Callback {
      * the first run.
      */
     long flips() const;
+
+    /**
+     * What each island has done so far, in "new" and "alarm", and when the run has ended the final
+     * figures; without entries before the first run, and in its "init". Other islands than the one
+     * that reports work on meanwhile, so that their figures may differ by a result from each other.
+     */
+    const std::vector<IslandState>& islands() const;
 
     /**
      * Gives the run a hint: a solution to search from. It is copied; its length is not checked
@@ -125,6 +134,7 @@ struct ORVEX_API Callback::Impl {
      * where no result comes in, and cleared when it is carried out.
      */
     unsigned char end_at_once = 0;
+    std::vector<IslandState> islands;  ///< filled before "new" and "alarm", and by the run's end
 };
 
 }  // namespace orvex

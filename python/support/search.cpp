@@ -18,6 +18,9 @@ using namespace orvex::toolkit;
 using ORVEX_PYTHON_EVENT = void (*)(Steering* steering, double seconds, std::int64_t energy,
                                     const std::uint64_t* words);
 
+/** Receives a line of the trace, on a thread of the library. */
+using ORVEX_PYTHON_TRACE = void (*)(const char* line);
+
 /** What a search brought, beside solutions and texts. */
 struct ORVEX_PYTHON_SUMMARY {
     double load_time, search_time;
@@ -98,13 +101,17 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
 
 }  // namespace orvex::python
 
+/** @param trace null if nobody wants one */
 ORVEX_PYTHON_API Result* orvex_python_solve(const Problem* problem,
                                             const ORVEX_PYTHON_OPTIONS* options,
-                                            ORVEX_PYTHON_EVENT event) {
+                                            ORVEX_PYTHON_EVENT event, ORVEX_PYTHON_TRACE trace) {
     return guarded(NO_RESULT, [&] {
         Forwarder forwarder(event);
-        return std::make_unique<Result>(solve(*problem, options_of(*problem, *options), forwarder))
-            .release();
+        SolveOptions solving = options_of(*problem, *options);
+        if (trace != nullptr)
+            solving.trace = {.write = [trace](const std::string& line) { trace(line.c_str()); },
+                             .model_numbers = true};
+        return std::make_unique<Result>(solve(*problem, solving, forwarder)).release();
     });
 }
 

@@ -31,6 +31,9 @@ struct GLOBAL_VARS : RUN_STATE {
     /** Delivers "init", "new" or "alarm", if wanted, and carries out the requests it leaves. */
     void callback_func(const std::string& event, ISLAND& island);
 
+    /** Tells the callback, if there is one, what each island has done. */
+    void tellIslands();
+
     /** Ends the run at once if the callback's owner has asked for it between events. */
     void obeyOwner();
 

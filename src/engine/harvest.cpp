@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "engine/error_exit.hpp"
@@ -45,6 +46,32 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
         to.data[static_cast<std::size_t>(w)] = allbest.bits[w];
 }
 
+void GLOBAL_VARS::tellIslands() {
+    if (!callback) return;
+    static_assert(std::tuple_size_v<decltype(IslandState::rules)> == ALGORITHMS);
+    static_assert(std::tuple_size_v<decltype(IslandState::generators)> == GENERATORS);
+    const auto known = [](const INSTANCE& record) {
+        const long energy = relaxed(record.energy);
+        return energy < 0 ? energy : IslandState::NO_ENERGY;
+    };
+    const auto count = [](const auto& from, auto& to) {
+        std::transform(from.begin(), from.end(), to.begin(),
+                       [](const std::int64_t& figure) { return relaxed(figure); });
+    };
+    std::vector<IslandState>& states = callback->impl().islands;
+    states.resize(allisland->islands.size());
+    for (std::size_t k = 0; k < states.size(); ++k) {
+        const ISLAND& island = *allisland->islands[k];
+        IslandState& state = states[k];
+        state.current = known(island.current);
+        state.best = known(island.best);
+        state.results = relaxed(island.received);
+        state.flips = relaxed(island.flips);
+        count(island.algorithm_count, state.rules);
+        count(island.instance_count, state.generators);
+    }
+}
+
 void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     assert(event == "init" || event == "new" || event == "alarm");
     if (!callback || relaxed(stop_code) != 0) return;
@@ -56,7 +83,12 @@ void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     const std::lock_guard lock(band.callback_mutex);
     if (relaxed(stop_code) != 0) return;
     if (alarm && restart_clock->alarm > now()) return;
-    if (alarm || event == "new") get_sol(requests.solution.impl(), false);
+    if (alarm || event == "new") {
+        get_sol(requests.solution.impl(), false);
+        tellIslands();
+    } else {
+        requests.islands.clear();
+    }
     if (alarm) requests.alarm_armed = 0;
     requests.run_flips = 0;
     for (const auto& member : allisland->islands)

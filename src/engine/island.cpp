@@ -145,7 +145,7 @@ void ISLAND::device2host() {
 
 void ISLAND::account() {
     const INSTANCE& result = *recv_buf;
-    ++received;
+    set_relaxed(received, received + 1);
     if (result.block >= 0 && result.block < block_total) {
         ++block_results[static_cast<std::size_t>(result.block)];
         ++block_hits;
@@ -156,8 +156,9 @@ void ISLAND::account() {
     result.ticket = run.trans_count->received(1);  // from now on the run-wide number
     assert(result.algorithm >= 0 && result.algorithm < ALGORITHMS);
     assert(result.inst >= 0 && result.inst < GENERATORS);
-    ++algorithm_count[static_cast<std::size_t>(result.algorithm)];
-    ++instance_count[static_cast<std::size_t>(result.inst)];
+    for (std::int64_t* figure : {&algorithm_count[static_cast<std::size_t>(result.algorithm)],
+                                 &instance_count[static_cast<std::size_t>(result.inst)]})
+        set_relaxed(*figure, *figure + 1);
     if (result.overflow != 0)
         set_relaxed(run.stop_code, -1);  // its energy is worth nothing
     else

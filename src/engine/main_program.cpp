@@ -131,6 +131,7 @@ void main_program(GLOBAL_VARS& run) {
     if (run.stop_code == -1) report_overflow(run.band.arith_bits);
     run.allisland->print();
     run.get_sol(*run.sol, true);
+    run.tellIslands();
     run.dev_threads = nullptr;
     run.host_threads = nullptr;
 }

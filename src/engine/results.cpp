@@ -20,7 +20,7 @@ void ISLAND::regBest(int) {
     if (result.energy < current.energy && result.generation == generation) {
         current.copyRelaxed(result);
         new_current = true;
-        if (result.energy < best.energy) best.copy(result);
+        if (result.energy < best.energy) best.copyRelaxed(result);
     }
 
     const std::lock_guard lock(run.band.allbest_mtx);

@@ -19,6 +19,10 @@ long Callback::flips() const {
     return impl_->run_flips;
 }
 
+const std::vector<IslandState>& Callback::islands() const {
+    return impl_->islands;
+}
+
 void Callback::set(const Sol& sol) {
     impl_->hint = sol;
     impl_->hint_pending = 1;

@@ -28,7 +28,7 @@ class Memory(ProgramTest):
         """Every allocation of a run is refused in turn. A run may do without, and is then right."""
         expected = orvex(*words)
         self.assertEqual(expected.returncode, 0, expected.stderr)
-        told = 0
+        told = reached = 0
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             for first in itertools.count(1, 64):
                 numbers = range(first, first + 64)
@@ -37,6 +37,7 @@ class Memory(ProgramTest):
                     with self.subTest(number=number):
                         if run is None:
                             continue
+                        reached += 1
                         if run.returncode == 0:
                             self.assertEqual(run.stdout.split("\n")[0],
                                              expected.stdout.split("\n")[0])
@@ -47,7 +48,8 @@ class Memory(ProgramTest):
                         told += 1
                 if None in runs:
                     break
-        self.assertGreater(told, 1000)
+        self.assertGreater(reached, 500, "allocations of the program and the library")
+        self.assertGreater(told, 0.9 * reached, "only few can be done without")
 
     def setUp(self):
         super().setUp()

@@ -1,6 +1,12 @@
 // A callback through whole runs: which events come, in which order, on which thread, and what the
 // caller sees in them.
+#include <algorithm>
+#include <numeric>
+#include <string>
 #include <thread>
+#include <vector>
+
+#include "orvex/parameters.hpp"
 
 #include "engine/names.hpp"
 #include "engine/support/band_128_32_32.hpp"
@@ -75,6 +81,50 @@ TEST_F(CallbackRuns, AnAlarmComesBehindItsDelay) {
         },
         {}, "0");
     EXPECT_GE(fired - armed, 50000000);
+}
+
+TEST_F(CallbackRuns, IslandsTellWhatTheyHaveDone) {
+    long results = 0;
+    const Sol sol = runWith([&](ON_EVENT& self, const std::string& event) {
+        self.set("new");
+        self.set("alarm", "0");
+        if (event == "init") {
+            EXPECT_TRUE(self.islands().empty());
+            return;
+        }
+        long seen = 0;
+        for (const IslandState& island : self.islands())
+            seen += island.results;
+        EXPECT_GE(seen, results) << "counts rise";
+        EXPECT_GE(seen, 1);
+        results = seen;
+    });
+    const std::vector<IslandState>& islands = callback->islands();
+    ASSERT_FALSE(islands.empty());
+    long best = IslandState::NO_ENERGY, flips = 0;
+    results = 0;
+    for (const IslandState& island : islands) {
+        best = std::min(best, island.best);
+        flips += island.flips;
+        results += island.results;
+        const auto sum = [](const auto& counts) {
+            return std::accumulate(counts.begin(), counts.end(), 0L);
+        };
+        EXPECT_EQ(sum(island.rules), island.results);
+        EXPECT_EQ(sum(island.generators), island.results);
+        EXPECT_GE(island.current, island.best);
+    }
+    EXPECT_EQ(results, 500) << "of the whole run, as it has ended";
+    EXPECT_EQ(std::to_string(best), sol.get("energy"));
+    EXPECT_EQ(std::to_string(flips), sol.get("total_flips"));
+}
+
+TEST_F(CallbackRuns, AFixedRuleHasAllResults) {
+    runWith([](ON_EVENT&, const std::string&) {}, {{"fix_algorithm", "CyclicMin"}});
+    const auto rule = std::find(flip_rules().begin(), flip_rules().end(), "CyclicMin");
+    const auto place = static_cast<std::size_t>(rule - flip_rules().begin());
+    for (const IslandState& island : callback->islands())
+        EXPECT_EQ(island.rules.at(place), island.results);
 }
 
 TEST_F(CallbackRuns, FlipsOfTheRunRise) {

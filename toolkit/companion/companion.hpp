@@ -58,6 +58,9 @@ class Companion {
     /** Its best, if its energy is below. May be called by any thread. */
     std::optional<Best> better_than(Wide energy) const;
 
+    /** Energy of its best; the highest number before there is one. May be called by any thread. */
+    Wide best_energy() const { return exchange_.best_energy(); }
+
     /**
      * Waits until its best is below the energy, at most so many seconds. Ends early when the
      * companion stops. May be called by any thread.

@@ -24,6 +24,8 @@ bool fits(long weight, int width) {
 }  // namespace
 
 void warn_about_name(const NumberReader& reader, std::vector<std::string>& warnings) {
+    // The library's own reader goes by the name; standard input has none.
+    if (reader.file() == "/dev/stdin") return;
     const bool named_gz = reader.file().ends_with(".gz");
     if (named_gz == reader.compressed()) return;
     warnings.push_back(reader.file() + (named_gz

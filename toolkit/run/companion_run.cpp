@@ -23,7 +23,7 @@ std::optional<Sol> take_best(Record& record, Companion& companion, Wide& known) 
     return found;
 }
 
-void run_companion(Record& record, Companion& companion) {
+void run_companion(Record& record, Companion& companion, Trace& trace) {
     Wide known = std::numeric_limits<Wide>::max();
     companion.start();
     record.begin();
@@ -35,6 +35,7 @@ void run_companion(Record& record, Companion& companion) {
         take_best(record, companion, known);
         record.count(companion.attempted_flips());
         record.tell();
+        trace.look(record, {}, &companion);
     }
     companion.stop();
     take_best(record, companion, known);

@@ -4,6 +4,7 @@
 
 #include "toolkit/companion/companion.hpp"
 #include "toolkit/run/record.hpp"
+#include "toolkit/run/trace.hpp"
 
 namespace orvex::toolkit {
 
@@ -12,7 +13,7 @@ namespace orvex::toolkit {
  *
  * @throws what leaves an event of the caller's, and what ends a thread of the companion
  */
-void run_companion(Record& record, Companion& companion);
+void run_companion(Record& record, Companion& companion, Trace& trace);
 
 /**
  * Takes the companion's best into the record if it is lower than what is known.

@@ -74,11 +74,11 @@ Plan plan_of(const Problem& searched, const RunSettings& settings, Events& event
 }
 
 LibraryResult run_library(const Problem& searched, const RunSettings& settings, const Sol* start,
-                          Record& record, Companion* companion) {
+                          Record& record, Companion* companion, Trace& trace) {
     Param param;
     for (const auto& [key, value] : settings.params)
         param.set(key, value);
-    Watcher watcher(record, companion);
+    Watcher watcher(record, companion, &trace);
     param.set(watcher);
 
     const LibraryLock library;

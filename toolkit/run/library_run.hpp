@@ -5,6 +5,7 @@
 #include "toolkit/companion/companion.hpp"
 #include "toolkit/run/record.hpp"
 #include "toolkit/run/run_settings.hpp"
+#include "toolkit/run/trace.hpp"
 
 namespace orvex::toolkit {
 
@@ -32,6 +33,6 @@ struct LibraryResult {
  * @throws EnergyMismatch, and what leaves an event of the caller's
  */
 LibraryResult run_library(const Problem& searched, const RunSettings& settings, const Sol* start,
-                          Record& record, Companion* companion);
+                          Record& record, Companion* companion, Trace& trace);
 
 }  // namespace orvex::toolkit

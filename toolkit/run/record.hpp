@@ -60,6 +60,8 @@ class Record {
     double elapsed() const;
     /** Seconds that the run may take; 0: no limit. */
     double limit() const { return limits_.shown; }
+    /** Energy at which the run is ended from here, if it is. */
+    std::optional<long> target() const { return limits_.target; }
     /** Seconds until the run is ended from here, if it is. */
     std::optional<double> left() const;
 

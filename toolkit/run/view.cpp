@@ -47,4 +47,8 @@ Wide View::searched_energy(Wide energy) const {
     return reduced_ ? energy * presolved_->factor() - presolved_->offset() : energy;
 }
 
+Wide View::original_energy(Wide searched) const {
+    return reduced_ ? (searched + presolved_->offset()) / presolved_->factor() : searched;
+}
+
 }  // namespace orvex::toolkit

@@ -37,6 +37,9 @@ class View {
     /** The energy that a searched solution must reach so that the problem's is at most this. */
     Wide searched_energy(Wide energy) const;
 
+    /** The energy of the problem that an energy of the searched model stands for. */
+    Wide original_energy(Wide searched) const;
+
   private:
     const Problem& problem_;
     std::optional<Presolved> presolved_;

@@ -31,8 +31,11 @@ double found_time(const Sol& solution, double now) {
 
 }  // namespace
 
-Watcher::Watcher(Record& record, Companion* companion)
-    : record_(record), companion_(companion), known_(std::numeric_limits<Wide>::max()) {}
+Watcher::Watcher(Record& record, Companion* companion, Trace* trace)
+    : record_(record),
+      companion_(companion),
+      trace_(trace != nullptr && trace->wanted() ? trace : nullptr),
+      known_(std::numeric_limits<Wide>::max()) {}
 
 /** Does what tells the caller's events, which may fail. */
 template <class ACTION>
@@ -59,7 +62,7 @@ void Watcher::tick() {
     if (record_.elapsed() - last_event_ >= PULSE_SECONDS)
         guarded([&] {
             exchange(false);
-            record_.tell();
+            tell();
         });
     if (overdue()) std::atomic_ref(impl().end_at_once).store(1, std::memory_order_relaxed);
 }
@@ -73,8 +76,14 @@ void Watcher::handle(const std::string& event) {
         return;
     }
     record_.count(flips());
+    if (trace_ != nullptr) seen_islands_ = islands();
     exchange(event == "new");
+    tell();
+}
+
+void Watcher::tell() {
     record_.tell();
+    if (trace_ != nullptr) trace_->look(record_, seen_islands_, companion_);
 }
 
 /** The library's new best goes to the companion, and the companion's to the library. */
@@ -121,6 +130,7 @@ void Watcher::finish() {
         companion_->stop();
         take_best(record_, *companion_, known_);
     }
+    if (trace_ != nullptr) trace_->keep(islands());
     if (failure_) std::rethrow_exception(failure_);
 }
 

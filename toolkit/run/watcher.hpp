@@ -17,13 +17,17 @@
 
 #include "toolkit/companion/companion.hpp"
 #include "toolkit/run/record.hpp"
+#include "toolkit/run/trace.hpp"
 
 namespace orvex::toolkit {
 
 class Watcher : public Callback {
   public:
-    /** @param companion works beside the library; null if there is none */
-    explicit Watcher(Record& record, Companion* companion = nullptr);
+    /**
+     * @param companion works beside the library; null if there is none
+     * @param trace null if nobody wants one
+     */
+    explicit Watcher(Record& record, Companion* companion = nullptr, Trace* trace = nullptr);
 
     void callback(const std::string& event) override;
 
@@ -42,14 +46,18 @@ class Watcher : public Callback {
     void guarded(const ACTION& action);
     void handle(const std::string& event);
     void exchange(bool is_new);
+    void tell();
     bool overdue() const;
     void request();
 
     Record& record_;
     Companion* const companion_;
+    Trace* const trace_;
     std::mutex mutex_;  // of one event at a time, and of all that follows
     Wide known_;        // lowest energy of the searched model that library and companion both know
     std::deque<Sol> hints_;  // not handed over yet
+    // A copy, since the engine fills its own while a tick may look.
+    std::vector<IslandState> seen_islands_;
     bool began_ = false;
     double last_event_ = 0;          // when the last one was told
     std::optional<double> end_due_;  // when the run was asked to end

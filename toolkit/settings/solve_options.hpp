@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <orvex/orvex.hpp>
@@ -15,6 +17,18 @@ namespace orvex::toolkit {
 
 /** Seconds that a search takes when nothing is said about when it ends. */
 inline constexpr double DEFAULT_TIME_LIMIT = 10;
+
+/** Where the trace of a run goes. */
+struct TraceOptions {
+    /**
+     * Receives each line of the trace (docs/traces.md), without its end, on threads that are not
+     * the caller's, one line at a time; empty: no trace is made. What it throws ends the search and
+     * is thrown by solve().
+     */
+    std::function<void(const std::string& line)> write{};
+    /** Energies as the integers that the problem has, not in the numbers of its file. */
+    bool model_numbers = false;
+};
 
 /** How a problem is searched. What is left open is chosen by the problem's structure. */
 struct SolveOptions {
@@ -45,6 +59,8 @@ struct SolveOptions {
      */
     std::vector<Sol> starts{};
     std::vector<Sol> hints{};  ///< solutions for the search to start instances from
+
+    TraceOptions trace{};  ///< what the run does, second by second, for whoever looks at it later
 };
 
 }  // namespace orvex::toolkit

@@ -12,12 +12,12 @@ import os
 import threading
 import time
 from collections import deque
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from ctypes import byref, c_char_p, c_double, c_int64
 
 import numpy as np
 
-from ._library import EVENT_FUNCTION, Options, OrvexError, Summary, failure, support
+from ._library import EVENT_FUNCTION, TRACE_FUNCTION, Options, OrvexError, Summary, failure, support
 from ._model import Words
 from ._problem import Problem
 
@@ -95,7 +95,9 @@ def expect_whole_process() -> None:
 class Run:
     """A search that has been started. The fields may be read at any time."""
 
-    def __init__(self, problem: Problem, question: Question) -> None:
+    def __init__(
+        self, problem: Problem, question: Question, trace: Callable[[bytes], object] | None = None
+    ) -> None:
         self.news: deque[tuple[float, int, Words]] = deque()  #: new bests: seconds, energy, bits
         self.changed = threading.Event()  #: set at every event, and at the end
         self.ended = threading.Event()
@@ -107,6 +109,7 @@ class Run:
         self.error: BaseException | None = None
         self._problem = problem
         self._question = question
+        self._trace = trace
         self._hints: deque[Words] = deque()
         self._changes: deque[tuple[str, str]] = deque()
         self._best: int | None = None  # energy of the last that is in `news`
@@ -142,8 +145,9 @@ class Run:
 
     def _search(self) -> None:
         on_event = EVENT_FUNCTION(self._on_event)
+        on_line = TRACE_FUNCTION() if self._trace is None else TRACE_FUNCTION(self._trace)
         result = support.orvex_python_solve(
-            self._problem._model.pointer, byref(self._question.options), on_event
+            self._problem._model.pointer, byref(self._question.options), on_event, on_line
         )
         if not result:
             raise failure()

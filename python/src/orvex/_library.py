@@ -94,6 +94,9 @@ class Scaling(ctypes.Structure):
 #: Receives the events of a search: steering, seconds, energy and bits of a new best.
 EVENT_FUNCTION = ctypes.CFUNCTYPE(None, c_void_p, c_double, c_int64, c_void_p)
 
+#: Receives the lines of a trace.
+TRACE_FUNCTION = ctypes.CFUNCTYPE(None, c_char_p)
+
 support = ctypes.CDLL(str(Path(__file__).with_name("liborvex_python.so")))
 
 
@@ -144,7 +147,9 @@ _declare(None, "orvex_python_restore", c_void_p, c_void_p, c_void_p)
 _declare(None, "orvex_python_project", c_void_p, c_void_p, c_void_p)
 _declare(None, "orvex_python_free_presolved", c_void_p)
 
-_declare(c_void_p, "orvex_python_solve", c_void_p, POINTER(Options), EVENT_FUNCTION)
+_declare(
+    c_void_p, "orvex_python_solve", c_void_p, POINTER(Options), EVENT_FUNCTION, TRACE_FUNCTION
+)  # fmt: skip
 _declare(None, "orvex_python_stop", c_void_p)
 _declare(None, "orvex_python_hint", c_void_p, c_void_p, c_void_p)
 _declare(None, "orvex_python_change", c_void_p, c_char_p, c_char_p)

@@ -207,7 +207,11 @@ class Problem:
         if self._reals is not None:
             value = self._reals.energy(words, self._bits(words))
             return int(value) if value.is_integer() and abs(value) < 2**53 else value
-        return plain(Fraction(energy) / self._factor + self.offset)
+        return self._from_search(Fraction(energy))
+
+    def _from_search(self, energy: Fraction) -> int | float:
+        """An energy of the search in the caller's units, for coefficients that were not rounded."""
+        return plain(energy / self._factor + self.offset)
 
     def _bound(self, bound: int) -> int | float:
         """A lower bound of the energies in the search, as one of the true energies."""

@@ -15,6 +15,8 @@ if TYPE_CHECKING:
     import pandas
     from matplotlib.axes import Axes
 
+#: What Result.plot() draws.
+Picture = Literal["energy", "gap", "islands", "rules", "generators", "flips"]
 Energy = Union[int, float]
 Status = Literal[
     "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
@@ -70,6 +72,8 @@ class Result:
     best: list[Solution] = field(repr=False)
     """So many distinct solutions as were asked for (`solutions=` of :func:`solve`), best first, each with the
     energy that its bits have."""
+    trace: list[dict[str, Any]] | None = field(default=None, repr=False)
+    """What the search did, second by second (docs/traces.md), where solve() was told to keep it."""
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Result):
@@ -132,28 +136,30 @@ class Result:
         table.insert(0, "energy", [solution.energy for solution in self.best], allow_duplicates=True)
         return table
 
-    def plot(self, ax: Axes | None = None, **style: Any) -> Axes:
-        """Draws the best energy over time with matplotlib.
+    def plot(self, ax: Axes | None = None, *, show: Picture = "energy", **style: Any) -> Axes:
+        """Draws the best energy over time with matplotlib, or another of the pictures that
+        :func:`orvex.report.figures` has for notebooks.
 
         Parameters
         ----------
         ax
             Where to draw; a new figure by default.
+        show
+            "energy", or "gap", its distance to the lowest. Of a search with a trace also "islands", "rules",
+            "generators" (which share of the results had which) or "flips" (per second).
         style
-            Handed on to ``Axes.step``.
+            Handed on to ``Axes.step``, or to ``Axes.stackplot`` for shares.
+
+        Raises
+        ------
+        ValueError
+            There is nothing to draw: a trace is needed and there is none, or the search was too short.
 
         Returns
         -------
         matplotlib.axes.Axes
             What was drawn on.
         """
-        if ax is None:
-            import matplotlib.pyplot
+        from .report._drawing import draw
 
-            ax = matplotlib.pyplot.figure().add_subplot()
-        times = [time for time, _ in self.history] + [self.timings["search"]]
-        energies = [energy for _, energy in self.history] + [self.energy]
-        ax.step(times, energies, where="post", **style)
-        ax.set_xlabel("time in seconds")
-        ax.set_ylabel("best energy")
-        return ax
+        return draw(self, show, ax, style)

@@ -27,6 +27,7 @@ from ._problem import Problem, as_problem
 from ._progress import Progress
 from ._result import Energy, Result, Status
 from ._settings import Settings, check_settings, real_number, whole_number
+from ._trace import Trace, Tracer, tracer_of
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
@@ -116,6 +117,7 @@ def solve(
     groups: Iterable[Iterable[int]] | None = None,
     solutions: int = 1,
     seed: int | None = None,
+    trace: Trace = None,
     **settings: Unpack[Settings],
 ) -> Result:
     """Searches for the bit vector of lowest energy.
@@ -175,6 +177,9 @@ def solve(
         of a search depends, and the numbers of the library's blocks, which come from the clock. So two searches
         of one seed begin alike and may differ later; a search of the companion alone on one processor
         repeats its course, but not its speed.
+    trace
+        A file that is to tell what the search does, second by second, for ``python -m orvex.report``; it is
+        also `trace` of the result. True keeps it there alone.
     settings
         Settings of the engine; see :class:`Settings`.
 
@@ -232,8 +237,11 @@ def solve(
     expect_memory(
         plan.model + plan.run, "a search with these settings takes", there=plan.model + plan.loaded
     )
-    search = _Search(made, question, found, limits, callback, pulse)
+    tracer = tracer_of(trace, made)
     with ExitStack() as stack:
+        if tracer is not None:
+            stack.callback(tracer.close)
+        search = _Search(made, question, found, limits, callback, pulse, tracer)
         if progress:
             search.progress = stack.enter_context(Progress(limits.time))
         search.follow()
@@ -283,12 +291,14 @@ class _Search:
         limits: _Limits,
         callback: Callback | None,
         pulse: PulseCallback | None,
+        tracer: Tracer | None,
     ) -> None:
         self.problem = problem
         self.progress: Progress | None = None
         self._limits = limits
         self._callback = callback
         self._pulse = pulse
+        self._tracer = tracer
         self._next_pulse = 0.0
         self._status: Status | None = None  # why the caller's side ended the search
         self._failure: BaseException | None = None
@@ -297,7 +307,7 @@ class _Search:
         self._times: list[float] = []
         if starts:
             self._note(0.0, problem._energy(starts[0]), starts[0])
-        self.run = Run(problem, question)
+        self.run = Run(problem, question, None if tracer is None else tracer.news.append)
 
     def end(self, status: Status) -> None:
         """Asks the search to end; the first reason counts."""
@@ -337,6 +347,8 @@ class _Search:
         self._take_news()
 
     def _take_news(self) -> None:
+        if self._tracer is not None:
+            self._tracer.take()
         while self.run.news:
             at, energy, words = self.run.news.popleft()
             if not self._note(at, energy, words):
@@ -412,6 +424,7 @@ class _Search:
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],
             best=best_distinct(problem, self._words, wanted, self._elapsed()),
+            trace=None if self._tracer is None else self._tracer.lines,
         )
 
     def _why(self) -> Status:
