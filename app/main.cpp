@@ -123,6 +123,14 @@ struct CommandLine {
             ->type_name("FILE");
         solve->add_option("--output", options.output, "write the solution and its results here")
             ->type_name("FILE");
+        solve
+            ->add_option("--checkpoint", options.checkpoint,
+                         "keep the best solutions in this file while the search goes on")
+            ->type_name("FILE");
+        solve
+            ->add_option("--resume", options.resume,
+                         "begin with the solutions that --checkpoint left in this file")
+            ->type_name("FILE");
         solve->add_flag("--quiet", options.quiet, "show no progress and no warnings");
     }
 

@@ -115,6 +115,8 @@ SolveOptions options_of(const SolveCommand& command, const Problem& problem,
         options.groups = read_groups(command.groups, problem.convention.index_base, problem.size);
     if (!command.start.empty())
         options.starts.push_back(read_solution(command.start, problem.size));
+    options.checkpoint = command.checkpoint;
+    options.resume = command.resume;
     return options;
 }
 
@@ -149,6 +151,10 @@ int solve(const SolveCommand& command) {
     }
     if (!written) {
         std::cerr << "Error: Cannot write " << command.output << std::endl;
+        return EXIT_NOT_WRITTEN;
+    }
+    if (!result.checkpoint_failure.empty()) {
+        std::cerr << "Error: " << result.checkpoint_failure << std::endl;
         return EXIT_NOT_WRITTEN;
     }
     return EXIT_NORMAL;

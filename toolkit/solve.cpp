@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <random>
 #include <stdexcept>
 #include <utility>
 
 #include "toolkit/companion/companion.hpp"
+#include "toolkit/run/checkpoint_writer.hpp"
 #include "toolkit/run/companion_run.hpp"
 #include "toolkit/run/library_run.hpp"
 #include "toolkit/run/prepare.hpp"
@@ -50,10 +52,13 @@ void expect_sound(const Problem& problem, const SolveOptions& options) {
     if (options.groups) expect_groups(*options.groups, problem.size);
 }
 
-/** The starts with their energies, the best first. */
-std::vector<Found> scored(const Problem& problem, const std::vector<Sol>& starts) {
+/** The starts and what is resumed, with their energies, the best first. */
+std::vector<Found> starts_of(const Problem& problem, const SolveOptions& options) {
     std::vector<Found> found;
-    for (const Sol& start : starts)
+    if (!options.resume.empty())
+        for (const Kept& kept : read_checkpoint(options.resume, problem))
+            found.push_back({0, kept.energy, solution_of(kept, problem.size), Source::START});
+    for (const Sol& start : options.starts)
         found.push_back(
             {0, static_cast<long>(problem.weights.energy(start)), start, Source::START});
     std::stable_sort(found.begin(), found.end(),
@@ -118,11 +123,11 @@ Sol told(const Record& record, const Sol* librarys, double search_time) {
     return solution;
 }
 
-}  // namespace
+// ---- search --------------------------------------------------------------------------------
 
-Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
+Result search(const Problem& problem, const SolveOptions& options, std::vector<Found> starts,
+              Events& events) {
     const Clock::time_point begin = Clock::now();
-    expect_sound(problem, options);
     const Prepared prepared = prepare(problem, options);
     const View& view = prepared.view;
     const Crew& crew = prepared.crew;
@@ -132,18 +137,25 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
                                          : settings_for(options, problem);
     make_room(crew, settings.params);
     const Record::Limits limits = limits_of(settings, options, view, crew);
-    Record record(view, limits, scored(problem, options.starts), options.hints, events);
+    Record record(view, limits, std::move(starts), options.hints, events);
 
     Result result;
     result.preparation = prepared.told;
     events.prepared(result.preparation);
     std::optional<Companion> companion;
     if (crew.companion_threads > 0)
-        companion.emplace(
-            searched.weights.sparse(),
-            CompanionOptions{.threads = crew.companion_threads, .groups = prepared.groups});
+        companion.emplace(searched.weights.sparse(),
+                          // Searches of one problem in several processes are not to do the same, no
+                          // more than the library's are, which draws other seeds in each run.
+                          CompanionOptions{.threads = crew.companion_threads,
+                                           .seed = std::random_device{}(),
+                                           .groups = prepared.groups});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
+    // Of many offers the oldest are dropped, which are the worst.
+    if (companion && !crew.library)
+        for (const Sol& hint : record.take_hints())
+            companion->offer(bits_of(hint));
     if (start && companion) companion->offer(bits_of(*start));
 
     const Clock::time_point searching = Clock::now();
@@ -176,6 +188,22 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
         record.ending().value_or(ending_of(settings, result.energy, result.search_time));
     if (limits.bound && result.energy <= *limits.bound) result.ending = Ending::OPTIMAL;
     if (companion) result.companion_flips = companion->attempted_flips();
+    return result;
+}
+
+}  // namespace
+
+Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
+    expect_sound(problem, options);
+    std::vector<Found> starts = starts_of(problem, options);
+    if (options.checkpoint.empty()) return search(problem, options, std::move(starts), events);
+    CheckpointWriter writer(options.checkpoint, problem);
+    for (const Found& start : starts)
+        writer.note(start.energy, start.solution);
+    CheckpointEvents noting(events, writer);
+    Result result = search(problem, options, std::move(starts), noting);
+    writer.note(result.energy, result.solution);  // some come in with the end alone
+    result.checkpoint_failure = writer.finish();
     return result;
 }
 

@@ -14,9 +14,9 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING, Any
 
+from ._checkpoint import CheckpointWarning
 from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
-from ._presolve import Presolved, RuleUse
 from ._presolve import Presolved, RuleUse
 from ._problem import LargeProblemWarning, Problem, read
 from ._result import Result
@@ -27,6 +27,7 @@ if TYPE_CHECKING:
     from ._sampler import OrvexSampler
 
 __all__ = [
+    "CheckpointWarning",
     "Event",
     "FileWarning",
     "LargeProblemWarning",
