@@ -7,11 +7,11 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
 
-#include "toolkit/io/output_file.hpp"
 #include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
@@ -171,7 +171,9 @@ std::vector<Kept> read_checkpoint(const std::string& file, const Problem& proble
 
 void write_checkpoint(const std::string& file, const Problem& problem,
                       const std::vector<Kept>& solutions) {
-    const auto fail = [&] { throw WriteError("Cannot write " + file + ": " + strerror(errno)); };
+    const auto fail = [&] {
+        throw std::runtime_error("Cannot write " + file + ": " + strerror(errno));
+    };
     std::error_code ignored;
     const fs::path known = fs::weakly_canonical(file, ignored);  // what a link leads to
     const fs::path target = known.empty() ? fs::path(file) : known;

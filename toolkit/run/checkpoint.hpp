@@ -38,7 +38,7 @@ std::vector<Kept> read_checkpoint(const std::string& file, const Problem& proble
  * the disk has it.
  *
  * @param solutions of the problem, the best first
- * @throws WriteError
+ * @throws std::runtime_error when it cannot be written; what was there is there still
  */
 void write_checkpoint(const std::string& file, const Problem& problem,
                       const std::vector<Kept>& solutions);

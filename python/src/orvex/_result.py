@@ -16,7 +16,8 @@ if TYPE_CHECKING:
 
 Energy = Union[int, float]
 Status = Literal[
-    "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
+    "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended",
+    "scheduler lost",
 ]
 
 
