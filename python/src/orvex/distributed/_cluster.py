@@ -14,7 +14,8 @@ from typing import Any
 from distributed import Client, Future
 
 from ._mail import TOPIC, Address, Mailbox, Message
-from ._search import Payload, search
+from ._payload import Payload
+from ._search import search
 
 #: A question that is not answered for so long, in seconds, has failed.
 PATIENCE = 5.0
@@ -56,6 +57,10 @@ class _Topic:
             client.unsubscribe_topic(TOPIC)
 
 
+#: What a message meets whose receiver has ended or is gone, or whose scheduler is.
+UNREACHABLE = (OSError, asyncio.TimeoutError, TimeoutError, KeyError, RuntimeError)
+
+
 class Cluster:
     """The cluster as one run sees it. Answers come in `news` as (what, about whom, answer or exception)."""
 
@@ -85,7 +90,8 @@ class Cluster:
         async def answer() -> None:
             reply: Any
             try:
-                reply = await asyncio.wait_for(question(), patience)
+                with self.client.as_current():  # actors ask for the client that they belong to
+                    reply = await asyncio.wait_for(question(), patience)
             except Exception as error:
                 reply = error
             self.news.put((what, whom, reply))

@@ -28,7 +28,6 @@ from enum import Enum
 from fractions import Fraction
 from typing import Any
 
-import numpy as np
 from distributed import Future, KilledWorker
 from distributed.comm import get_address_host
 
@@ -39,10 +38,11 @@ from .._problem import Problem, plain
 from .._progress import Progress
 from .._result import Energy
 from .._solve import Event, Pulse, _inside, _Limits
-from ._cluster import Cluster
-from ._mail import Address, Message
+from ._cluster import UNREACHABLE, Cluster
+from ._mail import Address, Message, true_words
+from ._payload import Payload
 from ._result import SearchRow
-from ._search import Payload, Report
+from ._search import Report
 from ._traffic import ROUND, split
 
 #: How often the workers are asked for, and how long the end of all searches is waited for, in seconds.
@@ -80,6 +80,7 @@ class Row:
         self.stopping = False  #: whether it has been told to end
         self.busy = False  #: a message is on its way to it
         self.flips = self.flips_before = 0
+        self.seconds = 0.0  #: that its flips took
         self.report: Report | None = None
         self.lost = False
 
@@ -397,7 +398,9 @@ class Hub:
         if report.energy is not None and (row.announced is None or report.energy < row.announced):
             row.announced = report.energy
         if report.words is not None:
-            self._found(np.frombuffer(report.words, dtype=np.uint64), self.elapsed, row)
+            words = true_words(self.problem, report.energy, report.words)
+            if words is not None:
+                self._found(words, self.elapsed, row)
         if report.stopped is None and report.status in ("optimal", "target reached"):
             if self.status is None or self.status == "time limit":
                 self.status, self._ended = report.status, self._ended or time.monotonic()
@@ -413,7 +416,7 @@ class Hub:
             row.state = State.SEARCHING
         if self.began is None:
             self.began = time.monotonic()
-        row.flips = max(row.flips, message["flips"])
+        row.flips, row.seconds = max(row.flips, message["flips"]), message["seconds"]
         energy = message["best"]
         if energy is not None and (row.announced is None or energy < row.announced):
             row.announced = energy
@@ -435,12 +438,13 @@ class Hub:
         row = self.rows[number]
         if self._candidate is row:
             self._candidate = None
+        _expect_unreachable(answer)
         if isinstance(answer, Exception) or answer is None:
             row.announced = None  # it will announce itself again if it is there
             return
         energy, packed = answer
-        words = np.frombuffer(packed, dtype=np.uint64)
-        if words.shape != self.problem._no_words().shape or self.problem._energy(words) != energy:
+        words = true_words(self.problem, energy, packed)
+        if words is None:
             row.announced = None
             return
         row.announced = energy
@@ -531,6 +535,7 @@ class Hub:
         self, whom: tuple[int | None, Message | None, list[tuple[Row, int]]], answer: Any
     ) -> None:
         """Who was not reached is among the next who are sent to."""
+        _expect_unreachable(answer)
         energy, order, way = whom
         missed = None if isinstance(answer, Exception) else {tuple(there) for there in answer}
         for row, turn in way:
@@ -550,10 +555,10 @@ class Hub:
 
     def _show(self) -> None:
         assert self.progress is not None
-        alive = sum(row.state is State.SEARCHING for row in self.rows)
-        rate = self.flips / self.elapsed if self.elapsed > 0 else 0.0
+        alive = [row for row in self.rows if row.state is State.SEARCHING]
+        rate = sum(row.flips / row.seconds for row in alive if row.seconds > 0)
         energy = self.energies[-1] if self.energies else None
-        self.progress.show(self.elapsed, energy, f", {alive} searches, {rate:.3g} flips/s")
+        self.progress.show(self.elapsed, energy, f", {len(alive)} searches, {rate:.3g} flips/s")
 
     def _release(self) -> None:
         """Whoever still searches stops when Dask takes its task away."""
@@ -593,6 +598,12 @@ class Hub:
             flips=row.flips_before + row.flips,
             restarts=row.restarts,
         )
+
+
+def _expect_unreachable(answer: Any) -> None:
+    """Raises an error that no fault of a cluster explains."""
+    if isinstance(answer, Exception) and not isinstance(answer, UNREACHABLE):
+        raise answer
 
 
 def thread_message(address: str, threads: int) -> str:

@@ -19,6 +19,7 @@ from typing import Any, NamedTuple
 import numpy as np
 
 from .._model import Words
+from .._problem import Problem
 from ._traffic import QUIET, pause
 
 #: Where the searches of a process find their mailboxes.
@@ -96,15 +97,12 @@ class Mailbox:
 
     # ---- called by the search
 
-    def take_better(self, than: int | None) -> tuple[int, Words] | None:
+    def take_better(self, than: int | None) -> tuple[int, bytes] | None:
         """What came since the last call, if it says to be better than the search's own."""
         received, self.received = self.received, None
         if received is None:
             return None
-        energy, packed = received
-        if than is not None and energy >= than:
-            return None
-        return energy, np.frombuffer(packed, dtype=np.uint64)
+        return None if than is not None and received[0] >= than else received
 
     def learn(self, energy: int) -> None:
         """An energy that was added up from bits that came from outside."""
@@ -118,7 +116,7 @@ class Mailbox:
             self.known = energy
             self.own = (energy, words.tobytes())
 
-    def announcement(self, flips: int) -> Message | None:
+    def announcement(self, flips: int, seconds: float) -> Message | None:
         """What is to be told now, if anything is; bits are fetched by who wants them."""
         now = time.monotonic()
         energy = None if self.own is None else self.own[0]
@@ -126,7 +124,20 @@ class Mailbox:
         if now - self._due < wait and self._due:
             return None
         self._due, self._told = now, energy
-        return {"run": self.run, "search": self.number, "best": energy, "flips": flips}
+        return {
+            "run": self.run, "search": self.number, "best": energy, "flips": flips, "seconds": seconds,
+        }  # fmt: skip
+
+
+def true_words(problem: Problem, energy: object, packed: bytes) -> Words | None:
+    """Bits from outside, if their energy is what was said."""
+    if len(packed) != problem._no_words().nbytes:
+        return None
+    words = np.frombuffer(packed, dtype=np.uint64)
+    beyond = problem._searched % 64
+    if beyond and int(words[-1]) >> beyond:
+        return None
+    return words if problem._energy(words) == energy else None
 
 
 async def _hand_on(worker: Any, there: Address, message: Message) -> bool:

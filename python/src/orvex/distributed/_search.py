@@ -1,31 +1,18 @@
-"""One search in a worker's process: the task that Dask runs, and the payload that it works on."""
+"""One search in a worker's process: the task that Dask runs."""
 
 from __future__ import annotations
 
 import os
-import pickle
-import zlib
 from collections.abc import Iterator
 from contextlib import contextmanager
 from typing import Any, NamedTuple
 
 import numpy as np
 
-from .._model import Words
 from .._problem import Problem
 from .._solve import Pulse, solve
-from ._mail import TOPIC, Mailbox
-
-
-class Payload:
-    """What all searches have in common, compressed: problem, settings, starts, hints, groups."""
-
-    def __init__(self, problem: Problem, arguments: dict[str, Any]) -> None:
-        self.packed = zlib.compress(pickle.dumps((problem, arguments), protocol=5), level=1)
-
-    def unpacked(self) -> tuple[Problem, dict[str, Any]]:
-        problem, arguments = pickle.loads(zlib.decompress(self.packed))
-        return problem, arguments
+from ._mail import TOPIC, Mailbox, true_words
+from ._payload import Payload
 
 
 class Report(NamedTuple):
@@ -66,7 +53,9 @@ class Search:
             self._best = self._problem._energy(words)
             self._mail.find(self._best, words)
         self._take_in(pulse)
-        self._tell()
+        announcement = self._mail.announcement(self.flips, pulse.time)
+        if announcement is not None:
+            self._worker.log_event(TOPIC, announcement)
         if self._mail.stop is not None or self._is_alone():
             pulse.stop()
 
@@ -74,9 +63,9 @@ class Search:
         """One solution at a pulse, which is ten a second at most."""
         better = self._mail.take_better(self._best)
         if better is not None:
-            energy, words = better
-            if self._is_true(energy, words):
-                self._mail.learn(energy)
+            words = true_words(self._problem, *better)
+            if words is not None:
+                self._mail.learn(better[0])
                 self.taken += 1
                 pulse.hint(self._problem._bits(words))
             else:
@@ -87,16 +76,6 @@ class Search:
         if self._mail.changes:
             changes, self._mail.changes = self._mail.changes, {}
             pulse.set(**changes)
-
-    def _is_true(self, energy: int, words: Words) -> bool:
-        return words.shape == self._problem._no_words().shape and (
-            self._problem._energy(words) == energy
-        )
-
-    def _tell(self) -> None:
-        announcement = self._mail.announcement(self.flips)
-        if announcement is not None:
-            self._worker.log_event(TOPIC, announcement)
 
     def _is_alone(self) -> bool:
         """Whether nobody waits for the result any more: the client has gone, or the scheduler."""

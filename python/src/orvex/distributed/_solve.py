@@ -25,8 +25,8 @@ from .._result import Status
 from .._settings import Settings, check_settings, real_number, whole_number
 from ._cluster import Cluster
 from ._hub import Hub, thread_message
+from ._payload import Payload
 from ._result import Result
-from ._search import Payload
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
@@ -167,7 +167,7 @@ def _connected(client: Where) -> Iterator[Client]:
             yield made
     elif client is None:
         with LocalCluster(
-            n_workers=1, threads_per_worker=1, processes=False, dashboard_address=None, memory_limit=0
+            n_workers=1, threads_per_worker=1, processes=False, dashboard_address=":0", memory_limit=0
         ) as local, Client(local, set_as_default=False) as made:
             yield made
     else:

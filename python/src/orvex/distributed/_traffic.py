@@ -23,7 +23,7 @@ ROUND = 0.25
 #: Announcements that all searches together may make in a second.
 ANNOUNCEMENTS = 400
 #: A search that finds nothing says so this many pauses after its last announcement.
-QUIET = 8
+QUIET = 4
 #: Up to so many searches each gets its messages directly.
 DIRECT = 16
 
