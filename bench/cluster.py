@@ -157,14 +157,24 @@ class Process:
 
 
 def everyone_tells_all(streams, until):
-    """No hub: each new best that is better than all that its search knows goes to each other search."""
-    best, busiest = None, Process()
-    events = sorted((at, energy) for stream in streams for at, energy in stream)
-    for at, energy in events:
-        if best is None or energy < best:  # what all know a moment later
-            best = energy
-            busiest.handle(at, len(streams) - 1)  # the sender; the others receive one each
-    return busiest.told(until)
+    """No hub: what is better than all that its search knows goes to each other search, who knows it a step
+    later."""
+    process = Process()
+    offsets = [random.random() for _ in streams]
+    best = None
+    for step in range(int(until * 10)):
+        senders, lowest = 0, best
+        for stream, offset in zip(streams, offsets):
+            place = bisect.bisect_right(stream, step / 10 - offset, key=lambda entry: entry[0])
+            before = bisect.bisect_right(stream, (step - 1) / 10 - offset, key=lambda entry: entry[0])
+            if place > before and (best is None or stream[place - 1][1] < best):
+                senders += 1
+                energy = stream[place - 1][1]
+                lowest = energy if lowest is None else min(lowest, energy)
+        if senders:  # the busiest receives from all, and sends to all
+            process.handle(step / 10, senders - 1 + len(streams) - 1)
+        best = lowest
+    return process.told(until)
 
 
 def through_the_client(streams, until, paused, fanned):
@@ -190,7 +200,7 @@ def through_the_client(streams, until, paused, fanned):
             if place:
                 box.find(streams[k][place - 1][1], np.zeros(1, dtype=np.uint64))
             message = box.announcement(0, 0.0)
-            if message is not None:
+            if message is not None and (paused or message["best"] != announced.get(k)):
                 scheduler.handle(now[0], 2)  # in, and on to the client
                 if message["best"] is not None:
                     announced[k] = message["best"]

@@ -73,7 +73,7 @@ def test_a_target_reached_anywhere_ends_all(client, matrix):
     assert (result.energy, result.status) == (least, "target reached")
     assert result.timings["search"] - result.history[-1][0] < 1
     assert time.perf_counter() - begin < 5
-    assert {row.status for row in result.searches} == {"target reached"}
+    assert {row.status for row in result.searches} <= {"target reached", "lost"}
 
 
 def test_a_proof_ends_all(client, matrix):
@@ -219,37 +219,41 @@ def test_tasks_have_the_names_of_searches(cluster, client, problem):
     assert {"orvex_search_0", "orvex_search_1"} <= seen
 
 
-def pids(client):
-    return client.run(os.getpid)
+def searching(pulse, count):
+    """Whether so many searches have told that they go on."""
+    return sum(row.state.name == "SEARCHING" for row in pulse._search.rows) == count
 
 
-def test_a_worker_that_dies_is_replaced(client, problem):
-    before = pids(client)
+def test_a_worker_that_dies_is_replaced(cluster, client, problem):
     killed = []
 
     def kill(pulse):
-        if not killed and pulse.time > 0.7:
-            killed.append(next(iter(before.values())))
+        if not killed and searching(pulse, 2):
+            killed.append(next(iter(cluster.workers.values())).pid)
             os.kill(killed[0], signal.SIGKILL)
+            return False
+        return pulse._search.rows[0].restarts + pulse._search.rows[1].restarts > 0 and searching(pulse, 2)
 
-    result = orvex.distributed.solve(problem, client=client, time_limit=6, pulse=kill, **ONE_BLOCK)
+    result = orvex.distributed.solve(problem, client=client, time_limit=60, pulse=kill, **ONE_BLOCK)
     expect_sound(problem, result)
-    assert killed and killed[0] not in pids(client).values()
-    assert result.status == "time limit"
+    assert killed and killed[0] not in [nanny.pid for nanny in cluster.workers.values()]
+    assert result.status == "stopped by callback"
     assert sorted(row.restarts for row in result.searches) == [0, 1]
-    assert {row.status for row in result.searches} == {"time limit"}
 
 
 def test_a_late_worker_joins(cluster, client, problem):
     def join(pulse):
-        if len(cluster.worker_spec) < 3:
+        if len(cluster.worker_spec) < 3 and searching(pulse, 2):
             cluster.scale(3)
-        return len(client.nthreads()) == 3 and pulse.time > 6
+        return searching(pulse, 3)
 
     try:
-        result = orvex.distributed.solve(problem, client=client, time_limit=9, pulse=join, **ONE_BLOCK)
-        assert len(result.searches) == 3
-        assert all(row.flips > 0 for row in result.searches)
+        result = orvex.distributed.solve(
+            problem, client=client, time_limit=60, pulse=join, **ONE_BLOCK
+        )
+        assert result.status == "stopped by callback"
+        assert len({row.worker for row in result.searches}) == 3
+        assert all(row.best is not None for row in result.searches)
     finally:
         cluster.scale(2)
 

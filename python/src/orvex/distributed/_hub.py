@@ -48,6 +48,9 @@ from ._traffic import ROUND, split
 #: How often the workers are asked for, and how long the end of all searches is waited for, in seconds.
 _MEMBERS = 0.5
 _PATIENCE = 0.85
+#: The same at a limit of time, where nobody waits: on a machine that is busy with other things a search's last
+#: words take longer.
+_PATIENCE_AT_LIMIT = 3.0
 #: Longer than a limit of time, in seconds, for searches that end by themselves.
 _GRACE = 0.3
 #: A search that has lost so many workers is given up.
@@ -207,7 +210,8 @@ class Hub:
         if self._ended is None:
             return False
         alive = any(row.state in _ALIVE for row in self.rows)
-        return not alive or time.monotonic() - self._ended > _PATIENCE or not self.cluster.alive
+        patience = _PATIENCE_AT_LIMIT if self.status == "time limit" else _PATIENCE
+        return not alive or time.monotonic() - self._ended > patience or not self.cluster.alive
 
     def _time_is_up(self) -> bool:
         return self._limits.time is not None and self.elapsed >= self._limits.time

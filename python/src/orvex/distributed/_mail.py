@@ -52,7 +52,9 @@ class Mailbox:
         self.changes: dict[str, float] = {}  #: of settings, asked for by the caller
         self.pause = pause(searches)
         self.refused = 0  #: solutions whose energy was wrong
-        self._due = 0.0
+        # Searches that begin together do not all announce themselves at once.
+        self._wait = self.pause * (number % searches) / searches
+        self._since: float | None = None  # when something was told last
         self._told: int | None = None
         _BOXES[run, number] = self
 
@@ -120,10 +122,11 @@ class Mailbox:
         """What is to be told now, if anything is; bits are fetched by who wants them."""
         now = time.monotonic()
         energy = None if self.own is None else self.own[0]
-        wait = self.pause if energy != self._told else self.pause * QUIET
-        if now - self._due < wait and self._due:
+        if self._since is None:
+            self._since = now
+        if now - self._since < (self._wait if energy != self._told else self._wait * QUIET):
             return None
-        self._due, self._told = now, energy
+        self._since, self._told, self._wait = now, energy, self.pause
         return {
             "run": self.run, "search": self.number, "best": energy, "flips": flips, "seconds": seconds,
         }  # fmt: skip

@@ -2,8 +2,9 @@
 
 Invariants, with n searches:
 
-- A search announces something at most every ``pause(n)`` seconds, so the scheduler sees at most
-  4 n announcements a second up to 100 searches, and 400 a second from there on.
+- A search announces something at most every ``pause(n)`` seconds, and searches that begin together take turns,
+  so the scheduler sees at most 4 n announcements a second up to 100 searches, and about 400 a second from
+  there on.
 - A new best is handed out at most every ``ROUND`` seconds. The client and the scheduler pass on one message for
   each of at most ``ways(n)`` ways; the first process of a way hands it on to the rest of it. So no process
   sends more than about the square root of n messages in a round, once there are more than 16 searches.
