@@ -174,9 +174,6 @@ class Hub:
     def set(self, changes: dict[str, str]) -> None:
         self._order({"changes": {name: float(value) for name, value in changes.items()}})
 
-    def stop(self) -> None:
-        self.end("stopped by callback")
-
     @property
     def elapsed(self) -> float:
         return 0.0 if self.began is None else time.monotonic() - self.began
