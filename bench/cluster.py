@@ -263,6 +263,7 @@ def confine(worker_number):
 def target(model, energy, runs):
     problem = orvex.read(model)
     seconds = {1: [], 2: []}
+    loads = []
     with workers(2) as cluster, Client(cluster, set_as_default=False) as client:
         for number, worker in enumerate(sorted(client.nthreads())):
             client.run(confine, number, workers=[worker])
@@ -274,10 +275,12 @@ def target(model, energy, runs):
                 result = orvex.distributed.solve(problem, searches=count, **arguments)
                 after = processor_time(client)
                 assert result.energy <= energy, result
+                loads.append(result.timings["load"])
                 spent = sorted(after[w] - before[w] for w in before)[-count:]
                 seconds[count].append(statistics.mean(spent))
     for count, times in seconds.items():
         print(f"{count} workers: {summary(times)}")
+    print(f"until searches begin: median {statistics.median(loads):.2f} s by the clock")
     ratios = [one / two for one, two in zip(*seconds.values())]
     draws = [
         statistics.mean(random.choices(seconds[1], k=runs)) / statistics.mean(random.choices(seconds[2], k=runs))

@@ -1,11 +1,11 @@
 // Checkpoints: what is in the file, what is refused, and runs that go on from one.
 #include "toolkit/run/checkpoint.hpp"
 
+#include <csignal>
 #include <filesystem>
-#include <limits>
+#include <stdexcept>
 #include <string>
 #include <sys/resource.h>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

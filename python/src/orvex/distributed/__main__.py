@@ -21,10 +21,8 @@ import numpy as np
 from .. import OrvexError, Problem, engine_version, read
 from .._checkpoint import CheckpointWarning
 from ._result import Result
-from ._solve import solve
+from ._solve import ENDLESS, solve
 
-#: Where no limit is wanted, none is ever reached.
-_ENDLESS = 1e9
 _REFUSED, _BAD_INPUT, _NOT_WRITTEN = 1, 2, 4
 
 
@@ -40,7 +38,7 @@ def _seconds(text: str) -> float:
     seconds = float(_number(text))
     if seconds < 0:
         raise argparse.ArgumentTypeError("a time limit is not negative")
-    return seconds or _ENDLESS
+    return seconds or ENDLESS
 
 
 def _scale(text: str) -> int | str:
@@ -272,6 +270,8 @@ def main(words: Sequence[str] | None = None) -> int:
     signal.signal(signal.SIGTERM, _interrupt)  # as a batch system sends before it kills
     try:
         return _search(given)
+    except KeyboardInterrupt:  # before there was anything to end
+        return 128 + signal.SIGINT
     except MemoryError as error:
         print(f"Error: {error or 'not enough memory'}", file=sys.stderr)
         return _REFUSED

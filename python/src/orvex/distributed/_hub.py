@@ -15,7 +15,7 @@ Who speaks to whom, and by which of Dask's primitives:
 - With many searches the mailboxes hand messages on: :mod:`._traffic` has the ways and the bounds.
 
 Faults: a worker that is gone takes its search with it, which starts anew on the next worker that is free, such as the
-one that Dask starts in its place; workers that come later are free ones. A search that has lost three workers is
+one that Dask starts in its place; workers that come later are free ones. A search that has lost four workers is
 given up. If the scheduler is gone, the run ends with what the client knows.
 """
 
@@ -53,7 +53,7 @@ _PATIENCE = 0.85
 _PATIENCE_AT_LIMIT = 3.0
 #: Longer than a limit of time, in seconds, for searches that end by themselves.
 _GRACE = 0.3
-#: A search that has lost so many workers is given up.
+#: A search that has been started anew so often, and is lost once more, is given up.
 _MOST_RESTARTS = 3
 
 
@@ -80,7 +80,6 @@ class Row:
         self.task: Future | None = None
         self.announced: int | None = None  #: the lowest energy that it told of
         self.sent: int | None = None  #: the lowest that it knows of
-        self.stopping = False  #: whether it has been told to end
         self.busy = False  #: a message is on its way to it
         self.flips = self.flips_before = 0
         self.seconds = 0.0  #: that its flips took
@@ -275,7 +274,7 @@ class Hub:
             if future is not None:
                 future.release()
         row.task = row.mailbox = row.actor = None
-        row.worker, row.sent, row.stopping, row.busy = "", None, False, False
+        row.worker, row.sent, row.busy = "", None, False
         row.lost = row.turn > _MOST_RESTARTS
         row.state = State.OVER if row.lost or self.status is not None else State.WAITING
 

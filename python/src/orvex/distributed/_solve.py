@@ -31,6 +31,8 @@ from ._result import Result
 if TYPE_CHECKING:
     from typing_extensions import Unpack
 
+#: A limit of time that none is.
+ENDLESS = 1e9
 Where = Union[Client, str, None]
 
 
@@ -137,7 +139,7 @@ def solve(
         cluster = Cluster(connected, uuid.uuid4().hex[:12])
         hub = Hub(cluster, made, payload, searches, limits, found, callback, pulse, file)
         if progress:
-            hub.progress = stack.enter_context(Progress(limits.time))
+            hub.progress = stack.enter_context(Progress(None if limits.time == ENDLESS else limits.time))
         try:
             hub.follow()
         finally:
