@@ -169,3 +169,39 @@ def test_many_searches_with_few_blocks_take_in_what_the_caller_knows():
         result = orvex.distributed.solve(problem, client=client, time_limit=30, pulse=hint, **slow)
     assert len(result.searches) == 8
     assert np.all([row.best <= best.energy for row in result.searches]), result.searches
+
+
+ABANDONED = """
+import sys, numpy as np, orvex, orvex.distributed
+random = np.random.default_rng(1)
+problem = orvex.Problem(np.triu(random.integers(-99, 99, (250, 250))))
+def tell(pulse):
+    if pulse.time > 1:
+        print("now", flush=True)
+orvex.distributed.solve(
+    problem, client=sys.argv[1], time_limit=600, companion=0, presolve=False, pulse=tell
+)
+"""
+
+
+def test_searches_end_when_nobody_waits_for_them():
+    def busy():
+        import time
+
+        before = time.process_time()
+        time.sleep(0.5)
+        return time.process_time() - before
+
+    with workers(2) as cluster, Client(cluster, set_as_default=False) as client:
+        caller = subprocess.Popen(
+            [sys.executable, "-c", ABANDONED, cluster.scheduler_address],
+            stdout=subprocess.PIPE, text=True,
+        )  # fmt: skip
+        assert caller.stdout.readline() == "now\n"
+        assert sum(len(keys) for keys in client.processing().values()) == 2
+        caller.kill()
+        caller.wait()
+        caller.stdout.close()
+        time.sleep(2)
+        assert max(client.run(busy).values()) < 0.1
+        assert client.submit(lambda: 5).result(timeout=10) == 5
