@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-#include <random>
 #include <stdexcept>
 #include <utility>
 
@@ -145,10 +144,8 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
     std::optional<Companion> companion;
     if (crew.companion_threads > 0)
         companion.emplace(searched.weights.sparse(),
-                          // Searches of one problem in several processes are not to do the same, no
-                          // more than the library's are, which draws other seeds in each run.
                           CompanionOptions{.threads = crew.companion_threads,
-                                           .seed = std::random_device{}(),
+                                           .seed = options.seed,
                                            .groups = prepared.groups});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);

@@ -95,6 +95,7 @@ def search(
     mail = Mailbox.of(run, number)
     try:
         problem, arguments = payload.unpacked()
+        arguments["seed"] = (arguments["seed"] + number) % 2**64
         state = Search(problem, mail, key)
         with _processors(*share):
             result = solve(problem, time_limit=limit, pulse=state.pulse, **arguments)

@@ -5,6 +5,7 @@ the arguments is found here, before anything travels.
 from __future__ import annotations
 
 import inspect
+import secrets
 import time
 import uuid
 import warnings
@@ -17,6 +18,7 @@ from distributed import Client, LocalCluster
 
 from .. import _solve as single
 from .._checkpoint import Checkpoint, CheckpointWarning, Path, read_checkpoint
+from .._distinct import best_distinct
 from .._library import OrvexError
 from .._numbers import Scale
 from .._problem import Problem, as_problem
@@ -53,6 +55,8 @@ def solve(
     presolve: bool | Literal["full"] = True,
     companion: float | Literal["auto"] = "auto",
     groups: Iterable[Iterable[int]] | None = None,
+    solutions: int = 1,
+    seed: int | None = None,
     checkpoint: Path | None = None,
     resume: Path | None = None,
     **settings: Unpack[Settings],
@@ -77,6 +81,8 @@ def solve(
         Each search ends after this many start instances.
     callback, pulse
         Called in the caller's process; what they ask for goes to all searches.
+    seed
+        Of the first search; each has the next number. By default the searches draw different numbers each time.
     checkpoint
         A file on the caller's machine, for the best of all searches.
 
@@ -110,6 +116,9 @@ def solve(
         companion = real_number("companion", companion, 0, 1)
     if searches is not None:
         searches = whole_number("searches", searches, 1, 100_000)
+    wanted = whole_number("solutions", solutions, 1, 10**6)
+    if seed is not None:
+        seed = whole_number("seed", seed, 0, 2**64 - 1)
     limits = single._Limits(time_limit, target, trial_limit)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
@@ -125,6 +134,8 @@ def solve(
         presolve=presolve,
         companion=companion,
         groups=None if groups is None else [[int(i) for i in group] for group in groups],
+        # Companions of one seed would do the same.
+        seed=secrets.randbits(64) if seed is None else seed,
         **settings,
     )
     if arguments["groups"] is not None:
@@ -148,7 +159,7 @@ def solve(
             warnings.warn(failure, CheckpointWarning, stacklevel=2)
         for text in hub.ignored.values():
             warnings.warn(f"{text}; it was left out", UserWarning, stacklevel=2)
-    return _result(hub, built, begin)
+    return _result(hub, built, begin, wanted)
 
 
 _ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
@@ -184,7 +195,7 @@ def _expect_single_threads(client: Client) -> None:
             raise ValueError(thread_message(address, threads))
 
 
-def _result(hub: Hub, built: float, begin: float) -> Result:
+def _result(hub: Hub, built: float, begin: float, wanted: int) -> Result:
     problem: Problem = hub.problem
     if not hub.words:  # ended before there was anything
         hub._found(problem._no_words(), 0.0, None)
@@ -216,5 +227,6 @@ def _result(hub: Hub, built: float, begin: float) -> Result:
         bound=max(bounds, default=None),
         variables=problem.variables,
         solutions=[problem._bits(words) for words in hub.words],
+        best=best_distinct(problem, hub.words, wanted, hub.elapsed),
         searches=hub.table(),
     )
