@@ -195,6 +195,14 @@ void CommandLine::describe_solve() {
     solve_->add_option("--output", options_.output, "write the solution and its results here")
         ->type_name("FILE");
     solve_
+        ->add_option("--checkpoint", options_.checkpoint,
+                     "keep the best solutions in this file while the search goes on")
+        ->type_name("FILE");
+    solve_
+        ->add_option("--resume", options_.resume,
+                     "begin with the solutions that --checkpoint left in this file")
+        ->type_name("FILE");
+    solve_
         ->add_option("--trace", options_.trace,
                      "write what the run does, second by second, here; python -m orvex.report "
                      "draws it")

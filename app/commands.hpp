@@ -23,6 +23,7 @@ struct SolveCommand {
     Settings params;                 ///< of a key that is given twice the last value counts
     std::string start;               ///< file; empty: none
     std::string output;              ///< file; empty: none
+    std::string checkpoint, resume;  ///< files; empty: none
     std::string presolve = "auto";   ///< "auto", "off" or "full"
     std::string companion = "auto";  ///< "auto" or the share of the processors, from 0 to 1
     std::string groups;              ///< file; empty: as they are found

@@ -114,7 +114,9 @@ int solve(const SolveCommand& command) {
     print(report, summary, command.form, result_elsewhere ? std::cerr : std::cout);
     if (!written) complain(("Cannot write " + command.output).c_str());
     if (!trace.written()) complain(("Cannot write all of the trace to " + command.trace).c_str());
-    return written && trace.written() ? EXIT_NORMAL : EXIT_NOT_WRITTEN;
+    if (!result.checkpoint_failure.empty()) complain(result.checkpoint_failure.c_str());
+    return written && trace.written() && result.checkpoint_failure.empty() ? EXIT_NORMAL
+                                                                           : EXIT_NOT_WRITTEN;
 }
 
 Settings parse_params(const std::vector<std::string>& words) {

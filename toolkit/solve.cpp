@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "toolkit/companion/companion.hpp"
+#include "toolkit/run/checkpoint_writer.hpp"
 #include "toolkit/run/companion_run.hpp"
 #include "toolkit/run/library_run.hpp"
 #include "toolkit/run/prepare.hpp"
@@ -51,10 +52,13 @@ void expect_sound(const Problem& problem, const SolveOptions& options) {
     if (options.groups) expect_groups(*options.groups, problem.size);
 }
 
-/** The starts with their energies, the best first. */
-std::vector<Found> scored(const Problem& problem, const std::vector<Sol>& starts) {
+/** The starts and what is resumed, with their energies, the best first. */
+std::vector<Found> starts_of(const Problem& problem, const SolveOptions& options) {
     std::vector<Found> found;
-    for (const Sol& start : starts)
+    if (!options.resume.empty())
+        for (const Kept& kept : read_checkpoint(options.resume, problem))
+            found.push_back({0, kept.energy, solution_of(kept, problem.size), Source::START});
+    for (const Sol& start : options.starts)
         found.push_back(
             {0, static_cast<long>(problem.weights.energy(start)), start, Source::START});
     std::stable_sort(found.begin(), found.end(),
@@ -119,11 +123,11 @@ Sol told(const Record& record, const Sol* librarys, double search_time) {
     return solution;
 }
 
-}  // namespace
+// ---- search --------------------------------------------------------------------------------
 
-Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
+Result search(const Problem& problem, const SolveOptions& options, std::vector<Found> starts,
+              Events& events) {
     const Clock::time_point begin = Clock::now();
-    expect_sound(problem, options);
     const Prepared prepared = prepare(problem, options);
     const View& view = prepared.view;
     const Crew& crew = prepared.crew;
@@ -133,7 +137,7 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
                                          : settings_for(options, problem);
     make_room(crew, settings.params);
     const Record::Limits limits = limits_of(settings, options, view, crew);
-    Record record(view, limits, scored(problem, options.starts), options.hints, events);
+    Record record(view, limits, std::move(starts), options.hints, events);
 
     Trace trace(options.trace, view);
 
@@ -151,6 +155,10 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
                                                              : CompanionOptions{}.time_limit});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
+    // Of many offers the oldest are dropped, which are the worst.
+    if (companion && !crew.library)
+        for (const Sol& hint : record.take_hints())
+            companion->offer(bits_of(hint));
     if (start && companion) companion->offer(bits_of(*start));
 
     const Clock::time_point searching = Clock::now();
@@ -190,6 +198,22 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
         record,
         {result.ending, result.history.back(), result.bound, result.load_time, result.search_time},
         companion ? &*companion : nullptr);
+    return result;
+}
+
+}  // namespace
+
+Result solve(const Problem& problem, const SolveOptions& options, Events& events) {
+    expect_sound(problem, options);
+    std::vector<Found> starts = starts_of(problem, options);
+    if (options.checkpoint.empty()) return search(problem, options, std::move(starts), events);
+    CheckpointWriter writer(options.checkpoint, problem);
+    for (const Found& start : starts)
+        writer.note(start.energy, start.solution);
+    CheckpointEvents noting(events, writer);
+    Result result = search(problem, options, std::move(starts), noting);
+    writer.note(result.energy, result.solution);  // some come in with the end alone
+    result.checkpoint_failure = writer.finish();
     return result;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <orvex/orvex.hpp>
@@ -20,15 +21,16 @@ namespace orvex::toolkit {
 struct Result {
     Sol solution;     ///< the best; with what the library tells of it and of the run, by get(key)
     long energy = 0;  ///< its energy, added up from the bits
-    Ending ending = Ending::ENDED;  ///< why the search ended
-    std::vector<Found> history;     ///< every new best, the last of them the solution
-    std::optional<Wide> bound;      ///< no energy of the problem is below, where that is known
-    Preparation preparation;        ///< what was searched, and by whom
-    std::optional<Plan> plan;       ///< what the library's run was, if it searched
-    Settings parameters;            ///< what the library was given
-    long companion_flips = 0;       ///< flips that the companion tried
-    double load_time = 0;           ///< seconds until the search began
-    double search_time = 0;         ///< seconds from then until its end
+    Ending ending = Ending::ENDED;   ///< why the search ended
+    std::vector<Found> history;      ///< every new best, the last of them the solution
+    std::optional<Wide> bound;       ///< no energy of the problem is below, where that is known
+    Preparation preparation;         ///< what was searched, and by whom
+    std::optional<Plan> plan;        ///< what the library's run was, if it searched
+    Settings parameters;             ///< what the library was given
+    long companion_flips = 0;        ///< flips that the companion tried
+    double load_time = 0;            ///< seconds until the search began
+    double search_time = 0;          ///< seconds from then until its end
+    std::string checkpoint_failure;  ///< why the checkpoint is not up to date; empty: it is
 };
 
 /**
@@ -36,8 +38,8 @@ struct Result {
  *
  * One search at a time runs in a process: another thread's waits until it is over.
  *
- * @throws InputError when an option is wrong, no band of this build holds the problem, or energies
- *     are not proven to fit
+ * @throws InputError when an option is wrong, no band of this build holds the problem, energies
+ *     are not proven to fit, or a checkpoint cannot be read or is of another problem
  * @throws MemoryShortage when this machine or a device has not the memory
  * @throws NoDevice when the build is for GPUs and there is none
  * @throws EnergyMismatch when the result is not what it claims to be

@@ -13,10 +13,11 @@ using namespace orvex::toolkit;
  * What happens in a search, told on a thread of the library.
  *
  * @param seconds since the search began
+ * @param flips that it has made so far
  * @param energy, words of a new best; words is null where there is none
  */
-using ORVEX_PYTHON_EVENT = void (*)(Steering* steering, double seconds, std::int64_t energy,
-                                    const std::uint64_t* words);
+using ORVEX_PYTHON_EVENT = void (*)(Steering* steering, double seconds, std::int64_t flips,
+                                    std::int64_t energy, const std::uint64_t* words);
 
 /** Receives a line of the trace, on a thread of the library. */
 using ORVEX_PYTHON_TRACE = void (*)(const char* line);
@@ -26,6 +27,7 @@ struct ORVEX_PYTHON_SUMMARY {
     double load_time, search_time;
     std::int64_t found;  ///< entries of the history
     const char* ending;
+    const char* checkpoint_failure;  ///< empty where there is none
 };
 
 namespace {
@@ -42,10 +44,10 @@ class Forwarder : public Events {
     explicit Forwarder(ORVEX_PYTHON_EVENT event) : event_(event) {}
 
     void improved(const Moment& moment, const orvex::Sol& solution, Steering& steering) override {
-        event_(&steering, moment.best_time, moment.best, solution.impl().data.get());
+        event_(&steering, moment.best_time, moment.flips, moment.best, solution.impl().data.get());
     }
     void pulsed(const Moment& moment, Steering& steering) override {
-        event_(&steering, moment.elapsed, 0, nullptr);
+        event_(&steering, moment.elapsed, moment.flips, 0, nullptr);
     }
 
   private:
@@ -96,6 +98,7 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
     };
     take(options.starts, given.starts);
     take(options.hints, given.hints);
+    if (given.checkpoint != nullptr) options.checkpoint = given.checkpoint;
     return options;
 }
 
@@ -138,7 +141,8 @@ ORVEX_PYTHON_API void orvex_python_summary(const Result* result, ORVEX_PYTHON_SU
     *summary = {.load_time = result->load_time,
                 .search_time = result->search_time,
                 .found = static_cast<std::int64_t>(result->history.size()),
-                .ending = text_of(result->ending)};
+                .ending = text_of(result->ending),
+                .checkpoint_failure = result->checkpoint_failure.c_str()};
 }
 
 /** The bits of an entry of the history. */

@@ -27,6 +27,7 @@ struct ORVEX_PYTHON_OPTIONS {
     int starts, hints;                  ///< how many of each
     const std::uint64_t* words;         ///< the bits of the starts, then of the hints
     std::uint64_t seed;                 ///< of the companion
+    const char* checkpoint;             ///< file that is kept up
 };
 
 namespace orvex::python {

@@ -1,6 +1,7 @@
 """orvex solve, as its users call it."""
 import gzip
 import json
+import os
 import subprocess
 import unittest
 
@@ -42,6 +43,21 @@ class Solve(ProgramTest):
         self.assertEqual(result["size"], 12)
         self.assertEqual(result["version"], "2024-12-29")
         self.assertGreaterEqual(result["runtime"], result["kernel_time"] * 0.5)
+
+    def test_a_run_goes_on_from_a_checkpoint(self):
+        file = os.path.join(os.path.dirname(self.model), "run.checkpoint")
+        first = self.solve("--time-limit", 0.3, "--checkpoint", file, "--json", "--quiet")
+        self.assertEqual(first.returncode, 0, first.stderr)
+        best = json.loads(first.stdout)["energy"]
+        with open(file, encoding="ascii") as lines:
+            self.assertIn(f"solution {best} ", lines.read())
+        again = self.solve("--trials", 1, "--resume", file, "--json", "--quiet")
+        self.assertEqual(json.loads(again.stdout)["energy"], best)
+
+        self.assert_fails(self.solve("--resume", file + ".none"), 2, "Cannot read")
+        self.assert_fails(self.solve("--checkpoint", self.model), 2, "the place of another file")
+        other = self.write("other.qubo", model_text(11, random_weights(11)))
+        self.assert_fails(orvex("solve", other, "--resume", file), 2, "of another problem")
 
     def test_energies_are_in_the_numbers_of_the_file(self):
         lowest = self.lowest - self.lowest / 4  # the weights less a quarter have decimals

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sched.h>
 #include <string>
 #include <thread>
 
@@ -21,9 +22,17 @@ bool blocks_on_host(const Problem& searched) {
     return plan && plan->device_bytes == 0;
 }
 
+/** Processors that this thread, and what it starts, may run on. */
+int allowed_processors() {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (sched_getaffinity(0, sizeof(set), &set) == 0) return CPU_COUNT(&set);
+    return static_cast<int>(std::thread::hardware_concurrency());
+}
+
 int host_processors(bool blocks_on_host) {
-    const int processors = blocks_on_host ? devices().front().multiprocessors
-                                          : static_cast<int>(std::thread::hardware_concurrency());
+    const int processors =
+        blocks_on_host ? devices().front().multiprocessors : allowed_processors();
     return std::max(processors, 1);
 }
 

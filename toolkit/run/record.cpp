@@ -20,10 +20,10 @@ Record::Record(const View& view, const Limits& limits, std::vector<Found> starts
                const std::vector<Sol>& hints, Events& events)
     : view_(view), limits_(limits), events_(events) {
     moment_.limit = limits.shown;
-    for (std::size_t k = 1; k < starts.size(); ++k)
-        steering_.hint(starts[k].solution);
     for (const Sol& hint : hints)
         steering_.hint(hint);
+    for (std::size_t k = starts.size(); k > 1; --k)  // the worst first, which may be dropped first
+        steering_.hint(starts[k - 1].solution);
     if (starts.empty()) return;
     moment_.has_best = true;
     moment_.best = starts.front().energy;

@@ -60,6 +60,14 @@ struct SolveOptions {
     std::vector<Sol> starts{};
     std::vector<Sol> hints{};  ///< solutions for the search to start instances from
 
+    /**
+     * File that holds the best solutions while the search goes on, for another to resume from:
+     * toolkit/run/checkpoint.hpp. One of the same problem that is there already is kept up. Empty:
+     * none.
+     */
+    std::string checkpoint{};
+    std::string resume{};  ///< checkpoint whose solutions are further starts; empty: none
+
     TraceOptions trace{};  ///< what the run does, second by second, for whoever looks at it later
 };
 

@@ -14,6 +14,7 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING, Any
 
+from ._checkpoint import CheckpointWarning
 from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
 from ._maxcut import Cut, maxcut
@@ -28,6 +29,7 @@ if TYPE_CHECKING:
     from ._sampler import OrvexSampler
 
 __all__ = [
+    "CheckpointWarning",
     "Cut",
     "Event",
     "FileWarning",

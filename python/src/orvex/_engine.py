@@ -44,6 +44,7 @@ class Question:
         starts: Sequence[Words] = (),
         hints: Sequence[Words] = (),
         seed: int = 1,
+        checkpoint: bytes | None = None,
     ) -> None:
         texts = [text.encode() for pair in settings.items() for text in pair]
         self._words = np.concatenate([np.empty(0, dtype=np.uint64), *starts, *hints])
@@ -66,6 +67,7 @@ class Question:
             len(hints),
             self._words.ctypes.data,
             seed,
+            checkpoint,
         )
 
 
@@ -104,7 +106,9 @@ class Run:
         self.began: float | None = None  #: when the search began, by time.perf_counter
         self.load_time = 0.0
         self.search_time = 0.0
+        self.flips = 0
         self.ending: str | None = None  #: why the library ended the search; None until it has
+        self.checkpoint_failure = ""
         self.info: dict[str, str] = {}
         self.error: BaseException | None = None
         self._problem = problem
@@ -156,9 +160,12 @@ class Run:
         finally:
             support.orvex_python_free_result(result)
 
-    def _on_event(self, steering: int, seconds: float, energy: int, bits: int | None) -> None:
+    def _on_event(
+        self, steering: int, seconds: float, flips: int, energy: int, bits: int | None
+    ) -> None:
         if self.began is None:
             self.began = time.perf_counter() - seconds
+        self.flips = flips
         if bits is not None:
             self._best = energy
             self.news.append((seconds, energy, self._words_at(bits)))
@@ -185,6 +192,7 @@ class Run:
             key: support.orvex_python_info(result, key.encode()).decode() for key in INFO
         }
         self.load_time, self.search_time = summary.load_time, summary.search_time
+        self.checkpoint_failure = os.fsdecode(summary.checkpoint_failure)
         self.ending = summary.ending.decode()
 
     def _words_at(self, bits: int) -> Words:

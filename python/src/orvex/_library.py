@@ -54,6 +54,7 @@ class Options(ctypes.Structure):
         ("hints", c_int),
         ("words", c_void_p),  # of the starts, then of the hints
         ("seed", c_uint64),
+        ("checkpoint", c_char_p),
     ]
 
 
@@ -78,8 +79,10 @@ class Summary(ctypes.Structure):
     search_time: float
     found: int
     ending: bytes
+    checkpoint_failure: bytes
     _fields_ = [
-        ("load_time", c_double), ("search_time", c_double), ("found", c_int64), ("ending", c_char_p)
+        ("load_time", c_double), ("search_time", c_double), ("found", c_int64), ("ending", c_char_p),
+        ("checkpoint_failure", c_char_p),
     ]  # fmt: skip
 
 
@@ -91,8 +94,8 @@ class Scaling(ctypes.Structure):
     _fields_ = [("factor", c_double), ("largest_error", c_double)]
 
 
-#: Receives the events of a search: steering, seconds, energy and bits of a new best.
-EVENT_FUNCTION = ctypes.CFUNCTYPE(None, c_void_p, c_double, c_int64, c_void_p)
+#: Receives the events of a search: steering, seconds, flips, energy and bits of a new best.
+EVENT_FUNCTION = ctypes.CFUNCTYPE(None, c_void_p, c_double, c_int64, c_int64, c_void_p)
 
 #: Receives the lines of a trace.
 TRACE_FUNCTION = ctypes.CFUNCTYPE(None, c_char_p)
@@ -159,6 +162,14 @@ _declare(
 )  # fmt: skip
 _declare(c_char_p, "orvex_python_info", c_void_p, c_char_p)
 _declare(None, "orvex_python_free_result", c_void_p)
+
+_declare(c_void_p, "orvex_python_read_checkpoint", c_void_p, c_char_p)
+_declare(c_int64, "orvex_python_kept", c_void_p)
+_declare(c_void_p, "orvex_python_kept_words", c_void_p, c_int64)
+_declare(None, "orvex_python_free_kept", c_void_p)
+_declare(c_void_p, "orvex_python_open_checkpoint", c_void_p, c_char_p)
+_declare(c_int, "orvex_python_note", c_void_p, c_void_p, c_void_p)
+_declare(c_char_p, "orvex_python_close_checkpoint", c_void_p)
 
 _FAILURES: dict[int, type[Exception]] = {1: ValueError, 2: MemoryError, 3: OrvexError}
 

@@ -34,12 +34,13 @@ class Progress:
             )
         return self
 
-    def show(self, elapsed: float, energy: int | float | None) -> None:
-        """The time and the best energy at present."""
+    def show(self, elapsed: float, energy: int | float | None, more: str = "") -> None:
+        """The time and the best energy at present, and what else there is to tell."""
         if elapsed - self._last < (0.1 if self._bar is not None else 1.0):
             return
         self._last = elapsed
         text = "no solution yet" if energy is None else f"best energy {energy}"
+        text += more
         if self._bar is None:
             print(f"orvex: {elapsed:.0f} s, {text}", file=sys.stderr, flush=True)
             return

@@ -19,7 +19,8 @@ if TYPE_CHECKING:
 Picture = Literal["energy", "gap", "islands", "rules", "generators", "flips"]
 Energy = Union[int, float]
 Status = Literal[
-    "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
+    "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended",
+    "scheduler lost",
 ]
 
 

@@ -7,8 +7,10 @@ from __future__ import annotations
 
 import inspect
 import math
+import os
 import threading
 import time
+import warnings
 from collections.abc import Callable, Iterable
 from contextlib import ExitStack
 from fractions import Fraction
@@ -17,6 +19,7 @@ from typing import TYPE_CHECKING, Any, Literal, cast
 import numpy as np
 import numpy.typing as npt
 
+from ._checkpoint import CheckpointWarning, Path, read_checkpoint
 from ._distinct import best_distinct
 from ._engine import Question, Run, expect_whole_process
 from ._library import OrvexError, expect_device
@@ -90,10 +93,12 @@ class Pulse(Steering):
     """Seconds since the search began."""
     best: Event | None
     """The best solution so far; None as long as there is none."""
+    flips: int
+    """Flips of all blocks and of the companion so far."""
 
-    def __init__(self, search: _Search, at: float, best: Event | None) -> None:
+    def __init__(self, search: _Search, at: float, best: Event | None, flips: int) -> None:
         super().__init__(search)
-        self.time, self.best = at, best
+        self.time, self.best, self.flips = at, best, flips
 
 
 Callback = Callable[[Event], object]
@@ -117,6 +122,8 @@ def solve(
     groups: Iterable[Iterable[int]] | None = None,
     solutions: int = 1,
     seed: int | None = None,
+    checkpoint: Path | None = None,
+    resume: Path | None = None,
     trace: Trace = None,
     **settings: Unpack[Settings],
 ) -> Result:
@@ -177,6 +184,12 @@ def solve(
         of a search depends, and the numbers of the library's blocks, which come from the clock. So two searches
         of one seed begin alike and may differ later; a search of the companion alone on one processor
         repeats its course, but not its speed.
+    checkpoint
+        A file that holds the best solutions while the search goes on, for another to resume from. One of the
+        same problem that is there already is kept up; anything else is refused. Where it cannot be written
+        later, a :class:`CheckpointWarning` says why.
+    resume
+        A checkpoint whose solutions are further `starts`.
     trace
         A file that is to tell what the search does, second by second, for ``python -m orvex.report``; it is
         also `trace` of the result. True keeps it there alone.
@@ -216,6 +229,8 @@ def solve(
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
     found = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
+    if resume is not None:
+        found += read_checkpoint(made, resume)
     found.sort(key=made._energy)
     question = Question(
         params,
@@ -232,6 +247,7 @@ def solve(
             *([] if seed is None else [made._random_words(seed)]),
         ],
         1 if seed is None else seed,
+        None if checkpoint is None else os.fsencode(checkpoint),
     )
     plan = made._plan(question.options)
     expect_memory(
@@ -362,7 +378,7 @@ class _Search:
     def _tell_pulse(self) -> None:
         if self._pulse is None or self.run.ended.is_set():
             return
-        self._tell(self._pulse, Pulse(self, self._elapsed(), self._best() if self._words else None))
+        self._tell(self._pulse, Pulse(self, self._elapsed(), self._best() if self._words else None, self.run.flips))
         self._next_pulse = self._elapsed() + _PULSE
 
     def _tell(self, callback: Callable[[Any], object], event: Steering) -> None:
@@ -403,6 +419,8 @@ class _Search:
         self._take_news()
         if not self._energies:  # interrupted before there was anything
             self._note(0.0, 0, problem._no_words())
+        if run.checkpoint_failure:
+            warnings.warn(run.checkpoint_failure, CheckpointWarning, stacklevel=3)
         energy = self._energies[-1]
         finished = run.ending is not None
         return Result(
