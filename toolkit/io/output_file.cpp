@@ -1,6 +1,7 @@
 #include "toolkit/io/output_file.hpp"
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -18,8 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** What a signal removes; a C string, since that is all a handler can use. */
-char* volatile unfinished = nullptr;
+/** What a signal removes; a C string, since that is all a handler can use. Changed while signals are
+ * blocked or nothing is left to be removed. */
+char unfinished_name[PATH_MAX];
+const char* volatile unfinished = nullptr;
 
 extern "C" void remove_unfinished(int number) {
     if (unfinished != nullptr) unlink(unfinished);
@@ -29,7 +32,9 @@ extern "C" void remove_unfinished(int number) {
 
 /** A signal that is ignored stays ignored. */
 void remove_at_signals(const std::string& file) {
-    unfinished = strdup(file.c_str());
+    if (file.size() >= sizeof unfinished_name) return;  // cannot be: the system has made it
+    std::memcpy(unfinished_name, file.c_str(), file.size() + 1);
+    unfinished = unfinished_name;
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
         if (signal(number, remove_unfinished) == SIG_IGN) signal(number, SIG_IGN);
 }
@@ -65,7 +70,7 @@ OutputFile::OutputFile(const std::string& name) : name_(name), target_(name) {
     if (descriptor >= 0) stream_ = gzdopen(descriptor, name.ends_with(".gz") ? "wb6" : "wbT");
     if (stream_ != nullptr) return;
     const std::string why = reason();
-    if (!temporary_.empty()) unlink(temporary_.c_str());
+    remove_temporary();
     throw InputError("Cannot write " + name + ": " + why);
 }
 
@@ -88,7 +93,13 @@ int OutputFile::open_temporary() {
 
 OutputFile::~OutputFile() {
     if (stream_ != nullptr) gzclose(stream_);
-    if (!temporary_.empty()) unlink(temporary_.c_str());
+    remove_temporary();
+}
+
+void OutputFile::remove_temporary() {
+    if (temporary_.empty()) return;
+    unlink(temporary_.c_str());
+    unfinished = nullptr;
 }
 
 void OutputFile::fail() const {

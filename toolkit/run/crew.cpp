@@ -22,7 +22,9 @@ bool blocks_on_host(const Problem& searched) {
 }
 
 int host_processors(bool blocks_on_host) {
-    const int processors = blocks_on_host ? devices().front().multiprocessors
+    // A device that is there may still fail to tell of itself.
+    const std::vector<Device> found = blocks_on_host ? devices() : std::vector<Device>{};
+    const int processors = !found.empty() ? found.front().multiprocessors
                                           : static_cast<int>(std::thread::hardware_concurrency());
     return std::max(processors, 1);
 }

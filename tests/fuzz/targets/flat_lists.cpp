@@ -1,6 +1,7 @@
 // The lists that the flat interface takes: sizes, counts, indices, coefficients, settings. What it
 // refuses leaves a reason; what it takes is searched now and then, and the solution has no bit
 // above the last variable and, if it was started from one, no energy above that of the start.
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <new>
