@@ -27,6 +27,7 @@ void starts(Input input);
 void way_back(Input input);
 void flat_lists(Input input);
 void presolve(Input input);
+void planted(Input input);
 
 /** The library wanted to end the process with this text, and was kept from it (ended.cpp). */
 class Ended : public std::runtime_error {

@@ -29,4 +29,10 @@ fuzz() {
 export -f fuzz
 export here programs seconds
 
+# A fuzzer that does not find the fault that is planted for it finds nothing else either.
+if "$programs/tests/fuzz/orvex_fuzz_planted" -runs=3000000 -seed=1 -max_len=16 \
+    -artifact_prefix="$programs/planted-" >/dev/null 2>&1; then
+    echo "the planted fault was not found"
+    exit 1
+fi
 printf '%s\n' "${targets[@]}" | xargs -P 2 -I TARGET bash -c 'fuzz TARGET'
