@@ -42,6 +42,9 @@ struct Run {
 };
 extern const Run RUNS[3];
 
+/** A run that goes wrong where an operation fails, in a way of its own for each kind. */
+extern const Run PLANTED;
+
 /** Writes the files that the runs read. */
 void prepare_files(const std::string& folder);
 

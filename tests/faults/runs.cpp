@@ -1,16 +1,22 @@
 // The small runs whose every operation fails once: through the flat interface, through the objects,
 // through the toolkit. What they find is known.
+#include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
+#include <thread>
 
 #include <orvex/orvex.hpp>
 #include <orvex/tarvik_orvex.h>
 
 #include "faults.hpp"
+#include "platform/platform.hpp"
 #include "toolkit/io/formats/format.hpp"
 #include "toolkit/io/read.hpp"
 #include "toolkit/solve.hpp"
@@ -108,8 +114,44 @@ void with_toolkit(const std::string& folder) {
     write(problem, folder + "/written");
 }
 
+void planted(const std::string& folder) {
+    switch (plan->kind) {
+        case Kind::ALLOCATION: {  // a wrong result that nobody is told of
+            bool allocated = false;
+            try {
+                allocated = !std::string(100, 'a').empty();
+            } catch (const std::bad_alloc&) {
+            }
+            return expect(allocated, "the result is right");
+        }
+        case Kind::THREAD: {  // a crash
+            try {
+                std::thread([] {}).join();
+            } catch (const std::system_error&) {
+                std::raise(SIGSEGV);
+            }
+            return;
+        }
+        case Kind::FILE:  // an end without its message
+            try {
+                toolkit::read_problem(folder + "/model");
+            } catch (const toolkit::InputError&) {
+                std::_Exit(1);
+            }
+            return;
+        case Kind::DEVICE: {  // memory that is given back twice
+            void* memory = nullptr;
+            if (platform::allocate(&memory, 64) != platform::cudaSuccess) return;
+            if (platform::release(memory) != platform::cudaSuccess)
+                for (int i = 0; i < 2; ++i)
+                    platform::release(memory);
+        }
+    }
+}
+
 }  // namespace
 
+const Run PLANTED = {"planted", planted};
 const Run RUNS[3] = {{"flat", flat}, {"objects", objects}, {"toolkit", with_toolkit}};
 
 void prepare_files(const std::string& folder) {

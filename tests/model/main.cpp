@@ -3,6 +3,7 @@
 //
 //     orvex_model_tests [--sequences N] [--seed S] [--steps K] [--save FOLDER] [--plant FAULT]
 //     orvex_model_tests --replay TRACE [--plant FAULT]
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -88,7 +89,9 @@ void report(const Sequence& steps, const std::string& failure, std::uint64_t see
     const std::string again = failure_of(least);
     const std::string file = options.save + "/model-" + std::to_string(seed) + ".trace";
     std::ofstream trace(file);
-    trace << "# " << (again.empty() ? failure : again).substr(0, 300) << "\n";
+    std::string reason = (again.empty() ? failure : again).substr(0, 300);
+    std::replace(reason.begin(), reason.end(), '\n', ' ');
+    trace << "# " << reason << "\n";
     write(least, trace);
     std::cout << "The sequence of seed " << seed << " fails: " << failure << "\nShrunk to "
               << least.size() << " of " << steps.size() << " steps (" << file << "):\n";

@@ -1,6 +1,6 @@
 // The steps in which the library searches: prepared or not, from a start or from nothing, with
 // events or without; and the dispatch of all steps.
-#include <cmath>
+#include <csignal>
 
 #include "ending.hpp"
 #include "receiver.hpp"
@@ -128,6 +128,7 @@ void World::search_model(const Numbers& numbers, const SolutionPair* start) {
     auto result = std::make_unique<SolutionPair>();
     result->real = start == nullptr ? solver_(*model->real, param->real)
                                     : solver_(*model->real, param->real, start->real);
+    if (planted() == "crash") std::raise(SIGSEGV);
     if (planted() == "wrong_bit" && model->weights.size > 2)
         result->real.set(2, !result->real.get(2));
     require_true_energy(model->weights, result->real);
