@@ -199,8 +199,16 @@ void runs(long count, int largest) {
     expect_flat("runs over the bands", count, before, seconds_since(start));
 }
 
+/** Seconds that a processor works on an instance, by the run's own counts. */
+double instance_seconds(const Sol& solution) {
+    const double flips = std::stod(solution.get("total_flips"));
+    const double flips_each = std::stod(solution.get("search_cycles"));
+    const int processors = orvex::devices().front().multiprocessors;
+    return flips == 0 ? 0 : std::stod(solution.get("runtime")) * processors * flips_each / flips;
+}
+
 void limits(long count) {
-    double latest = 0, slowest_load = 0;
+    double latest = 0;
     std::vector<double> late;
     Solver solver(false);
     const int largest = std::min(2000, sizes_of_bands().back());
@@ -210,19 +218,17 @@ void limits(long count) {
         const double limit = 1;
         Param param;
         param.set("time_limit", "1");
-        const auto start = Clock::now();
-        solver.prepare(model, param);
-        slowest_load = std::max(slowest_load, seconds_since(start));
         const Sol solution = solver(model, param);
         rescore(model, solution);
-        late.push_back(std::stod(solution.get("runtime")) - limit);
+        late.push_back(std::stod(solution.get("runtime")) - limit - instance_seconds(solution));
         latest = std::max(latest, late.back());
         solver.release();
     }
     if (late.empty()) return;
     std::sort(late.begin(), late.end());
     std::printf(
-        "time limits: %ld runs up to %d variables; late by %.3f s at the median, %.3f s in 99 "
+        "time limits: %ld runs up to %d variables; late by one instance and %.3f s at the median, "
+        "%.3f s in 99 "
         "of 100, %.3f s at most\n",
         count, largest, late[late.size() / 2], late[late.size() * 99 / 100], latest);
     expect(latest <= MOST_LATENESS, "a time limit is passed by more than a tenth of a second");

@@ -75,14 +75,15 @@ OutputFile::OutputFile(const std::string& name) : name_(name), target_(name) {
 }
 
 int OutputFile::open_temporary() {
+    std::string path = target_ + ".XXXXXX";
     sigset_t all, before;
     sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before);  // none comes before it is known what to remove
-    std::string path = target_ + ".XXXXXX";
+    // None comes before it is known what to remove, and nothing is allocated until then.
+    pthread_sigmask(SIG_BLOCK, &all, &before);
     const int descriptor = mkstemp(path.data());
     const int error = errno;
     if (descriptor >= 0) {
-        temporary_ = path;
+        temporary_ = std::move(path);
         remove_at_signals(temporary_);
         fchmod(descriptor, usual_mode());
     }
