@@ -70,6 +70,7 @@ void objects(const std::string& folder) {
     expect(model.get(0, 1) == 6 && model.get(2, 0) == -1, "the file is read");
     std::ostringstream text;
     model.print("", text);
+    if (!text) throw std::bad_alloc();  // a stream keeps to itself what its buffer threw
     const Model copy(model);
     Param param;
     param.set("target_energy", std::to_string(OPTIMUM));

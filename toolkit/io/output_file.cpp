@@ -1,7 +1,6 @@
 #include "toolkit/io/output_file.hpp"
 
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +11,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include <climits>
+
 #include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
@@ -19,8 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** What a signal removes; a C string, since that is all a handler can use. Changed while signals are
- * blocked or nothing is left to be removed. */
+/** What a signal removes; a C string, since that is all a handler can use. Changed while signals
+ * are blocked or nothing is left to be removed. */
 char unfinished_name[PATH_MAX];
 const char* volatile unfinished = nullptr;
 

@@ -14,8 +14,8 @@
 #include "orvex/registry.hpp"
 
 #include "engine/support/models.hpp"
-#include "support/rescored.hpp"
 #include "platform/platform.hpp"
+#include "support/rescored.hpp"
 
 namespace engine_tests {
 

@@ -1,5 +1,5 @@
-// A fault that is planted for the fuzzer: one input of some thousand million, to which each byte that
-// is right brings it nearer. A fuzzer that is not led by what the program does never finds it.
+// A fault that is planted for the fuzzer: one input of some thousand million, to which each byte
+// that is right brings it nearer. A fuzzer that is not led by what the program does never finds it.
 #include "fuzz.hpp"
 
 namespace orvex::fuzz {
