@@ -16,7 +16,9 @@ install(DIRECTORY include/orvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${withou
 install(FILES examples/solve.cpp examples/callback.cpp examples/flat.c
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 if(TARGET orvex_toolkit)
-  install(FILES examples/toolkit.cpp DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+  install(FILES examples/toolkit.cpp examples/travelling_salesman.cpp examples/graph_colouring.cpp
+                examples/spin_glass.cpp
+          DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvex)

@@ -13,7 +13,7 @@ ROOT = Path(__file__).parents[2]
 BLOCK = re.compile(r"```python\n(.*?)```(?:\n+prints\n+```\n(.*?)```)?", re.DOTALL)
 
 
-@pytest.mark.parametrize("page", ["docs/tutorial/python.md", "README.md"])
+@pytest.mark.parametrize("page", ["docs/tutorial/python.md", "docs/constraints.md", "README.md"])
 def test_the_programs_of_a_page_print_what_it_says(page, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     blocks = BLOCK.findall((ROOT / page).read_text())
