@@ -45,6 +45,7 @@ struct Result {
  * @throws EnergyMismatch when the result is not what it claims to be
  * @throws std::logic_error when called inside an event
  * @throws std::bad_alloc
+ * @throws std::system_error when a thread of the toolkit cannot be started
  */
 Result solve(const Problem& problem, const SolveOptions& options, Events& events);
 

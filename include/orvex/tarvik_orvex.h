@@ -18,10 +18,11 @@
  * else ends the process, with a message on standard error: a setting that the engine does not know
  * or a value that it cannot read (status 1), more GPUs wanted than there are (status 1), energies
  * that overflow the width of the arithmetic (status 1), memory that runs out on a device
- * (status 1), or any other operation of a device that fails, looking for one included (the status
- * that it reports). No exception is caught: those of the C++ library, such as std::bad_alloc for a
- * model that does not fit into memory, pass through these functions, and a caller that cannot catch
- * them ends by std::terminate.
+ * (status 1), a thread that cannot be started (status 1), or any other operation of a device that
+ * fails, looking for one included (the status that it reports). No exception is caught: those of
+ * the C++ library, such as std::bad_alloc for a model that does not fit into memory, pass through
+ * these functions, and a caller that cannot catch them ends by std::terminate, as does memory that
+ * runs out in a thread of the engine.
  *
  * Threads. A handle belongs to one thread at a time. tarvik_orvex_create, tarvik_orvex_search and
  * tarvik_orvex_destroy, of all handles together and of the C++ interface too, must be called one

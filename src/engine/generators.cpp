@@ -23,6 +23,7 @@ void SOLPOOL::built(unsigned char kind) {
 
 /** A member, all of them equally likely. */
 INSTANCE SOLPOOL::drawnMember() {
+    assert(state != 0 && pool_size > 0);  // a generator that stands at 0 stays there
     return pool[draw() % static_cast<unsigned long>(pool_size)];
 }
 
@@ -44,6 +45,7 @@ signed char SOLPOOL::selAlgorithm() {
     do {
         any = static_cast<signed char>(draw() % ALGORITHMS);
     } while (any == run.exclude_algorithm);
+    assert(any >= 0 && any < ALGORITHMS);
     return any;
 }
 

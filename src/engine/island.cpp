@@ -28,6 +28,7 @@ constexpr std::int64_t MOST_TICKETS = std::numeric_limits<std::uint32_t>::max();
  * they are coupled to nothing.
  */
 void clear_fillers(const INSTANCE& result, int size) {
+    assert(size >= 0 && size <= 64 * result.words);
     int cleared = 0;
     for (int w = size / 64; w < result.words; ++w) {
         const int kept = w == size / 64 ? size % 64 : 0;
@@ -120,6 +121,7 @@ void ISLAND::host2device(int mode) {
     cuda_check(cudaMemcpyAsync(&slot.ticket, &send_buf->ticket, sizeof(ticket),
                                cudaMemcpyHostToDevice, stream));
     cuda_check(cudaStreamSynchronize(stream));
+    assert(mode == STOP_MARK_MODE || ticket > 0);  // 0 is an empty slot
     if (mode == INSTANCE_MODE) ++sent;
     send_pos = (send_pos + 1) % run.ring_size;
 }
@@ -207,6 +209,7 @@ void ISLAND::stampInstance() {
 
 /** A new generation: the island forgets its present best and, unless it is kept, its pool. */
 void ISLAND::restartSearch() {
+    assert(!stopping && generation >= 0);
     ++generation;
     set_relaxed(current.energy, device::NO_ENERGY);
     std::fill_n(current.bits, current.words, std::uint64_t{0});

@@ -35,6 +35,7 @@ void SOLPOOL::randomInit(int) {
         pool[i].copyRelaxed(fresh);
     for (int i = 0; i < pool_size; ++i) {
         const INSTANCE record = pool[i];
+        assert(record.energy == device::NO_ENERGY);  // any ranking is right
         for (int w = 0; w < record.words; ++w) {
             std::uint64_t value = draw();
             for (int k = 0; k < run.random_and_rounds; ++k)
@@ -77,6 +78,7 @@ void SOLPOOL::insert() {
     rotate(rank, victim);
     ranked(rank).copyRelaxed(*in);
     assert(rank == 0 || ranked(rank - 1).energy < in->energy);
+    assert(rank + 1 == pool_size || ranked(rank + 1).energy >= in->energy);
     if (in->inst == MUTATION) countMutation();
 }
 

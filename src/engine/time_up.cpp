@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "engine/phase_threads.hpp"
+
 namespace orvex::engine {
 
 TIME_UP::TIME_UP(bool limited, std::int64_t end, std::function<void()> act) {
@@ -10,7 +12,7 @@ TIME_UP::TIME_UP(bool limited, std::int64_t end, std::function<void()> act) {
     using CLOCK = std::chrono::system_clock;
     const CLOCK::time_point moment(
         std::chrono::duration_cast<CLOCK::duration>(std::chrono::nanoseconds(end)));
-    thread_ = std::thread([this, moment, act = std::move(act)] {
+    thread_ = started_thread([this, moment, act = std::move(act)] {
         std::unique_lock lock(mutex_);
         if (!over_.wait_until(lock, moment, [this] { return is_over_; })) act();
     });

@@ -11,6 +11,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include <climits>
+
 #include "toolkit/model/errors.hpp"
 
 namespace orvex::toolkit {
@@ -18,8 +20,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** What a signal removes; a C string, since that is all a handler can use. */
-char* volatile unfinished = nullptr;
+/** What a signal removes; a C string, since that is all a handler can use. Changed while signals
+ * are blocked or nothing is left to be removed. */
+char unfinished_name[PATH_MAX];
+const char* volatile unfinished = nullptr;
 
 extern "C" void remove_unfinished(int number) {
     if (unfinished != nullptr) unlink(unfinished);
@@ -29,7 +33,9 @@ extern "C" void remove_unfinished(int number) {
 
 /** A signal that is ignored stays ignored. */
 void remove_at_signals(const std::string& file) {
-    unfinished = strdup(file.c_str());
+    if (file.size() >= sizeof unfinished_name) return;  // cannot be: the system has made it
+    std::memcpy(unfinished_name, file.c_str(), file.size() + 1);
+    unfinished = unfinished_name;
     for (const int number : {SIGINT, SIGTERM, SIGHUP})
         if (signal(number, remove_unfinished) == SIG_IGN) signal(number, SIG_IGN);
 }
@@ -65,19 +71,20 @@ OutputFile::OutputFile(const std::string& name) : name_(name), target_(name) {
     if (descriptor >= 0) stream_ = gzdopen(descriptor, name.ends_with(".gz") ? "wb6" : "wbT");
     if (stream_ != nullptr) return;
     const std::string why = reason();
-    if (!temporary_.empty()) unlink(temporary_.c_str());
+    remove_temporary();
     throw InputError("Cannot write " + name + ": " + why);
 }
 
 int OutputFile::open_temporary() {
+    std::string path = target_ + ".XXXXXX";
     sigset_t all, before;
     sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before);  // none comes before it is known what to remove
-    std::string path = target_ + ".XXXXXX";
+    // None comes before it is known what to remove, and nothing is allocated until then.
+    pthread_sigmask(SIG_BLOCK, &all, &before);
     const int descriptor = mkstemp(path.data());
     const int error = errno;
     if (descriptor >= 0) {
-        temporary_ = path;
+        temporary_ = std::move(path);
         remove_at_signals(temporary_);
         fchmod(descriptor, usual_mode());
     }
@@ -88,7 +95,13 @@ int OutputFile::open_temporary() {
 
 OutputFile::~OutputFile() {
     if (stream_ != nullptr) gzclose(stream_);
-    if (!temporary_.empty()) unlink(temporary_.c_str());
+    remove_temporary();
+}
+
+void OutputFile::remove_temporary() {
+    if (temporary_.empty()) return;
+    unlink(temporary_.c_str());
+    unfinished = nullptr;
 }
 
 void OutputFile::fail() const {

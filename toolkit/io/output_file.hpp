@@ -38,6 +38,7 @@ class OutputFile {
   private:
     [[noreturn]] void fail() const;
     int open_temporary();
+    void remove_temporary();
 
     std::string name_;
     std::string target_;     // where the name leads, through links

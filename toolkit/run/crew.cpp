@@ -31,8 +31,9 @@ int allowed_processors() {
 }
 
 int host_processors(bool blocks_on_host) {
-    const int processors =
-        blocks_on_host ? devices().front().multiprocessors : allowed_processors();
+    // A device that is there may still fail to tell of itself.
+    const std::vector<Device> found = blocks_on_host ? devices() : std::vector<Device>{};
+    const int processors = !found.empty() ? found.front().multiprocessors : allowed_processors();
     return std::max(processors, 1);
 }
 

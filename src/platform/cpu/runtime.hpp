@@ -20,7 +20,8 @@ enum cudaError_t {
     cudaErrorMemoryAllocation = 2,
     cudaErrorInvalidConfiguration = 9,
     cudaErrorNoDevice = 100,
-    cudaErrorInvalidDevice = 101
+    cudaErrorInvalidDevice = 101,
+    cudaErrorLaunchOutOfResources = 701
 };
 const char* cudaGetErrorString(cudaError_t error);
 cudaError_t cudaGetLastError();
@@ -167,8 +168,8 @@ inline cudaError_t cudaOccupancyMaxActiveBlocksPerMultiprocessorWithFlags(int* b
 }
 
 /**
- * Launches `grid` blocks of `threads` threads on the stream. A wrong configuration is reported by
- * cudaGetLastError.
+ * Launches `grid` blocks of `threads` threads on the stream. A wrong configuration, or that
+ * no thread can be started, is reported by cudaGetLastError.
  */
 void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t stream,
                    void** arguments);

@@ -1,6 +1,7 @@
 // Streams, events and launches. A stream holds at most one kernel in flight; an event recorded
 // behind a kernel happens when the kernel ends.
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 #include "platform/cpu/runtime.hpp"
@@ -59,6 +60,8 @@ const char* cudaGetErrorString(cudaError_t error) {
             return "no device is detected";
         case cudaErrorInvalidDevice:
             return "invalid device ordinal";
+        case cudaErrorLaunchOutOfResources:
+            return "too many resources requested for launch";
     }
     return "unrecognized error code";
 }
@@ -126,7 +129,11 @@ void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t str
     blocks.reserve(static_cast<std::size_t>(grid));
     for (int i = 0; i < grid; ++i)
         blocks.push_back(kernel->makeBlock(i, arguments));
-    stream->begin(std::make_shared<LAUNCH>(std::move(blocks), usable_processors()));
+    try {
+        stream->begin(std::make_shared<LAUNCH>(std::move(blocks), usable_processors()));
+    } catch (const std::system_error&) {  // no thread is left
+        last_error = cudaErrorLaunchOutOfResources;
+    }
 }
 
 void wait_for_ticket(const std::int64_t* ticket, std::int64_t seen, int microseconds) {

@@ -1,5 +1,7 @@
 #include "platform/cpu/workers.hpp"
 
+#include <exception>
+
 #include "platform/cpu/signal.hpp"
 
 namespace orvex::platform {
@@ -11,7 +13,12 @@ LAUNCH::LAUNCH(std::vector<std::unique_ptr<BLOCK_TASK>> blocks, int workers)
     const std::size_t count = static_cast<std::size_t>(workers);
     workers_.reserve(count);
     for (std::size_t w = 0; w < count; ++w)
-        workers_.emplace_back(&LAUNCH::work, this, w * entries_.size() / count);
+        try {
+            workers_.emplace_back(&LAUNCH::work, this, w * entries_.size() / count);
+        } catch (const std::exception&) {  // each worker goes to all blocks, so fewer will do
+            if (workers_.empty()) throw;
+            break;
+        }
 }
 
 void LAUNCH::wait() {

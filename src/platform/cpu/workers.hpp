@@ -29,7 +29,11 @@ class LAUNCH {
   public:
     using clock = std::chrono::steady_clock;
 
-    /** Starts `workers` threads on the blocks. */
+    /**
+     * Starts `workers` threads on the blocks, or as many as the system has.
+     *
+     * @throws std::system_error, std::bad_alloc when there is not even one
+     */
     LAUNCH(std::vector<std::unique_ptr<BLOCK_TASK>> blocks, int workers);
     ~LAUNCH() { wait(); }
     LAUNCH(const LAUNCH&) = delete;

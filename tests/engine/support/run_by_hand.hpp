@@ -72,12 +72,16 @@ inline band::INST_t result_of(long energy) {
 
 class RunByHand : public testing::Test {
   protected:
-    ~RunByHand() override {
+    ~RunByHand() override { finish(); }
+
+    /** The end of the run, behind which another one may begin. */
+    void finish() {
         if (devices) {
             devices->destruct();
             devices->join();
             run->dev_threads = nullptr;
         }
+        devices.reset();
         run.reset();
         band::qubo_releaser();
         band::gv = nullptr;

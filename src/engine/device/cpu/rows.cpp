@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <system_error>
 #include <thread>
 #include <type_traits>
 
@@ -28,12 +29,17 @@ void share_rows(int size, WORK work) {
     const int shares = size < 2048 ? 1 : std::min(platform::usable_processors(), MOST_SHARES);
     assert(shares >= 1 && shares <= MOST_SHARES);
     std::vector<std::thread> threads;
+    const auto work_on = [=](int share) {
+        work(static_cast<int>(std::int64_t{size} * share / shares),
+             static_cast<int>(std::int64_t{size} * (share + 1) / shares), share);
+    };
     for (int share = 1; share < shares; ++share)
-        threads.emplace_back([=] {
-            work(static_cast<int>(std::int64_t{size} * share / shares),
-                 static_cast<int>(std::int64_t{size} * (share + 1) / shares), share);
-        });
-    work(0, size / shares, 0);
+        try {
+            threads.emplace_back(work_on, share);
+        } catch (const std::system_error&) {  // no thread is left
+            work_on(share);
+        }
+    work_on(0);
     for (std::thread& thread : threads)
         thread.join();
 }
