@@ -87,9 +87,11 @@ man: docs-tools
 
 deb: man
 	@tools/install-dependencies.sh packages
+	gzip -9nkf build-docs/man/orvex.1
 	cmake -S . -B build-deb -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
 	    -DCMAKE_SKIP_INSTALL_RPATH=ON -DORVEX_BUILD_TESTS=OFF -DORVEX_BUILD_APP=ON \
-	    -DORVEX_DEBIAN_FILES=ON -DORVEX_MAN_PAGE=$(CURDIR)/build-docs/man/orvex.1 $(CMAKE_FLAGS)
+	    -DORVEX_DEBIAN_FILES=ON -DORVEX_MAN_PAGE=$(CURDIR)/build-docs/man/orvex.1.gz \
+	    -DCMAKE_INSTALL_DOCDIR=share/doc/liborvex-dev $(CMAKE_FLAGS)
 	cmake --build build-deb
 	rm -f build-deb/*.deb
 	cd build-deb && cpack -G DEB

@@ -22,17 +22,15 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/src")
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
 set(library liborvex${PROJECT_VERSION_MAJOR})
-set(what "lowest-energy bit vectors of QUBO problems")
-set(about "ORVEX minimises quadratic functions of up to 65536 binary variables with integer\n\
-coefficients by a population search on all processors.\n.\n")
+set(about "ORVEX minimises quadratic functions of up to 65536 binary variables\n\
+with integer coefficients by a population search on all processors.\n.\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${what} - library\n${about}This package has the shared library.")
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/debian/triggers")
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${about}This package has the shared library.")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/debian/triggers"
+                                               "${PROJECT_BINARY_DIR}/debian/shlibs")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liborvex-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -40,17 +38,18 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${library} (= ${PROJECT_VERSION}), libhwy-dev, zlib1g-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-    "${what} - development files\n${about}This package has headers for C++ and C, the toolkit above the \
-library, and examples.")
+    "${about}This package has the headers, the toolkit above the library, and examples.")
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME orvex)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION math)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${library} (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
-    "${what} - program\n${about}This package has the program for the command line.")
+    "${about}This package has the program for the command line.")
 
 # What every package says of itself: licence and changes. Installed for packages alone.
 file(WRITE "${PROJECT_BINARY_DIR}/debian/triggers" "activate-noawait ldconfig\n")
+file(WRITE "${PROJECT_BINARY_DIR}/debian/shlibs"
+     "liborvex ${PROJECT_VERSION_MAJOR} ${library} (>= ${PROJECT_VERSION})\n")
 configure_file(cmake/debian/copyright.in "${PROJECT_BINARY_DIR}/debian/copyright" @ONLY)
 configure_file(cmake/debian/changelog.in "${PROJECT_BINARY_DIR}/debian/changelog" @ONLY)
 option(ORVEX_DEBIAN_FILES "Install what a Debian package must have beside its contents" OFF)

@@ -45,3 +45,19 @@ nitpicky = False
 
 man_pages = [("command-line", "orvex", "finds lowest-energy bit vectors of QUBO problems", author, 1)]
 man_show_urls = True
+
+
+def setup(app):
+    """Keeps napoleon from taking what stands before a colon in an attribute's text for its type."""
+    texts = {}
+
+    def keep(app, what, name, obj, options, lines):
+        texts[name] = list(lines)
+
+    def bring_back(app, what, name, obj, options, lines):
+        if what == "attribute":
+            lines[:] = texts[name]
+
+    if "sphinx.ext.autodoc" in extensions:
+        app.connect("autodoc-process-docstring", keep, priority=400)
+        app.connect("autodoc-process-docstring", bring_back, priority=600)

@@ -14,5 +14,5 @@ variants = rattler_build.VariantConfig({
 platform = rattler_build.PlatformConfig(target_platform="linux-64")
 rendered = recipe.render(variants, rattler_build.RenderConfig(platform=platform))
 for variant in rendered:
-    print(variant.recipe().package.name, variant.recipe().package.version)
+    print(variant.recipe.package.name, variant.recipe.package.version)
 sys.exit(0 if rendered else "the recipe describes no package")
