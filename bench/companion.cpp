@@ -27,7 +27,7 @@ double processor_seconds() {
 int measure(const std::string& file, double seconds, std::uint64_t seed, int threads, long target) {
     const Problem problem = read_problem(file);
     const double begin = processor_seconds();
-    const SparseQubo qubo = sparse_qubo(*problem.model);
+    const SparseQubo& qubo = problem.weights.sparse();
     Groups groups = find_groups(qubo);
     std::printf("# %d variables, %zu couplings, %zu groups, ready after %.3f s\n", qubo.size(),
                 qubo.couplings(), groups.members.size(), processor_seconds() - begin);

@@ -1,5 +1,6 @@
 // Streams, events and launches. A stream holds at most one kernel in flight; an event recorded
 // behind a kernel happens when the kernel ends.
+#include <mutex>
 #include <utility>
 
 #include "platform/cpu/runtime.hpp"
@@ -7,8 +8,24 @@
 
 namespace orvex::platform {
 
+/** Any thread may use any stream: islands that stop together raise flags by the same one. */
 struct STREAM {
+    std::mutex mutex;
     std::shared_ptr<LAUNCH> launch;
+
+    std::shared_ptr<LAUNCH> in_flight() {
+        const std::lock_guard lock(mutex);
+        return launch;
+    }
+    void begin(std::shared_ptr<LAUNCH> next) {
+        const std::lock_guard lock(mutex);
+        launch = std::move(next);
+    }
+    /** Lets go of a launch that has ended, but not of one that another thread has begun since. */
+    void end(const std::shared_ptr<LAUNCH>& ended) {
+        const std::lock_guard lock(mutex);
+        if (launch == ended) launch.reset();
+    }
 };
 
 struct EVENT {
@@ -66,8 +83,10 @@ cudaError_t cudaStreamDestroy(cudaStream_t stream) {
 }
 
 cudaError_t cudaStreamSynchronize(cudaStream_t stream) {
-    if (stream->launch) stream->launch->wait();
-    stream->launch.reset();
+    if (const std::shared_ptr<LAUNCH> launch = stream->in_flight()) {
+        launch->wait();
+        stream->end(launch);
+    }
     return cudaSuccess;
 }
 
@@ -77,7 +96,7 @@ cudaError_t cudaEventCreate(cudaEvent_t* event) {
 }
 
 cudaError_t cudaEventRecord(cudaEvent_t event, cudaStream_t stream) {
-    event->after = stream->launch;
+    event->after = stream->in_flight();
     event->time = LAUNCH::clock::now();
     return cudaSuccess;
 }
@@ -107,7 +126,7 @@ void launch_kernel(KERNEL_HANDLE kernel, int grid, int threads, cudaStream_t str
     blocks.reserve(static_cast<std::size_t>(grid));
     for (int i = 0; i < grid; ++i)
         blocks.push_back(kernel->makeBlock(i, arguments));
-    stream->launch = std::make_shared<LAUNCH>(std::move(blocks), usable_processors());
+    stream->begin(std::make_shared<LAUNCH>(std::move(blocks), usable_processors()));
 }
 
 void wait_for_ticket(const std::int64_t* ticket, std::int64_t seen, int microseconds) {
