@@ -21,7 +21,9 @@ install(DIRECTORY include/orvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
 install(FILES examples/solve.cpp examples/callback.cpp examples/flat.c
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 if(TARGET orvex_toolkit)
-  install(FILES examples/toolkit.cpp DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+  install(FILES examples/toolkit.cpp examples/travelling_salesman.cpp examples/graph_colouring.cpp
+                examples/spin_glass.cpp
+          DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 endif()
 
 # The manual page, where it has been made (make man) before this folder is configured.

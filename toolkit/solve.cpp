@@ -139,9 +139,10 @@ Result solve(const Problem& problem, const SolveOptions& options, Events& events
     events.prepared(result.preparation);
     std::optional<Companion> companion;
     if (crew.companion_threads > 0)
-        companion.emplace(
-            searched.weights.sparse(),
-            CompanionOptions{.threads = crew.companion_threads, .groups = prepared.groups});
+        companion.emplace(searched.weights.sparse(),
+                          CompanionOptions{.threads = crew.companion_threads,
+                                           .seed = options.seed,
+                                           .groups = prepared.groups});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
     if (start && companion) companion->offer(bits_of(*start));

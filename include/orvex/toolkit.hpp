@@ -7,4 +7,5 @@
 #pragma once
 
 #include "toolkit/io/read.hpp"
+#include "toolkit/model/build.hpp"
 #include "toolkit/solve.hpp"

@@ -80,6 +80,7 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
     for (const char* const* text = given.settings; *text != nullptr; text += 2)
         options.settings[text[0]] = text[1];
     options.engine_cycles = given.engine_cycles != 0;
+    options.seed = given.seed;
     options.presolve = given.presolve == 0   ? PresolveEffort::OFF
                        : given.presolve == 1 ? PresolveEffort::AUTO
                                              : PresolveEffort::FULL;

@@ -26,6 +26,7 @@ struct ORVEX_PYTHON_OPTIONS {
     const std::int32_t* group_members;  ///< of the first, then of the second, ...
     int starts, hints;                  ///< how many of each
     const std::uint64_t* words;         ///< the bits of the starts, then of the hints
+    std::uint64_t seed;                 ///< of the companion
 };
 
 namespace orvex::python {

@@ -66,8 +66,8 @@ def test_fractional_biases_are_scaled():
 
 
 def test_parameters_of_other_samplers_are_ignored_with_a_warning():
-    with pytest.warns(SamplerUnknownArgWarning, match="seed"):
-        samples = quick_sampler().sample_qubo({(0, 0): -1}, seed=3)
+    with pytest.warns(SamplerUnknownArgWarning, match="beta_range"):
+        samples = quick_sampler().sample_qubo({(0, 0): -1}, beta_range=(1, 2))
     assert samples.first.energy == -1
     with pytest.warns(SamplerUnknownArgWarning, match="num_sweeps"):
         orvex.OrvexSampler(num_sweeps=3, trial_limit=5).sample_qubo({(0, 0): 1})

@@ -26,8 +26,10 @@ foreach(example solve callback)
   target_link_libraries(${example} PRIVATE orvex::orvex)
 endforeach()
 if(TARGET orvex::toolkit)
-  add_executable(toolkit ${EXAMPLES}/toolkit.cpp)
-  target_link_libraries(toolkit PRIVATE orvex::toolkit)
+  foreach(example toolkit travelling_salesman graph_colouring spin_glass)
+    add_executable(${example} ${EXAMPLES}/${example}.cpp)
+    target_link_libraries(${example} PRIVATE orvex::toolkit)
+  endforeach()
 endif()
 CMAKE
 mkdir "$work/other"
@@ -48,6 +50,9 @@ if [ "$toolkit" = yes ]; then
     tail -n 1 "$work/toolkit.log" | grep "^energy -2, "
     ! "$work/build/toolkit" "$work/missing.qubo" 2>"$work/refusal"  # an error, not the end
     grep "No such file" "$work/refusal"
+    for example in travelling_salesman graph_colouring spin_glass; do  # each ends with 1 off its optimum
+        (cd "$work" && "build/$example" && grep -q "</svg>" "$example.svg")
+    done
 fi
 
 pkgconfig=$(dirname "$(find "$work/prefix" -name orvex.pc)")

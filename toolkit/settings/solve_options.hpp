@@ -1,6 +1,7 @@
 // What a caller may say of a search before it begins.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -35,6 +36,7 @@ struct SolveOptions {
      * say and before what would be chosen.
      */
     Settings settings{};
+    std::uint64_t seed = 1;  ///< of the companion's random numbers; the library's are the clock's
     bool engine_cycles = false;  ///< leaves an open "search_cycles" to the library
 
     /**

@@ -16,20 +16,23 @@ from typing import TYPE_CHECKING, Any
 
 from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
-from ._presolve import Presolved, RuleUse
+from ._maxcut import Cut, maxcut
 from ._presolve import Presolved, RuleUse
 from ._problem import LargeProblemWarning, Problem, read
-from ._result import Result
+from ._result import Result, Solution
 from ._settings import Settings
 from ._solve import Event, Pulse, solve
 
 if TYPE_CHECKING:
+    from ._cqm import OrvexCQMSampler
     from ._sampler import OrvexSampler
 
 __all__ = [
+    "Cut",
     "Event",
     "FileWarning",
     "LargeProblemWarning",
+    "OrvexCQMSampler",
     "OrvexError",
     "OrvexSampler",
     "Presolved",
@@ -38,8 +41,10 @@ __all__ = [
     "Result",
     "RuleUse",
     "Settings",
+    "Solution",
     "Source",
     "engine_version",
+    "maxcut",
     "read",
     "solve",
 ]
@@ -47,8 +52,13 @@ __version__ = "1.0.0"
 
 
 def __getattr__(name: str) -> Any:
-    if name == "OrvexSampler":  # needs dimod, which not everyone has
+    # What needs dimod, which not everyone has.
+    if name == "OrvexSampler":
         from ._sampler import OrvexSampler
 
         return OrvexSampler
+    if name == "OrvexCQMSampler":
+        from ._cqm import OrvexCQMSampler
+
+        return OrvexCQMSampler
     raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

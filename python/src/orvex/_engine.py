@@ -8,6 +8,7 @@ interrupt. What happens in the search comes on threads of the library, and is on
 from __future__ import annotations
 
 import ctypes
+import os
 import threading
 import time
 from collections import deque
@@ -16,7 +17,7 @@ from ctypes import byref, c_char_p, c_double, c_int64
 
 import numpy as np
 
-from ._library import EVENT_FUNCTION, Options, Summary, failure, support
+from ._library import EVENT_FUNCTION, Options, OrvexError, Summary, failure, support
 from ._model import Words
 from ._problem import Problem
 
@@ -42,6 +43,7 @@ class Question:
         groups: Sequence[Sequence[int]] | None,
         starts: Sequence[Words] = (),
         hints: Sequence[Words] = (),
+        seed: int = 1,
     ) -> None:
         texts = [text.encode() for pair in settings.items() for text in pair]
         self._words = np.concatenate([np.empty(0, dtype=np.uint64), *starts, *hints])
@@ -63,6 +65,30 @@ class Question:
             len(starts),
             len(hints),
             self._words.ctypes.data,
+            seed,
+        )
+
+
+#: Searches that run in this process, and whether it was forked from one in which any did.
+_running = 0
+_counting = threading.Lock()
+_forked = False
+
+
+def _after_fork() -> None:
+    global _forked
+    _forked = _forked or _running > 0
+
+
+os.register_at_fork(after_in_child=_after_fork)
+
+
+def expect_whole_process() -> None:
+    """Refuses a search in a process that lacks threads of the library, which would wait for them."""
+    if _forked:
+        raise OrvexError(
+            "this process was forked while its parent was searching, and has only a part of the library: let "
+            'processes be started by "spawn" or "forkserver", or before the search'
         )
 
 
@@ -101,11 +127,16 @@ class Run:
         self._changes.extend(changes.items())
 
     def _run(self) -> None:
+        global _running
+        with _counting:
+            _running += 1
         try:
             self._search()
         except BaseException as error:  # for the caller's thread
             self.error = error
         finally:
+            with _counting:
+                _running -= 1
             self.ended.set()
             self.changed.set()
 

@@ -38,6 +38,17 @@ class Form:
     largest_error: float = 0.0
 
 
+class Terms:
+    """A sum of terms, handed over as sparse matrices are."""
+
+    def __init__(self, size: int, pairs: npt.NDArray[Any], values: npt.NDArray[Any]) -> None:
+        self.shape = (size, size)
+        self.row, self.col, self.data = pairs[:, 0], pairs[:, 1], values
+
+    def tocoo(self) -> Terms:
+        return self
+
+
 def read(problem: Any, scale: Scale) -> Form:
     """A problem from whatever states it."""
     if isinstance(problem, (str, os.PathLike)):

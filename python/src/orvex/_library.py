@@ -53,6 +53,7 @@ class Options(ctypes.Structure):
         ("starts", c_int),
         ("hints", c_int),
         ("words", c_void_p),  # of the starts, then of the hints
+        ("seed", c_uint64),
     ]
 
 

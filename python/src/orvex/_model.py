@@ -58,11 +58,15 @@ class Model:
         return self
 
     def __reduce__(self) -> tuple[Any, ...]:
-        facts = self.facts()
-        pairs = np.empty((facts.nonzero, 2), dtype=np.uint32)
-        values = np.empty(facts.nonzero, dtype=np.int64)
+        return Model.of_terms, (self.facts().size, *self.terms())
+
+    def terms(self) -> tuple[Pairs, npt.NDArray[np.int64]]:
+        """The pairs of variables that have a coefficient, and the coefficients."""
+        count = self.facts().nonzero
+        pairs = np.empty((count, 2), dtype=np.uint32)
+        values = np.empty(count, dtype=np.int64)
         support.orvex_python_terms(self.pointer, pairs.ctypes.data, values.ctypes.data)
-        return Model.of_terms, (facts.size, pairs, values)
+        return pairs, values
 
 
 class Reals(Protocol):

@@ -231,6 +231,14 @@ class Problem:
         words.view(np.uint8)[: len(packed)] = packed
         return words
 
+    def _random_words(self, seed: int) -> Words:
+        """Bits of the variables that are searched, drawn from a seed."""
+        words = self._no_words()
+        drawn = np.random.default_rng(seed).integers(0, 2, self._searched, dtype=np.uint8)
+        packed = np.packbits(drawn, bitorder="little")
+        words.view(np.uint8)[: len(packed)] = packed
+        return words
+
     def _groups(self, groups: Iterable[Iterable[int]]) -> list[list[int]]:
         """One-hot groups in the variables that are searched."""
         known = [[int(i) for i in group] for group in groups]

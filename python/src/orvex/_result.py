@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from collections.abc import Hashable, Sequence
 from dataclasses import dataclass, field
-from typing import TYPE_CHECKING, Any, Literal, Union
+from typing import TYPE_CHECKING, Any, Literal, NamedTuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -12,12 +12,20 @@ import numpy.typing as npt
 from ._files import Source
 
 if TYPE_CHECKING:
+    import pandas
     from matplotlib.axes import Axes
 
 Energy = Union[int, float]
 Status = Literal[
     "optimal", "target reached", "time limit", "trial limit", "stopped by callback", "interrupted", "ended"
 ]
+
+
+class Solution(NamedTuple):
+    """A bit vector with its energy."""
+
+    energy: Energy
+    x: npt.NDArray[np.bool_]
 
 
 @dataclass(frozen=True, eq=False)
@@ -59,17 +67,21 @@ class Result:
     """The label of each bit."""
     solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
     """The bits of every entry of `history`."""
+    best: list[Solution] = field(repr=False)
+    """So many distinct solutions as were asked for (`solutions=` of :func:`solve`), best first, each with the
+    energy that its bits have."""
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Result):
             return NotImplemented
-        arrays = ("x", "solutions")
+        arrays = ("x", "solutions", "best")
         same = all(
             getattr(self, name) == getattr(other, name)
             for name in self.__dataclass_fields__
             if name not in arrays
         )
-        mine, others = [self.x, *self.solutions], [other.x, *other.solutions]
+        same = same and [s.energy for s in self.best] == [s.energy for s in other.best]
+        mine, others = ([r.x, *r.solutions, *(s.x for s in r.best)] for r in (self, other))
         return same and len(mine) == len(others) and all(map(np.array_equal, mine, others))
 
     __hash__ = None  # type: ignore[assignment]
@@ -101,6 +113,24 @@ class Result:
             "bits": bits + more,
         }
         return "\n".join(f"{name + ':':<13}{value}" for name, value in lines.items())
+
+    def to_pandas(self, *, history: bool = False) -> pandas.DataFrame:
+        """The solutions as a table of pandas.
+
+        Parameters
+        ----------
+        history
+            By default there is a row for each solution in `best`, with its "energy" and a column for each
+            variable, by its label. With this, there is one for each entry of `history`: "time" and "energy".
+        """
+        import pandas
+
+        if history:
+            return pandas.DataFrame(self.history, columns=["time", "energy"])
+        rows = np.array([solution.x for solution in self.best], dtype=np.int8)
+        table = pandas.DataFrame(rows, columns=pandas.Index(list(self.variables), tupleize_cols=False))
+        table.insert(0, "energy", [solution.energy for solution in self.best], allow_duplicates=True)
+        return table
 
     def plot(self, ax: Axes | None = None, **style: Any) -> Axes:
         """Draws the best energy over time with matplotlib.

@@ -2,8 +2,6 @@
 
 from __future__ import annotations
 
-import heapq
-import time
 from typing import Any
 
 import dimod
@@ -27,7 +25,7 @@ class OrvexSampler(dimod.Sampler):  # type: ignore[misc]
     ----------
     defaults
         Parameters for every sample that does not set them itself; see :attr:`parameters`. Those of other
-        samplers, such as `seed` or `num_sweeps`, are ignored with dimod's SamplerUnknownArgWarning.
+        samplers, such as `num_sweeps`, are ignored with dimod's SamplerUnknownArgWarning.
 
     Examples
     --------
@@ -42,7 +40,7 @@ class OrvexSampler(dimod.Sampler):  # type: ignore[misc]
     def __init__(self, **defaults: Any) -> None:
         searching = (
             "time_limit", "target", "trial_limit", "hints", "callback", "pulse", "progress", "scale",
-            "presolve", "companion",
+            "presolve", "companion", "seed",
         )  # fmt: skip
         names = ("num_reads", "initial_states", *searching, *Settings.__annotations__)
         self.parameters = {name: [] for name in names}
@@ -57,10 +55,7 @@ class OrvexSampler(dimod.Sampler):  # type: ignore[misc]
         bqm
             The model, of spins or bits.
         num_reads
-            How many distinct solutions are wanted, best first; 1 by default. They are the best of the
-            search and, where these are too few, the lowest that lead on from them by one flip each. There
-            are fewer only where the model has fewer, or where finding them would take longer than the
-            search itself (or than a second).
+            How many distinct solutions are wanted, best first; 1 by default: `solutions` of :func:`solve`.
         initial_states
             Samples to start from, in any form that dimod takes; they must cover all variables.
         scale
@@ -85,7 +80,7 @@ class OrvexSampler(dimod.Sampler):  # type: ignore[misc]
             return dimod.SampleSet.from_samples_bqm(np.empty((1, 0), dtype=np.int8), bqm)
         problem = Problem(bqm, scale=arguments.pop("scale"))
         starts = [] if states is None else _starts(states, bqm)
-        return _sample_set(bqm, solve(problem, starts=starts, **arguments), reads)
+        return _sample_set(bqm, solve(problem, starts=starts, solutions=reads, **arguments))
 
 
 def _starts(states: Any, bqm: dimod.BinaryQuadraticModel) -> list[npt.NDArray[np.bool_]]:
@@ -100,8 +95,8 @@ def _starts(states: Any, bqm: dimod.BinaryQuadraticModel) -> list[npt.NDArray[np
     return list(array > 0)
 
 
-def _sample_set(bqm: dimod.BinaryQuadraticModel, result: Result, reads: int) -> dimod.SampleSet:
-    best = np.array(_reads(bqm, result, reads), dtype=np.int8)
+def _sample_set(bqm: dimod.BinaryQuadraticModel, result: Result) -> dimod.SampleSet:
+    best = np.array([solution.x for solution in result.best], dtype=np.int8)
     values = best if bqm.vartype is dimod.BINARY else 2 * best - 1
     info = {
         "status": result.status, "timings": result.timings, "largest_error": result.largest_error,
@@ -109,70 +104,3 @@ def _sample_set(bqm: dimod.BinaryQuadraticModel, result: Result, reads: int) -> 
     }  # fmt: skip
     samples = dimod.SampleSet.from_samples_bqm((values, list(bqm.variables)), bqm, info=info)
     return samples.slice()  # the lowest energy first, as dimod adds it up
-
-
-class _Flips:
-    """The bits of a model, and what flipping each of them does to the energy."""
-
-    def __init__(self, bqm: dimod.BinaryQuadraticModel) -> None:
-        bits = bqm.change_vartype(dimod.BINARY, inplace=False)
-        vectors = bits.to_numpy_vectors(variable_order=list(bqm.variables))
-        self._linear = np.asarray(vectors.linear_biases, dtype=np.float64)
-        self._row, self._column, self._quadratic = vectors.quadratic
-        self._offset = float(vectors.offset)
-
-    def _fields(self, x: npt.NDArray[np.bool_]) -> npt.NDArray[np.float64]:
-        size = len(self._linear)
-        fields = np.bincount(self._row, self._quadratic * x[self._column], size)
-        fields += np.bincount(self._column, self._quadratic * x[self._row], size)
-        return np.asarray(fields, dtype=np.float64)
-
-    def energy(self, x: npt.NDArray[np.bool_]) -> float:
-        return float(self._offset + x @ (self._linear + self._fields(x) / 2))
-
-    def changes(self, x: npt.NDArray[np.bool_]) -> npt.NDArray[np.float64]:
-        return np.where(x, -1, 1) * (self._linear + self._fields(x))
-
-
-def _reads(
-    bqm: dimod.BinaryQuadraticModel, result: Result, reads: int
-) -> list[npt.NDArray[np.bool_]]:
-    """The best of the search, then the lowest of their neighbours, of the neighbours of these, and so on:
-    always the lowest that is known is next, and its neighbours are known from then on."""
-    best = result.solutions[-reads:][::-1]
-    if len(best) == reads:
-        return best
-    deadline = time.perf_counter() + max(1.0, result.timings["search"])
-    flips = _Flips(bqm)
-    known = {x.tobytes() for x in best}
-    # A neighbour's bits are made when its turn has come: energy, order of entry, whose, which flip.
-    waiting: list[tuple[float, int, npt.NDArray[np.bool_], int]] = [
-        (flips.energy(x), k, x, -1) for k, x in enumerate(best)
-    ]
-    heapq.heapify(waiting)
-    entered = len(waiting)
-    found: list[npt.NDArray[np.bool_]] = []
-    while waiting and len(found) < reads:
-        energy, _, x, flipped = heapq.heappop(waiting)
-        if flipped >= 0:
-            x = _flip(x, flipped)
-        found.append(x)
-        if time.perf_counter() > deadline:
-            continue
-        missing = reads - len(found)
-        changes = flips.changes(x)
-        for i in np.argsort(changes, kind="stable")[: missing + len(found)].tolist():
-            key = _flip(x, i).tobytes()
-            if key not in known:
-                known.add(key)
-                heapq.heappush(waiting, (energy + float(changes[i]), entered, x, i))
-                entered += 1
-        if len(waiting) > 2 * missing:
-            waiting = heapq.nsmallest(missing, waiting)  # sorted, and so a heap
-    return found
-
-
-def _flip(x: npt.NDArray[np.bool_], i: int) -> npt.NDArray[np.bool_]:
-    flipped = x.copy()
-    flipped[i] = not flipped[i]
-    return flipped

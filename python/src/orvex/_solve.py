@@ -17,7 +17,8 @@ from typing import TYPE_CHECKING, Any, Literal, cast
 import numpy as np
 import numpy.typing as npt
 
-from ._engine import Question, Run
+from ._distinct import best_distinct
+from ._engine import Question, Run, expect_whole_process
 from ._library import OrvexError, expect_device
 from ._memory import expect_memory
 from ._model import Words
@@ -113,6 +114,8 @@ def solve(
     presolve: bool | Literal["full"] = True,
     companion: float | Literal["auto"] = "auto",
     groups: Iterable[Iterable[int]] | None = None,
+    solutions: int = 1,
+    seed: int | None = None,
     **settings: Unpack[Settings],
 ) -> Result:
     """Searches for the bit vector of lowest energy.
@@ -120,7 +123,10 @@ def solve(
     The first limit that holds ends the search; without any, it takes 10 seconds. Ctrl-C ends it within
     0.2 seconds, and the best solution so far is returned with the status "interrupted".
 
-    One search at a time runs in a process: another thread's waits until it is over.
+    Where the library searches, one search at a time runs in a process: another thread's waits until it is over.
+    Searches of the companion alone run at once, and so do those of several processes, each of which takes all
+    processors unless it was given a part of them. A process must not be forked while it searches, or the new
+    one refuses to search; "spawn" and "forkserver" always do.
 
     Parameters
     ----------
@@ -158,6 +164,17 @@ def solve(
     groups
         Sets of variables, by their positions, of which exactly one is 1 in every solution that makes sense.
         By default those that the coefficients enforce are found. Energies do not depend on it.
+    solutions
+        How many distinct good solutions are wanted in `best` of the result: the best of the search's history
+        and, where these are too few, the lowest that lead on from them by flips of single variables. There
+        are fewer only where the problem has fewer, or where finding them would take longer than the search
+        itself (or than a second).
+    seed
+        From 0 to 2 ** 64 - 1: what the companion draws its random numbers from, and a random bit vector that the
+        search gets as a hint. What a seed cannot repeat is the order in which threads meet, on which the course
+        of a search depends, and the numbers of the library's blocks, which come from the clock. So two searches
+        of one seed begin alike and may differ later; a search of the companion alone on one processor
+        repeats its course, but not its speed.
     settings
         Settings of the engine; see :class:`Settings`.
 
@@ -177,6 +194,7 @@ def solve(
             "in a process"
         )
     expect_device()
+    expect_whole_process()
     params = check_settings(settings, _ARGUMENTS)
     for name, function in (("callback", callback), ("pulse", pulse)):
         if function is not None and not callable(function):
@@ -187,6 +205,9 @@ def solve(
         raise ValueError(f'presolve must be True, False or "full", not {presolve!r}')
     share = None if companion == "auto" else real_number("companion", companion, 0, 1)
     limits = _Limits(time_limit, target, trial_limit)
+    wanted = whole_number("solutions", solutions, 1, 10**6)
+    if seed is not None:
+        seed = whole_number("seed", seed, 0, 2**64 - 1)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
     found = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
@@ -201,7 +222,11 @@ def solve(
         share,
         None if groups is None else made._groups(groups),
         found,
-        [made._words(x, f"hints[{k}]") for k, x in enumerate(hints)],
+        [
+            *(made._words(x, f"hints[{k}]") for k, x in enumerate(hints)),
+            *([] if seed is None else [made._random_words(seed)]),
+        ],
+        1 if seed is None else seed,
     )
     plan = made._plan(question.options)
     expect_memory(
@@ -212,7 +237,7 @@ def solve(
         if progress:
             search.progress = stack.enter_context(Progress(limits.time))
         search.follow()
-    return search.result(built, begin)
+    return search.result(built, begin, wanted)
 
 
 _ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
@@ -356,7 +381,7 @@ class _Search:
     def _elapsed(self) -> float:
         return 0.0 if self.run.began is None else time.perf_counter() - self.run.began
 
-    def result(self, built: float, begin: float) -> Result:
+    def result(self, built: float, begin: float, wanted: int) -> Result:
         run, problem = self.run, self.problem
         if self._failure is not None:
             raise self._failure
@@ -386,6 +411,7 @@ class _Search:
             bound=problem._bound(int(run.info["bound"])) if run.info.get("bound") else None,
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],
+            best=best_distinct(problem, self._words, wanted, self._elapsed()),
         )
 
     def _why(self) -> Status:
