@@ -5,18 +5,24 @@
 #   tools/install-dependencies.sh demo    the library and the program
 #   tools/install-dependencies.sh test    the same and the tests
 #   tools/install-dependencies.sh ci      the same and what CI checks with
+#   tools/install-dependencies.sh docs    the documentation site and the manual page
+#   tools/install-dependencies.sh packages  Debian packages and wheels
 set -euo pipefail
 
 demo=(g++ cmake ninja-build libhwy-dev libcli11-dev nlohmann-json3-dev zlib1g-dev)
 test=(libgtest-dev libgmock-dev pkg-config python3)
 ci=(ccache chromium clang clang-format fish git python3-venv zsh)
+docs=(doxygen python3-venv)
+packages=(dpkg-dev file lintian python3-venv)
 
 case "${1:-}" in
 demo) needed=("${demo[@]}") ;;
 test) needed=("${demo[@]}" "${test[@]}") ;;
-ci) needed=("${demo[@]}" "${test[@]}" "${ci[@]}") ;;
+ci) needed=("${demo[@]}" "${test[@]}" "${docs[@]}" "${ci[@]}") ;;
+docs) needed=("${demo[@]}" "${docs[@]}") ;;
+packages) needed=("${demo[@]}" "${packages[@]}") ;;
 *)
-    echo "usage: $0 demo|test|ci" >&2
+    echo "usage: $0 demo|test|ci|docs|packages" >&2
     exit 2
     ;;
 esac

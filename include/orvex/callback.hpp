@@ -99,8 +99,9 @@ class ORVEX_API Callback {
      * Any other word ends the process with status 1 and
      * "Error: Wrong callback set operation [<operation>]." on standard error.
      *
-     * @throws std::invalid_argument, std::out_of_range when the value of "alarm" or of a factor is
-     *     no number; the caller must not let these leave an event
+     * @throws std::invalid_argument when the value of "alarm" or of a factor is no number; the
+     * caller must not let this leave an event
+     * @throws std::out_of_range when it is one that its type cannot hold; the same
      */
     void set(const std::string& operation, const std::string& value);
 

@@ -1,4 +1,4 @@
-"""The tutorial's and the README's programs run, in order, and print what is shown behind them."""
+"""The programs of the pages and of the README run, in order, and print what is shown behind them."""
 
 import contextlib
 import io
@@ -13,7 +13,12 @@ ROOT = Path(__file__).parents[2]
 BLOCK = re.compile(r"```python\n(.*?)```(?:\n+prints\n+```\n(.*?)```)?", re.DOTALL)
 
 
-@pytest.mark.parametrize("page", ["docs/tutorial/python.md", "docs/constraints.md", "README.md"])
+PAGES = ["README.md", *sorted(
+    str(page.relative_to(ROOT)) for page in (ROOT / "docs").rglob("*.md") if "```python\n" in page.read_text()
+)]  # fmt: skip
+
+
+@pytest.mark.parametrize("page", PAGES)
 def test_the_programs_of_a_page_print_what_it_says(page, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     blocks = BLOCK.findall((ROOT / page).read_text())

@@ -2,11 +2,13 @@
 # Installs the library into an empty prefix and uses it as its users do: the examples are built
 # through find_package and through pkg-config, and run. The README's program must be the example.
 set -euo pipefail
-source_dir=$1 build_dir=$2 compiler=$3
+source_dir=$1 build_dir=$2 compiler=$3 c_compiler=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-cmake --install "$build_dir" --prefix "$work/prefix" >"$work/install.log"
+# An installed tree may be moved as a whole.
+cmake --install "$build_dir" --prefix "$work/first" >"$work/install.log"
+mv "$work/first" "$work/prefix"
 
 if [ -x "$build_dir/app/orvex" ]; then
     PATH=$work/prefix/bin:$PATH orvex --version
@@ -18,7 +20,7 @@ examples=$(dirname "$(find "$work/prefix" -path '*/examples/solve.cpp')")
 cat >"$work/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
 project(consumer LANGUAGES CXX)
-find_package(orvex REQUIRED)
+find_package(orvex 1.0 REQUIRED)
 foreach(example solve callback)
   add_executable(${example} ${EXAMPLES}/${example}.cpp)
   target_link_libraries(${example} PRIVATE orvex::orvex)
@@ -30,10 +32,15 @@ if(TARGET orvex::toolkit)
   endforeach()
 endif()
 CMAKE
+mkdir "$work/other"
+printf 'cmake_minimum_required(VERSION 3.25)\nproject(other LANGUAGES CXX)\nfind_package(orvex 2.0 REQUIRED)\n' \
+    >"$work/other/CMakeLists.txt"
 cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" -DEXAMPLES="$examples" >"$work/configure.log"
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/build/solve"
+! cmake -S "$work/other" -B "$work/other/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" 2>"$work/refusal"
+grep -q "version" "$work/refusal"  # of another major version
 "$work/build/callback" | tail -n 1
 toolkit=$([ -x "$work/build/toolkit" ] && echo yes || echo no)
 if [ "$toolkit" = yes ]; then
@@ -59,6 +66,10 @@ if [ "$toolkit" = yes ]; then
     "$compiler" -std=c++20 "$examples/toolkit.cpp" $(pkg-config --cflags --libs orvex-toolkit) \
         $(pkg-config --variable=rpath orvex-toolkit) -o "$work/toolkit-pkg-config"
     env -u LD_LIBRARY_PATH "$work/toolkit-pkg-config" "$work/model.qubo" | grep "^energy -2, "
+fi
+
+if [ "$toolkit" = yes ]; then
+    "$source_dir/tests/api/snippets.py" "$source_dir/docs/start.md" "$work/prefix" "$compiler" "$c_compiler"
 fi
 
 python3 - "$source_dir" <<'PYTHON'

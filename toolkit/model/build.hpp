@@ -16,6 +16,7 @@ namespace orvex::toolkit {
  * one function make one problem.
  *
  * @tparam T any integer type of 8, 16, 32 or 64 bits
+ * @param size number of variables
  * @param elements size * size of them, row after row
  * @throws InputError when the size is none, or an element or a weight does not fit into 64 bits
  * with a sign
@@ -36,6 +37,7 @@ extern template Problem problem_of_matrix(int, const std::uint64_t*);
 /**
  * The problem of a sum of terms, of which several may have the same variables.
  *
+ * @param size number of variables
  * @param pairs the two variables of each term side by side, in either order; one twice for a
  *     linear term
  * @param values the coefficient of each

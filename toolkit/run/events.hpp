@@ -67,6 +67,7 @@ class Steering {
      * Changes a parameter of the library from one of the next results on.
      *
      * @param key "batch_factor" or "annealing_factor"
+     * @param value the new value, as text
      * @throws InputError when it is another, or the value is wrong
      */
     void change(const std::string& key, const std::string& value);

@@ -50,7 +50,7 @@ __all__ = [
     "read",
     "solve",
 ]
-__version__ = "0.1.0"
+__version__ = "1.0.0"
 
 
 def __getattr__(name: str) -> Any:
