@@ -26,8 +26,6 @@ if(TARGET orvex_toolkit)
           DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 endif()
 
-# The manual page, where it has been made (make man) before this folder is configured.
-
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvex)
 install(EXPORT orvex NAMESPACE orvex:: FILE orvex-targets.cmake DESTINATION ${package_dir}
         COMPONENT development)

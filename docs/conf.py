@@ -15,13 +15,6 @@ exclude_patterns = ["_build", "requirements.txt"]
 source_suffix = {".md": "markdown"}
 myst_enable_extensions = ["colon_fence", "deflist"]
 myst_heading_anchors = 4
-if tags.has("man"):  # noqa: F821, which Sphinx defines; the page is read alone, its links lead nowhere
-    extensions = ["myst_parser"]
-    exclude_patterns = [
-        str(page.relative_to(ROOT / "docs")) for page in (ROOT / "docs").rglob("*.md") if page.stem != "command-line"
-    ]
-    root_doc = "command-line"
-    suppress_warnings = ["myst.xref_missing"]
 
 html_theme = "furo"
 html_title = f"ORVEX {version}"
