@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <initializer_list>
 #include <unistd.h>
 
 #include "app/exit_status.hpp"

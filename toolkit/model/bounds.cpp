@@ -6,6 +6,7 @@
 #include "toolkit/model/bounds.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 namespace orvex::toolkit {
