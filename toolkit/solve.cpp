@@ -146,13 +146,13 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
     events.prepared(result.preparation);
     std::optional<Companion> companion;
     if (crew.companion_threads > 0)
-        companion.emplace(searched.weights.sparse(),
-                          CompanionOptions{.threads = crew.companion_threads,
-                                           .seed = options.seed,
-                                           .groups = prepared.groups,
-                                           .time_limit = limits.shown > 0
-                                                             ? limits.shown
-                                                             : CompanionOptions{}.time_limit});
+        companion.emplace(
+            searched.weights.sparse(),
+            CompanionOptions{
+                .threads = crew.companion_threads,
+                .seed = options.seed,
+                .groups = prepared.groups,
+                .time_limit = limits.shown > 0 ? limits.shown : CompanionOptions{}.time_limit});
     std::optional<Sol> start, librarys;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
     // Of many offers the oldest are dropped, which are the worst.

@@ -193,7 +193,8 @@ TEST_F(WatcherTest, TellsPulsesWhereNoEventComesAndEndsWhatDoesNotEnd) {
         event(watcher, "init");
         event(watcher, "new", only(3));
         sleep_for(600);
-        EXPECT_EQ(std::atomic_ref(watcher.impl().end_at_once).load(), 0) << "blocks have some time to hand in";
+        EXPECT_EQ(std::atomic_ref(watcher.impl().end_at_once).load(), 0)
+            << "blocks have some time to hand in";
         sleep_for(600);
     }
     EXPECT_EQ(quiet.text.substr(0, 30), "began improved pulsed pulsed p");
