@@ -120,10 +120,10 @@ TEST_F(WatcherTest, CountsStartsAsFound) {
     Record record(view_, {}, starts, {only(1)}, notes);
     Watcher watcher(record);
     event(watcher, "init");
-    EXPECT_TRUE(watcher.impl().hint_pending) << "the second start goes in as a hint";
-    EXPECT_TRUE(watcher.impl().hint.get(4));
+    EXPECT_TRUE(watcher.impl().hint_pending);
+    EXPECT_TRUE(watcher.impl().hint.get(1)) << "the hint";
     event(watcher, "new", only(6));
-    EXPECT_TRUE(watcher.impl().hint.get(1)) << "then the hint";
+    EXPECT_TRUE(watcher.impl().hint.get(4)) << "the second start goes in as a hint too";
     event(watcher, "new", only(9));
     EXPECT_EQ(notes.text, "began pulsed improved -9 ");
     EXPECT_EQ(record.history().size(), 2u);
