@@ -207,11 +207,11 @@ std::string zsh_script(const std::vector<Command>& commands) {
             const Value value = value_of(*option);
             for (const std::string& name : option->get_lnames()) {
                 const std::string repeated = option->get_expected_max() > 1 ? "*" : "";
-                std::string spec = repeated + "--" + name + (value.none ? "" : "=") + "[" +
-                                   zsh_text(option->get_description()) + "]";
+                std::string entry = repeated + "--" + name + (value.none ? "" : "=") + "[" +
+                                    zsh_text(option->get_description()) + "]";
                 if (!value.none)
-                    spec += ":" + zsh_text(option->get_type_name()) + ":" + zsh_action(value);
-                script << " \\\n        " << quoted(spec, "'\\''");
+                    entry += ":" + zsh_text(option->get_type_name()) + ":" + zsh_action(value);
+                script << " \\\n        " << quoted(entry, "'\\''");
             }
         }
         for (const CLI::Option* place : command.places())
