@@ -84,7 +84,7 @@ def test_a_checkpoint_that_cannot_be_written_leaves_a_warning_and_the_result(tmp
         return pulse.time > 0.3
 
     with pytest.warns(orvex.CheckpointWarning, match="Cannot write"):
-        result = solve(-np.eye(300, dtype=int), time_limit=20, checkpoint=file, pulse=remove)
+        result = solve(-np.eye(250, dtype=int), time_limit=20, checkpoint=file, pulse=remove)
     assert result.energy < 0
     with warnings.catch_warnings():
         warnings.simplefilter("error")

@@ -130,7 +130,7 @@ def test_options_of_formats(write):
         orvex.read(tour, penalty=2)
 
 
-def test_oddities_are_warned_about(write):
+def test_oddities_are_warned_about(write, plain_solve):
     with pytest.warns(orvex.FileWarning, match="taken for bits") as caught:
         orvex.read(write("0 1 3\n"))
     assert caught[0].filename == __file__

@@ -88,7 +88,7 @@ def test_a_process_forked_while_its_parent_searches_refuses_to_search():
 
 
 @pytest.mark.parametrize("method", ["spawn", "forkserver"])
-def test_results_come_back_from_other_processes(method):
+def test_results_come_back_from_other_processes(method, plain_solve):
     problem = orvex.Problem(random_matrix(12))
     with multiprocessing.get_context(method).Pool(1) as pool:
         result = pool.apply(orvex.solve, (problem,), {"time_limit": 5, "solutions": 3})

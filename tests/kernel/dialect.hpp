@@ -112,8 +112,12 @@ inline int atomicMax(int* cell, int value) {
         cell, [=](int seen) { return value > seen ? value : seen; }, __ATOMIC_RELAXED);
 }
 inline int atomicAdd(int* cell, int value) {
-    return orvex::device::test::atomically(
-        cell, [=](int seen) { return seen + value; }, __ATOMIC_RELAXED);
+    return orvex::device::test::atomically(  // wraps, as tickets do on a device
+        cell,
+        [=](int seen) {
+            return static_cast<int>(static_cast<unsigned>(seen) + static_cast<unsigned>(value));
+        },
+        __ATOMIC_RELAXED);
 }
 inline unsigned long long atomicCAS(unsigned long long* cell, unsigned long long expected,
                                     unsigned long long value) {
