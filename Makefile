@@ -82,6 +82,7 @@ docs-tools:
 docs: docs-tools
 	@$(DOCS_PYTHON) -c 'import orvex' 2>/dev/null || $(DOCS_PYTHON) -m pip install ./python \
 	    --config-settings='cmake.define.ORVEX_BANDS=^qb64_'
+	@mkdir -p build-docs
 	doxygen docs/Doxyfile
 	$(DOCS_PYTHON) -m sphinx -W --keep-going -q -b html docs build-docs/html
 	@echo "The site begins at build-docs/html/index.html"
