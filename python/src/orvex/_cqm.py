@@ -192,7 +192,7 @@ class _Call:
         satisfied = self._enter(found)[-1]
         if self._model.exact:
             self._note_proof(result, scale, constant, self._seen[self._key(found[-1])])
-        if result.status == "interrupted":
+        if result._interrupted and not self._status:
             self._status = "interrupted"
         if self._polish is not None and not self._status:
             deadline = min(time.perf_counter() + seconds * _POLISH_SHARE, self._end)

@@ -75,6 +75,9 @@ class Result:
     energy that its bits have."""
     trace: list[dict[str, Any]] | None = field(default=None, repr=False)
     """What the search did, second by second (docs/traces.md), where solve() was told to keep it."""
+    _interrupted: bool = field(default=False, repr=False)
+    """Whether an interrupt came, which `status` does not say where the search ended by itself at that moment:
+    for who makes several searches in a row."""
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Result):

@@ -443,6 +443,7 @@ class _Search:
             solutions=[problem._bits(words) for words in self._words],
             best=best_distinct(problem, self._words, wanted, self._elapsed()),
             trace=None if self._tracer is None else self._tracer.lines,
+            _interrupted=self._status == "interrupted",
         )
 
     def _why(self) -> Status:
