@@ -115,13 +115,16 @@ def test_a_hint_reaches_every_search(client, companion):
 @pytest.mark.parametrize("companion", [0, 1])
 def test_a_search_takes_in_what_another_found(client, companion):
     """The second begins while the first has found something, and is told of it at once."""
-    late = sorted(client.nthreads())[0]
-    busy = client.submit(time.sleep, 1.2, workers=[late], pure=False)
     problem = sparse_problem() if companion else orvex.Problem(random_matrix(250))
     slow = dict(ONE_BLOCK, search_cycles=(1_000_000, 1000), companion=companion)
-    result = orvex.distributed.solve(problem, client=client, searches=2, time_limit=2.5, **slow)
-    busy.result()
-    expect_sound(problem, result)
+    late = sorted(client.nthreads())[0]
+    for _ in range(6):  # the second may find all of it by itself before it is told
+        busy = client.submit(time.sleep, 1.2, workers=[late], pure=False)
+        result = orvex.distributed.solve(problem, client=client, searches=2, time_limit=2.5, **slow)
+        busy.result()
+        expect_sound(problem, result)
+        if max(row.received for row in result.searches) > 0:
+            break
     if companion:  # the workers of a host divide its processors
         threads = os.cpu_count() if len(os.sched_getaffinity(0)) == os.cpu_count() else None
         assert threads is None or int(result.info["companion_threads"]) <= max(1, (threads + 1) // 2)
