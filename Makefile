@@ -37,7 +37,7 @@ help:
 
 program:
 	@tools/install-dependencies.sh demo
-	@if [ ! -x $(PROGRAM) ]; then echo "Building ORVEX: about a minute on two processors, once."; fi
+	@if [ ! -x $(PROGRAM) ]; then echo "Building ORVEX: about two minutes on two processors, once."; fi
 	cmake --preset release -DORVEX_BUILD_APP=ON $(FIRST_BUILD) $(CMAKE_FLAGS)
 	cmake --build $(BUILD) --target orvex_app
 
