@@ -59,7 +59,7 @@ test:
 	@tools/install-dependencies.sh test
 	cmake --preset release -DORVEX_BUILD_APP=ON -DORVEX_BUILD_TESTS=ON $(CMAKE_FLAGS)
 	cmake --build $(BUILD)
-	ctest --test-dir $(BUILD) --output-on-failure -j $$(nproc)
+	ctest --test-dir $(BUILD) --output-on-failure --timeout 300 -j $$(nproc)
 
 instances: program
 	tests/instances/run.py $(if $(MODELS),--models $(MODELS)) --write docs/instances.md

@@ -1,7 +1,9 @@
 """What the tests share."""
 
+import concurrent.futures
 import functools
 import itertools
+import multiprocessing
 import os
 
 import numpy as np
@@ -24,6 +26,14 @@ def optimum(matrix: np.ndarray) -> int:
     size = len(matrix)
     all_x = np.array(list(itertools.product((0, 1), repeat=size)), dtype=np.int64)
     return int(np.einsum("ki,ij,kj->k", all_x, np.triu(matrix), all_x).min())
+
+
+def in_fresh_process(function, *arguments):  # type: ignore[no-untyped-def]
+    """What the function returns in a process of its own. For what forks: this process has threads of other
+    tests' clusters, whose locks a fork could never unlock."""
+    context = multiprocessing.get_context("spawn")
+    with concurrent.futures.ProcessPoolExecutor(1, mp_context=context) as pool:
+        return pool.submit(function, *arguments).result()
 
 
 @pytest.fixture

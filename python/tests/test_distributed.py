@@ -144,7 +144,10 @@ def test_fewer_and_more_searches_than_workers(client, problem):
     assert [row.status for row in many.searches] == ["trial limit"] * 5
     assert many.status == "trial limit"
     few = orvex.distributed.solve(problem, client=client, searches=3, time_limit=0.5, **ONE_BLOCK)
-    assert sorted(row.status for row in few.searches) == ["not started", "time limit", "time limit"]
+    # The third may begin in the moment when one of the others has ended.
+    late, *others = sorted(row.status for row in few.searches)
+    assert late in ("not started", "time limit")
+    assert others == ["time limit"] * 2
 
 
 def test_callbacks_follow_and_end_the_run(client, problem):

@@ -1,6 +1,7 @@
 """``python -m orvex.distributed``."""
 
 import json
+import signal
 
 import numpy as np
 import pytest
@@ -51,6 +52,12 @@ def test_json_has_the_result_and_a_row_for_each_search(address, model, matrix, c
     shown = capsys.readouterr()
     assert str(report["energy"]) in shown.out
     assert "search  worker" in shown.out
+
+
+def test_a_caller_in_the_same_process_keeps_its_signals(model):
+    before = signal.getsignal(signal.SIGTERM)
+    assert main([model, "--resume", "/nonexistent/file"]) == 2
+    assert signal.getsignal(signal.SIGTERM) is before
 
 
 @pytest.mark.parametrize(

@@ -17,7 +17,7 @@ import pytest
 import scipy.sparse
 
 import orvex
-from conftest import random_matrix
+from conftest import in_fresh_process, random_matrix
 
 
 def energies_of(problem: orvex.Problem) -> list:
@@ -267,14 +267,19 @@ def test_problems_are_copied_and_pickled(given):
     assert len(other) == 20
 
 
-@pytest.mark.parametrize("method", ["fork", "spawn", "forkserver"])
-def test_problems_go_through_process_pools(method):
+def energies_in_a_pool(method):
     problems = [orvex.Problem(random_matrix(20, seed=k)) for k in range(4)]
     with ProcessPoolExecutor(2, mp_context=get_context(method)) as pool:
         assert list(pool.map(energy_of_ones, problems)) == [energy_of_ones(p) for p in problems]
         if method != "fork":  # the library's threads are not there in a fork
             for problem, result in zip(problems, pool.map(solved, problems)):
                 assert problem.energy(result.x) == result.energy
+    return len(problems)
+
+
+@pytest.mark.parametrize("method", ["fork", "spawn", "forkserver"])
+def test_problems_go_through_process_pools(method):
+    assert in_fresh_process(energies_in_a_pool, method) == 4
 
 
 @pytest.mark.parametrize("largest", [100, 30000, 2**30, 2**40])

@@ -12,7 +12,7 @@ import numpy as np
 import pytest
 
 import orvex
-from conftest import random_matrix
+from conftest import in_fresh_process, random_matrix
 
 
 def search(seed: int, companion: int = 0) -> tuple[int, int, float, float]:
@@ -57,13 +57,17 @@ def test_threads_and_processes_search_side_by_side(companion):
     assert in_turns == (companion == 0)
 
 
-def test_a_process_may_be_forked_between_searches():
+def errors_in_forks() -> list[int]:
     search(6)
     with multiprocessing.get_context("fork").Pool(2) as pool:
-        assert [error for _, error, _, _ in pool.map(search, [7, 8])] == [0, 0]
+        return [error for _, error, _, _ in pool.map(search, [7, 8])]
 
 
-def test_a_process_forked_while_its_parent_searches_refuses_to_search():
+def test_a_process_may_be_forked_between_searches():
+    assert in_fresh_process(errors_in_forks) == [0, 0]
+
+
+def refusal_in_a_fork() -> str:
     running = threading.Event()
     thread = threading.Thread(
         target=lambda: orvex.solve(
@@ -82,9 +86,14 @@ def test_a_process_forked_while_its_parent_searches_refuses_to_search():
         os._exit(0)
     os.close(write)
     with os.fdopen(read) as told:
-        assert "was forked while its parent was searching" in told.read()
+        text = told.read()
     os.waitpid(child, 0)
     thread.join()
+    return text
+
+
+def test_a_process_forked_while_its_parent_searches_refuses_to_search():
+    assert "was forked while its parent was searching" in in_fresh_process(refusal_in_a_fork)
 
 
 @pytest.mark.parametrize("method", ["spawn", "forkserver"])

@@ -267,7 +267,7 @@ def _interrupt(*_: object) -> None:
 def main(words: Sequence[str] | None = None) -> int:
     """The program; returns its exit status."""
     given = _parser().parse_args(words)
-    signal.signal(signal.SIGTERM, _interrupt)  # as a batch system sends before it kills
+    before = signal.signal(signal.SIGTERM, _interrupt)  # as a batch system sends before it kills
     try:
         return _search(given)
     except KeyboardInterrupt:  # before there was anything to end
@@ -281,6 +281,8 @@ def main(words: Sequence[str] | None = None) -> int:
     except (ValueError, TypeError, OSError) as error:
         print(f"Error: {error}", file=sys.stderr)
         return _BAD_INPUT
+    finally:
+        signal.signal(signal.SIGTERM, before)
 
 
 if __name__ == "__main__":
