@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <memory>
+#include <random>
 #include <set>
 #include <thread>
 
@@ -104,6 +105,32 @@ TEST(Solve, SearchesASparseModelByTheCompanionAlone) {
     EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
     for (const Found& found : result.history)
         EXPECT_EQ(found.energy, problem.weights.energy(found.solution));
+}
+
+/** Cliques of 28 variables with random weights, with nothing between them. */
+Problem cliques(int count, std::int64_t link) {
+    std::mt19937 random(5);
+    const auto weight = [&] { return static_cast<std::int64_t>(random() % 201) - 100; };
+    const int size = 28 * count;
+    std::vector<std::int64_t> linear(static_cast<std::size_t>(size));
+    std::vector<Coupling> couplings;
+    for (int i = 0; i < size; ++i) {
+        linear[static_cast<std::size_t>(i)] = weight();
+        for (int j = i + 1; j < 28 * (i / 28 + 1); ++j)
+            couplings.push_back({i, j, weight()});
+        if (i >= 28 && link != 0) couplings.push_back({i - 28, i, link});
+    }
+    return problem_of(sparse_qubo(std::move(linear), std::move(couplings)));
+}
+
+TEST(Solve, HasTheBestOfEachComponentMerged) {
+    const Problem apart = cliques(9, 0);
+    const SolveOptions options{.time_limit = 0.5, .presolve = PresolveEffort::OFF};
+    const Result result = solve(apart, options);
+    EXPECT_TRUE(result.preparation.library);
+    EXPECT_GT(result.preparation.companion_threads, 0);
+    EXPECT_EQ(apart.weights.energy(result.solution), result.energy);
+    EXPECT_EQ(solve(cliques(9, 7), options).preparation.companion_threads, 0) << "one component";
 }
 
 /** Searched by the library, by the companion, by both, and by presolve alone. */
