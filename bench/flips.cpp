@@ -254,7 +254,7 @@ void measure(const MODEL& model, const char* kind, const CPU_ROWS<E>& rows,
 /** With the deltas that a launch would take. */
 void measure(const MODEL& model, const char* kind, ROW_FORM form, const std::vector<int>& rules) {
     const CPU_ROWS<E> rows(model.weights.data(), model.shape.size, form);
-    if (rows.survey().delta_bits(form, model.shape.size, 32) == 16)
+    if (rows.statistics().delta_bits(form, model.shape.size, 32) == 16)
         measure<std::int16_t>(model, kind, rows, rules);
     else
         measure<std::int32_t>(model, kind, rows, rules);

@@ -15,7 +15,7 @@
 
 namespace orvex::engine {
 
-/** What has been built is the generator's. */
+/** `out` has been built by this generator. */
 void SOLPOOL::built(unsigned char kind) {
     assert(kind < GENERATORS);
     out->inst = static_cast<signed char>(kind);
@@ -23,7 +23,7 @@ void SOLPOOL::built(unsigned char kind) {
 
 /** A member, all of them equally likely. */
 INSTANCE SOLPOOL::drawnMember() {
-    assert(state != 0 && pool_size > 0);  // a generator that stands at 0 stays there
+    assert(state != 0 && pool_size > 0);  // xorshift never leaves 0
     return pool[draw() % static_cast<unsigned long>(pool_size)];
 }
 
@@ -119,7 +119,7 @@ void SOLPOOL::cross(unsigned char kind, const SOLPOOL& other) {
 
 /** The previous instance with some ones cleared: one in 2^inst_zero. */
 void SOLPOOL::zero(unsigned char kind) {
-    selIdx();  // only moves the generator on
+    selIdx();  // for its draw alone
     for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = 0;
         for (int k = 0; k < run.inst_zero; ++k)
@@ -131,7 +131,7 @@ void SOLPOOL::zero(unsigned char kind) {
 
 /** The previous instance with some zeros set: one in 2^inst_one. */
 void SOLPOOL::one(unsigned char kind) {
-    selIdx();  // only moves the generator on
+    selIdx();  // for its draw alone
     for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = ~std::uint64_t{0};
         for (int k = 0; k < run.inst_one; ++k)
@@ -152,8 +152,8 @@ void SOLPOOL::intervalZero(unsigned char kind) {
 /**
  * Mixes the special record with a base: one time in 20 the special record itself, else a member. A
  * priority from -9 to -1 takes a share of 2^priority of the bits from the special record; above 9
- * all of them, below -9 none. From 0 to 9 the previous instance stands, and only the generator of
- * random numbers moves on.
+ * all of them, below -9 none. From 0 to 9 the previous instance stays, though its numbers are
+ * drawn.
  */
 void SOLPOOL::mix(unsigned char kind, const INSTANCE& special) {
     const INSTANCE base = draw() % 20 == 0 ? special : pool[selIdx()];
@@ -197,7 +197,7 @@ void ISLAND::generate(signed char kind) {
         case CROSS:
             return pool.cross(CROSS);
         case XCROSS:
-            // Behind a restart the neighbour's pool has nothing to give yet.
+            // After a restart the neighbour's pool has nothing to give yet.
             if (cross_pause > 0) return pool.cross(CROSS);
             return pool.cross(XCROSS, run.allisland->neighbourOf(id).pool);
         case ZERO:

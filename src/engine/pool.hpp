@@ -49,7 +49,7 @@ struct SOLPOOL {
     void allbest(unsigned char kind);
 
     const GLOBAL_VARS& run;
-    unsigned long state = 0;  ///< the generator of this island, seeded by ALLISLAND
+    unsigned long state = 0;  ///< the random state of this island, seeded by ALLISLAND
     std::random_device rd{"default"};
     std::mt19937_64 gen{rd()};
     int pool_size;

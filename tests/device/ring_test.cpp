@@ -81,8 +81,8 @@ TEST_F(RingTest, WithNoIslandsEveryBlockIsOnTheFirst) {
 
 TEST_F(RingTest, EachBlockDrawsFromTheSeedOfItsFirstThreadAndZeroIsReplaced) {
     launch(2, 1, 4);
-    EXPECT_EQ(block(0).generator(), 0x0139408DCBBF7A44u);  // seedsFor starts with 0
-    EXPECT_EQ(block(1).generator(), seeds_[64]);
+    EXPECT_EQ(block(0).rng(), 0x0139408DCBBF7A44u);  // seedsFor starts with 0
+    EXPECT_EQ(block(1).rng(), seeds_[64]);
     EXPECT_EQ(seeds_[0], 0u);  // seeds are read, not written
 }
 

@@ -22,7 +22,7 @@ struct PLAIN_OF {
 };
 template <class E, class D, class N>
 struct PLAIN_OF<CPU_BLOCK<E, D, N>> {
-    using BLOCK = ONE_GENERATOR_BLOCK<E, D>;
+    using BLOCK = ONE_RNG_BLOCK<E, D>;
 };
 
 template <class TESTED>

@@ -32,7 +32,7 @@ struct INST_TAIL {
     std::int64_t ticket;          ///< mailbox word of the rings, written last
     std::uint32_t cycles;         ///< sent: flip budget; returned: flips done
     std::uint32_t annealing;      ///< sent: steps of one search
-    std::int8_t inst;             ///< index of the generator that made it
+    std::int8_t inst;             ///< number of the generator that made it
     std::int8_t algorithm;        ///< index of the flip rule
     std::int8_t param;            ///< mutation parameter, -9 to 0
     std::uint8_t flag;            ///< kernel_flag of the run

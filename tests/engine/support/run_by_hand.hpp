@@ -127,8 +127,8 @@ class RunByHand : public testing::Test {
     band::ISLAND& island(int i) { return *run->allisland->islands[static_cast<std::size_t>(i)]; }
     band::INST_t& allbest() { return *run->allisland->allbest; }
 
-    /** Hands a result in to the island and registers it, as the island's thread would. */
-    void registerResult(band::ISLAND& at, const band::INST_t& handed_in) {
+    /** Hands a result in to the island, as the island's thread would. */
+    void handIn(band::ISLAND& at, const band::INST_t& handed_in) {
         record(*at.recv_buf) = handed_in;
         at.regBest(0);
     }

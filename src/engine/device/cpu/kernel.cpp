@@ -50,7 +50,7 @@ std::unique_ptr<platform::DEVICE_COPY> CPU_KERNEL<E, D>::copyOf(void* record,
     const Model::Impl& model = *static_cast<const Model::Impl*>(source);
     E* const weights = static_cast<E*>(record);
     auto matrix = std::make_unique<CPU_MATRIX<E>>(weights, model, size_);
-    if (matrix->rows.survey().needs_record(matrix->rows.form(), 8 * sizeof(D))) {
+    if (matrix->rows.statistics().needs_record(matrix->rows.form(), 8 * sizeof(D))) {
         const std::size_t size = static_cast<std::size_t>(size_);
         if (!platform::has_room(size * size * sizeof(E))) return nullptr;
         const std::lock_guard lock(filling);

@@ -90,8 +90,8 @@ struct ROW_SUM {
     bool wide;
 };
 
-/** The rule for which a sweep looks something up, beside the lowest delta. */
-enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN, RANDOM_MIN };
+/** The rule whose next selection a flip prepares, by what it looks up beside the lowest delta. */
+enum class PREPARE_FOR { NOTHING, MAX_MIN, POSITIVE_MIN, RANDOM_MIN };
 
 /** What a sweep found behind the flip; of `free` and `positive` only what was asked for. */
 template <class D>

@@ -110,14 +110,14 @@ class RECORD_SOURCE {
   public:
     RECORD_SOURCE(const E* weights, int size) : weights_(weights), shape_(size) {}
 
-    std::uint32_t look(int i, ROW_SURVEY& survey) const {
+    std::uint32_t look(int i, ROW_STATISTICS& statistics) const {
         const E* const elements = row(i);
         const int own = shape_.place(i);
         ROW_LOOK seen;
         look_at(elements, own, seen);
         look_at(elements + own + 1, shape_.size - own - 1, seen);
         seen.sum += summand_of(elements[own]);
-        survey.add(seen.widest, seen.length, reach_of<E>(seen.sum, shape_.size));
+        statistics.add(seen.widest, seen.length, reach_of<E>(seen.sum, shape_.size));
         return seen.length;
     }
 
@@ -155,9 +155,9 @@ class MODEL_SOURCE {
     MODEL_SOURCE(const Model::Impl& model, const WRITTEN_PAGES& pages, int size)
         : model_(model), pages_(pages), shape_(size) {}
 
-    std::uint32_t look(int i, ROW_SURVEY& survey) const {
+    std::uint32_t look(int i, ROW_STATISTICS& statistics) const {
         if (i >= model_.size) {
-            survey.add(0, 0, FILLER);
+            statistics.add(0, 0, FILLER);
             return 0;
         }
         const X* const elements = model_row<X>(model_, i);
@@ -169,7 +169,7 @@ class MODEL_SOURCE {
             look_at(behind, to - behind, seen);
         });
         seen.sum += summand_of(elements[i]);
-        survey.add(seen.widest, seen.length, reach_of<X>(seen.sum, model_.size));
+        statistics.add(seen.widest, seen.length, reach_of<X>(seen.sum, model_.size));
         return seen.length;
     }
 

@@ -108,7 +108,7 @@ class CUDA_BLOCK {
     ORVEX_BLOCK_CODE bool free(int c) const { return (tabu_[c / 4] >> 8 * (c % 4) & 0xFF) == 0; }
     ORVEX_BLOCK_CODE bool differs(int c, BITS from) const { return (bits_ ^ from) >> c & 1; }
     ORVEX_BLOCK_CODE void clearTabu();
-    ORVEX_BLOCK_CODE unsigned long draw() { return generator_ = xor_shift(generator_); }
+    ORVEX_BLOCK_CODE unsigned long draw() { return rng_ = xor_shift(rng_); }
 
     /** The lowest of the own deltas that are wanted; the maximum of D if there is none. */
     template <class WANTED>
@@ -139,7 +139,7 @@ class CUDA_BLOCK {
     D delta_[K];
     std::uint32_t tabu_[TABU_WORDS];
     BITS bits_;  ///< the current solution
-    unsigned long generator_;
+    unsigned long rng_;
 };
 
 /** The whole life of a block. */

@@ -42,7 +42,7 @@ ORVEX_BLOCK_CODE CUDA_BLOCK<S, E, D>::CUDA_BLOCK(SHARED& shared, const CUDA_LAUN
     __syncthreads();  // redundant: the reset ends with a barrier
     __threadfence();
     const std::size_t place = static_cast<std::size_t>(blockIdx.x) * T + threadIdx.x;
-    generator_ = usable_seed(launch_.seeds[place]);
+    rng_ = usable_seed(launch_.seeds[place]);
     reset();
 }
 

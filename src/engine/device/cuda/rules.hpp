@@ -136,7 +136,7 @@ ORVEX_BLOCK_CODE int CUDA_BLOCK<S, E, D>::pickByWeight(D threshold, std::int32_t
     }
     if (below + equal == 1) return first_free;
     std::int32_t rest =
-        remainder_pick(low_word(generator_), static_cast<std::uint32_t>(tied) * below + equal);
+        remainder_pick(low_word(rng_), static_cast<std::uint32_t>(tied) * below + equal);
     int own = -1;
     ORVEX_UNROLL
     for (int c = 0; c < K; ++c) {
