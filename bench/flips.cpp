@@ -4,7 +4,7 @@
 //
 //   flips [SIZES [RULES [FORMS [all]]]]   separated by commas: sizes, rules by their numbers, forms
 //                                        of rows by their names ("8-bit" has a second model of
-//                                        weights 1 and -1, "sparse" stands for a sparse model of
+//                                        weights 1 and -1, "sparse" is a sparse model of
 //                                        these); all: with each instruction set of the processor
 //                                        that there are loops for, not only with the best
 //

@@ -50,7 +50,7 @@ def expect_sound(problem, result):
 
 
 def searching(pulse, count):
-    """Whether so many searches have told that they go on."""
+    """Whether that many searches have told that they go on."""
     return sum(row.state.name == "SEARCHING" for row in pulse._search.rows) == count
 
 

@@ -70,7 +70,7 @@ bool HOST_THREAD::targetReached() const {
            run().target_energy >= relaxed(run().allisland->allbest->energy);
 }
 
-/** Whichever thread comes first behind the end of a period begins the next one for all islands. */
+/** Whichever thread comes first after the end of a period begins the next one for all islands. */
 void HOST_THREAD::lookAtRestartClock() {
     const std::lock_guard lock(run().band.restart_mtx);
     RESTART_CLOCK& clock = *run().restart_clock;

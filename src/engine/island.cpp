@@ -104,7 +104,7 @@ std::int64_t ISLAND::lookAtTicket(const std::int64_t& word) {
     return *ticket_word;
 }
 
-// The body is copied with its ticket at 0, and the ticket alone behind it: the kernel takes the
+// The body is copied with its ticket at 0, and the ticket alone after it: the kernel takes the
 // slot as filled only when the ticket has its final value. With 2 * blocks_per_island instances out
 // and one send for each receipt, a ring of 4 * blocks_per_island has room without a test.
 void ISLAND::host2device(int mode) {
@@ -191,7 +191,7 @@ void ISLAND::load(const Sol::Impl& solution) {
 
 // A hint of its own adds an instance to those in flight for the rest of the run; once the ring
 // holds as many as it may, or the trial limit grants none, it travels in place of the next answer.
-// Behind stop marks there is neither.
+// After stop marks there is neither.
 void ISLAND::sendHint(const Sol::Impl& hint) {
     if (stopping) return;
     load(hint);
@@ -226,7 +226,7 @@ void ISLAND::sendStopMarks() {
 }
 
 // Two more may follow before the next look: a hint and the answer to the result that brought it.
-// Behind them stop marks take tickets of their own.
+// After them stop marks take tickets of their own.
 bool ISLAND::hasTickets() const {
     return sent + 2 + run.blocks_per_island <= MOST_TICKETS;
 }

@@ -67,7 +67,7 @@ void make_seeds(GLOBAL_VARS& run) {
 }
 
 /**
- * The start solution stands in the all-time best until a result beats it; it has no energy yet. It
+ * The start solution is the all-time best until a result beats it; it has no energy yet. It
  * is the first of the run's instances, so the limit on trials, which is at least 1, does not cut it
  * off, whichever island comes first.
  */

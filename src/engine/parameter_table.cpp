@@ -84,7 +84,7 @@ constexpr std::string_view MOST_LONG = "9223372036854775807";
 constexpr std::string_view MOST_ISLANDS = "255";       // blocks are told the number in a byte
 constexpr std::string_view MOST_BLOCKS = "134217727";  // 16 times as many are counted in an int
 constexpr ParameterRange CYCLES = {"0", MOST_INT};
-// With the largest model a count of cycles comes to a third of what its type holds.
+// With the largest model a count of cycles is a third of what its type holds.
 constexpr ParameterRange FACTOR = {"0", "10000"};
 constexpr ParameterRange SECONDS = {"-1e9", "1e9"};
 constexpr ParameterRange GROWTH = {"1e-3", "1e6"};
@@ -242,7 +242,7 @@ constexpr PARAMETER_ROW TABLE[] = {
       .default_value = "0",
       .help = "mixing of \"Hint\" and \"AllBest\": from -9 to -1 a share of 2^value of the bits "
               "comes from the special solution; above 9 all; below -9 none; from 0 to 9 the "
-              "previous instance stands"},
+              "previous instance stays"},
      into<&RUN_STATE::best_priority>},
     {{.key = "inst_zero",
       .first = integer("inst_zero", {"0", "63"}),

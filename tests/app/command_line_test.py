@@ -118,7 +118,7 @@ class Completion(unittest.TestCase):
     @unittest.skipUnless(shutil.which("zsh"), "there is no zsh here")
     def test_of_zsh_knows_them_too(self):
         def complete(line):
-            """What a zsh of its own would offer where a Tab is typed behind the line."""
+            """What a zsh of its own would offer where a Tab is typed after the line."""
             with tempfile.TemporaryDirectory() as folder:
                 offered = pathlib.Path(folder, "offered")
                 setup = f"""

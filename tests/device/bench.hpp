@@ -128,7 +128,7 @@ class BENCH {
         }
     }
 
-    /** The kill byte is set behind this many flips of an instance. */
+    /** The kill byte is set after this many flips of an instance. */
     int kill_at = -1;
     /** Called after each flip of an instance. */
     std::function<void()> on_flip = [] {};

@@ -48,7 +48,7 @@ struct STATE {
     }
 };
 
-/** How often each bit is selected in so many tries from the state. */
+/** How often each bit is selected in that many tries from the state. */
 template <class BLOCK>
 COUNTS sample(const STATE& state, int draws) {
     TEST_MODEL<D> model(state.size, uncoupled({}, 90));

@@ -122,7 +122,7 @@ class ONE_RNG_BLOCK : public REFERENCE_BLOCK<E, D> {
         record.maxmin_bid = static_cast<std::int32_t>(rng() & 0x7FFFFC00) | (p % T);
     }
 
-    /** Of so many free bits below m and so many that tie. */
+    /** Of that many free bits below m and that many that tie. */
     double weight(std::ptrdiff_t below, std::ptrdiff_t tied) {
         const double ties = tied == 0 ? 0.0 : static_cast<double>(tied) / record.positive_count;
         return static_cast<double>(below) + ties;

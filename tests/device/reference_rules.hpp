@@ -1,4 +1,4 @@
-// The five flip rules of the plain block, but for "TwoNeighbor", which selects nothing and stands
+// The five flip rules of the plain block, but for "TwoNeighbor", which selects nothing and is
 // in reference_cycle.hpp. Each runs as its threads do between barriers: all threads the first step,
 // then all threads the second.
 #pragma once

@@ -35,7 +35,7 @@ class RingTest : public ::testing::Test {
         return *result;
     }
 
-    /** The solution at which the block stands. */
+    /** The solution at which the block is. */
     static BITS currentOf(BLOCK& block) {
         return snapshotOf<std::int32_t>(block, block.arrays().shape).ones;
     }

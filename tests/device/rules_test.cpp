@@ -26,7 +26,7 @@ class RULES_TEST : public BLOCK_TEST<BLOCK> {
         BENCH<BLOCK> bench;
     };
 
-    /** How often each bit is selected in so many tries. */
+    /** How often each bit is selected in that many tries. */
     template <class SELECT>
     static std::vector<int> frequencies(BENCH<BLOCK>& bench, int tries, SELECT select) {
         std::vector<int> count(static_cast<std::size_t>(bench.model.size()));

@@ -14,7 +14,7 @@ class TRACE_CASES_TEST : public BLOCK_TEST<BLOCK> {
   public:
     using MODEL = typename BLOCK_TEST<BLOCK>::MODEL;
 
-    /** A long instance of the rule on a dense model, killed behind so many flips. */
+    /** A long instance of the rule on a dense model, killed after that many flips. */
     void killAt(int flips, std::int8_t rule) {
         SCOPED_TRACE("rule " + std::to_string(rule) + ", killed at " + std::to_string(flips));
         MODEL model(64, dense(21, -100, 100));

@@ -1,4 +1,4 @@
-// Two blocks side by side on the same instances: the plain one records its state behind every flip,
+// Two blocks side by side on the same instances: the plain one records its state after every flip,
 // then the tested one is held to that record, flip by flip, and at last the two results. Also the
 // random instances on which this is done.
 #pragma once
@@ -34,7 +34,7 @@ class TRACE_PAIR {
     TRACE_PAIR(TEST_MODEL<E>& model, SETUP setup = {})
         : tested(model, setup), plain(model, withPlainCycle(setup)) {}
 
-    /** Runs the instance on both. With `kill_at` the run is killed behind that many flips. */
+    /** Runs the instance on both. With `kill_at` the run is killed after that many flips. */
     void run(const INSTANCE& instance, int kill_at = -1) {
         if (!difference_.empty()) return;  // one report is enough
         plain.kill_at = tested.kill_at = kill_at;
@@ -46,7 +46,7 @@ class TRACE_PAIR {
         tested.on_flip = [&] {
             if (flip >= expected.size() || !difference_.empty()) return;
             difference_ = difference(expected[flip], tested.snapshot());
-            EXPECT_EQ(difference_, "") << "behind flip " << flip << " of the instance";
+            EXPECT_EQ(difference_, "") << "after flip " << flip << " of the instance";
             ++flip;
         };
         const std::optional<RESULT> tested_result = tested.run(instance);

@@ -178,7 +178,7 @@ TEST_F(Insert, AMutationThatEntersIsCounted) {
     for (int i = 0; i < 101; ++i)
         offer(*pool, mutation);
     EXPECT_EQ(pool->hits[5], 101u);
-    EXPECT_EQ(pool->ring_pos, 1) << "behind 100 places comes the first";
+    EXPECT_EQ(pool->ring_pos, 1) << "after 100 places comes the first";
     EXPECT_EQ(pool->ring, std::vector<signed char>(100, -4));
 }
 

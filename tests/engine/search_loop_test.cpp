@@ -18,7 +18,7 @@ class SearchLoop : public RunByHand {
     static constexpr int FIRST_WAVE = 2 * BLOCKS_OF_ISLAND;
     static constexpr int RING = 4 * BLOCKS_OF_ISLAND;
 
-    /** Two islands behind their first wave; `more` instances may follow it. */
+    /** Two islands after their first wave; `more` instances may follow it. */
     void prepareLoop(int more) {
         param.set("trial_limit", std::to_string(FIRST_WAVE + more));
         prepare(2, BLOCKS_OF_ISLAND);
@@ -43,7 +43,7 @@ class SearchLoop : public RunByHand {
 
     void search() { thread->main_func(); }
 
-    /** Tickets in the send ring behind the first wave, in the order in which they were sent. */
+    /** Tickets in the send ring after the first wave, in the order in which they were sent. */
     std::vector<std::int64_t> ticketsBehindFirstWave(int count) {
         std::vector<std::int64_t> tickets;
         for (int i = FIRST_WAVE; i < FIRST_WAVE + count; ++i)
@@ -198,7 +198,7 @@ TEST_F(SearchLoopEvents, AnAbortStopsTheBlocksAndDrains) {
     search();
     EXPECT_EQ(ticketsBehindFirstWave(4), (std::vector<std::int64_t>{5, 6, -1, -1}));
     EXPECT_EQ(island(0).received, 6);
-    EXPECT_EQ(callback->count("new"), 2) << "no events behind the abort";
+    EXPECT_EQ(callback->count("new"), 2) << "no events after the abort";
     EXPECT_EQ(allbest().energy, -6) << "but the results count";
 }
 
@@ -376,7 +376,7 @@ TEST_F(SearchLoopRestarts, XCrossPausesForFourRingsOfResults) {
     endPeriod();
     handIn({-1, -2, -3, -4, -5, -6});
     search();
-    EXPECT_EQ(island(0).cross_pause, 4 * RING - 5) << "five results came behind the restart";
+    EXPECT_EQ(island(0).cross_pause, 4 * RING - 5) << "five results came after the restart";
 }
 
 TEST_F(SearchLoopRestarts, ResultsOfAPastGenerationDoNotEnterThePool) {

@@ -1,5 +1,5 @@
 // The CUDA block's own text as a block that the tests of tests/device can run: on fibers, stopped
-// in front of and behind every flip, and open to be looked at there.
+// in front of and after every flip, and open to be looked at there.
 #pragma once
 
 #include <functional>
@@ -49,7 +49,7 @@ class SEEN_CUDA_BLOCK : public CUDA_BLOCK<S, E, D> {
 
     /**
      * The test raises the kill byte at the second stop. Thread 0 looks at it once more there: what
-     * it sees behind a flip is then the same whenever during the flip the byte was raised.
+     * it sees after a flip is then the same whenever during the flip the byte was raised.
      */
     void flipBit(bool searching) {
         stop(GATE::FLIP);

@@ -1,6 +1,6 @@
 // The trace of the CUDA block's text is the plain block's trace, whatever order its threads run in:
 // over random models, in bands of every number of bits per thread and all widths, under every rule,
-// the state behind every flip is the same, and so is every result.
+// the state after every flip is the same, and so is every result.
 #include <limits>
 
 #include <gtest/gtest.h>

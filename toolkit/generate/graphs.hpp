@@ -21,7 +21,7 @@ struct Graph {
     std::vector<Edge> edges;
 };
 
-/** So many different edges between random vertices; at most one for each pair. */
+/** That many different edges between random vertices; at most one for each pair. */
 Graph random_graph(int size, std::int64_t edges, std::uint32_t seed);
 
 /** A grid that is closed in both directions; vertex r * columns + c. At least 3 by 3. */

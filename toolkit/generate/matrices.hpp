@@ -25,8 +25,8 @@ GeneratedModel palubeckis(int size, float density, std::int64_t seed);
 GeneratedModel dense(int size, Range range, std::uint64_t seed);
 
 /**
- * Exactly so many entries, every set of pairs i <= j equally likely, with weights uniform among the
- * range's values other than 0.
+ * Exactly that many entries, every set of pairs i <= j equally likely, with weights uniform among
+ * the range's values other than 0.
  */
 GeneratedModel sparse(int size, std::int64_t entries, Range range, std::uint64_t seed);
 

@@ -25,7 +25,7 @@ _PATIENCE = 1.0
 def best_distinct(
     problem: Problem, history: Sequence[Words], count: int, search_time: float
 ) -> list[Solution]:
-    """At most so many, of a history whose last is the best."""
+    """At most that many, of a history whose last is the best."""
     found = list({words.tobytes(): words for words in history}.values())[::-1]
     if len(found) < count:
         found = _with_neighbours(problem, found, count, max(_PATIENCE, search_time))

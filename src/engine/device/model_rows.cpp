@@ -7,7 +7,7 @@ namespace orvex::device {
 
 namespace {
 
-/** Below one element in so many that is not 0, the zeros of a row are not written. */
+/** Below one element in this number that is not 0, the zeros of a row are not written. */
 constexpr int SPARSE_BELOW = 8;
 
 template <class X>

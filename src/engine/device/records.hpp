@@ -24,7 +24,7 @@ struct INST_BODY {
     std::uint64_t bits[static_cast<std::size_t>(W)];
 };
 
-/** Last part of an instance, the same in all bands; it stands right behind the bits. */
+/** Last part of an instance, the same in all bands; it follows the bits at once. */
 struct INST_TAIL {
     std::int32_t island;          ///< island that found it; set in the all-time best only
     std::int32_t reserved_a;      ///< zero

@@ -25,7 +25,7 @@ inline band::INST_t& record(const orvex::engine::INSTANCE& of) {
     return of;
 }
 
-/** Stands for the blocks of one island: takes what was sent, hands in what the test makes up. */
+/** In place of the blocks of one island: takes what was sent, hands in what the test makes up. */
 class BLOCKS {
   public:
     /** `handed_in` are the results of before. */
@@ -44,7 +44,7 @@ class BLOCKS {
         return instance;
     }
 
-    /** Hands in a result: the body first, the ticket behind it. */
+    /** Hands in a result: the body first, the ticket after it. */
     void handIn(band::INST_t result) {
         band::INST_t& slot = island_.recv_ring[handed_ % band::gv->ring_size];
         result.ticket = slot.ticket;
@@ -74,7 +74,7 @@ class RunByHand : public testing::Test {
   protected:
     ~RunByHand() override { finish(); }
 
-    /** The end of the run, behind which another one may begin. */
+    /** The end of the run, after which another one may begin. */
     void finish() {
         if (devices) {
             devices->destruct();

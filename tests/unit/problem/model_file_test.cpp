@@ -126,7 +126,7 @@ TEST_F(ModelFile, CompressedWithFarMoreEntriesThanItSaysLeavesNoProcessBehind) {
 }
 
 TEST_F(ModelFile, CompressedAndMissingIsWrong) {
-    // Behind what the shell has to say.
+    // After what the shell has to say.
     const std::string file = folder.path("missing.gz");
     EXPECT_EXIT(Model model(file), testing::ExitedWithCode(1),
                 testing::EndsWith("Error: Wrong file (" + file + ")\n"));

@@ -166,7 +166,7 @@ void CPU_BLOCK<E, D, N>::reset() {
 
 // ---- flips ---------------------------------------------------------------------------------
 
-/** What stands behind the last word is neither the lowest nor the highest of anything. */
+/** What follows the last word is neither the lowest nor the highest of anything. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::fillWords() {
     const std::size_t words = BLOCK_MEMORY<N>::words_of(static_cast<std::size_t>(launch_.size));

@@ -41,7 +41,7 @@ struct CPU_LAUNCH {
     const GPU_PARAMS* params;
 };
 
-/** Nanoseconds of a clock that only rises; stands in for the device's global timer. */
+/** Nanoseconds of a clock that only rises; in place of the device's global timer. */
 std::uint64_t global_timer();
 
 /** A solution next to the block's own: its energy, and the bit that leads to it. */

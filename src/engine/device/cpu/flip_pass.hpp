@@ -40,7 +40,7 @@ hn::Vec<TAG> signedElements(TAG lanes, const R* row, const std::int8_t* ones, st
 }
 
 /**
- * The sweep behind a flip. R is the row's element type, or void for a row that is in the deltas
+ * The sweep after a flip. R is the row's element type, or void for a row that is in the deltas
  * already. `sign` is as in addRow.
  */
 template <class R, PREPARE_FOR FOR, class D>

@@ -19,7 +19,7 @@
 
 namespace orvex::device {
 
-/** What is known of a row behind a look at it. */
+/** What is known of a row after a look at it. */
 struct ROW_LOOK {
     std::uint64_t widest = 0;  ///< largest magnitude off the diagonal
     std::uint32_t length = 0;  ///< elements off the diagonal that are not 0
@@ -148,7 +148,7 @@ class RECORD_SOURCE {
 };
 
 /** The rows of a model with elements of type X, as a record of elements of type E would have them:
- * behind the model's are those of the fillers, which have nothing off the diagonal. */
+ * after the model's are those of the fillers, which have nothing off the diagonal. */
 template <class E, class X>
 class MODEL_SOURCE {
   public:

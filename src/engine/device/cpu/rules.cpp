@@ -77,7 +77,7 @@ void CPU_BLOCK<E, D, N>::selectMaxMin() {
         if (eligible == 0) {
             record.maxmin_bid = -1;
             // The bid names the last thread of a full block, which has nothing to choose from; in
-            // other blocks it names nobody, and the last selection stands.
+            // other blocks it names nobody, and the last selection is kept.
             if (arrays_.shape.threads > BID_THREAD)
                 record.selected = BID_THREAD * arrays_.shape.own;
             return;

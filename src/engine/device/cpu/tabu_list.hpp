@@ -33,7 +33,7 @@ class TABU_LIST {
 
     /**
      * Bars a bit for that many counts; 0 frees it. A search has two tenures, of `kind` 1 in its
-     * first steps and 0 behind them, and counts down after each flip: so no two bits of a kind come
+     * first steps and 0 after them, and counts down after each flip: so no two bits of a kind come
      * free at the same time. Bits that were barred while time stood stay so until all are cleared.
      */
     void bar(int place, std::uint8_t tenure, std::size_t kind) {

@@ -100,7 +100,7 @@ void takeWord(const BLOCK_ARRAYS<D>& block, int w) {
     }
 }
 
-/** The lowest number of all words; those behind the last one are as high as can be. */
+/** The lowest number of all words; those after the last one are as high as can be. */
 template <class D>
 D lowestOfWords(const BLOCK_ARRAYS<D>& block, const D* numbers) {
     const hn::ScalableTag<D> lanes;

@@ -3,8 +3,8 @@
 // (cycle.hpp) asks of a block are run by all T threads together.
 //
 // Two rules keep the threads of a block together and the record sound:
-//   * When an operation returns, what it wrote to the record lies behind a barrier; and it writes a
-//     cell that the cycle or an earlier operation reads only behind a barrier that follows that
+//   * When an operation returns, what it wrote to the record lies after a barrier; and it writes a
+//     cell that the cycle or an earlier operation reads only after a barrier that follows that
 //     read. So every thread finds the same record wherever the cycle branches.
 //   * Loops over own bits are unrolled in full and private arrays are indexed by constants only: an
 //     index known at run time would move the array to memory.

@@ -2,7 +2,7 @@
 // block: block.hpp includes this.
 //
 // In each rule thread 0 brings the rule's cells to their neutral values in front of the first
-// barrier; between two barriers a cell is only posted to, behind them it is only read.
+// barrier; between two barriers a cell is only posted to, after them it is only read.
 #pragma once
 
 #include "engine/device/cuda/block.hpp"
