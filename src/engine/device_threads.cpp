@@ -53,6 +53,7 @@ int shared_memory_carveout(const RUN_STATE& run) {
 // ---- the phases ----------------------------------------------------------------------------
 
 void DEV_THREAD::init_func() {
+    assert(id >= 0 && id < run.gpus && !stream);
     cuda_check(cudaSetDevice(id));
     cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
     cuda_check(create_copy_stream(&control));

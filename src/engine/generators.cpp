@@ -17,13 +17,13 @@ namespace orvex::engine {
 
 /** `out` has been built by this generator. */
 void SOLPOOL::built(unsigned char kind) {
-    assert(kind < GENERATORS);
+    assert(out && kind < GENERATORS);
     out->inst = static_cast<signed char>(kind);
 }
 
 /** A member, all of them equally likely. */
 INSTANCE SOLPOOL::drawnMember() {
-    assert(state != 0 && pool_size > 0);  // xorshift never leaves 0
+    assert(pool_size > 0);
     return pool[draw() % static_cast<unsigned long>(pool_size)];
 }
 
@@ -39,8 +39,10 @@ signed char SOLPOOL::selAlgorithm() {
     if (run.fix_algorithm != -1) return run.fix_algorithm;
     if (draw() % 20 != 0) {
         const signed char member = drawnMember().algorithm;
+        assert(member >= -1 && member <= NO_ALGORITHM);
         if (member != -1 && member != run.exclude_algorithm) return member;
     }
+    static_assert(ALGORITHMS > 1);  // one is left where one is excluded
     signed char any;
     do {
         any = static_cast<signed char>(draw() % ALGORITHMS);
@@ -63,11 +65,14 @@ signed char SOLPOOL::selInst() {
     }
     const signed char member = drawnMember().inst;
     // A member made at random carries no information.
+    assert(member >= 0 && member <= NO_GENERATOR);
     if (member != RANDOM) return member;
+    static_assert(HINT == 8 && ALL_BEST == 9);  // those before need nothing but the pools
     return static_cast<signed char>(draw() & 7);
 }
 
 void SOLPOOL::random(unsigned char kind) {
+    assert(out && out->words == run.band.words());
     for (int w = 0; w < out->words; ++w)
         out->bits[w] = draw();
     built(kind);
@@ -144,6 +149,7 @@ void SOLPOOL::one(unsigned char kind) {
 /** A member with about half of its ones cleared. */
 void SOLPOOL::intervalZero(unsigned char kind) {
     const INSTANCE member = pool[selIdx()];
+    assert(member.words == out->words);
     for (int w = 0; w < out->words; ++w)
         out->bits[w] = member.bits[w] & draw();
     built(kind);
@@ -157,7 +163,7 @@ void SOLPOOL::intervalZero(unsigned char kind) {
  */
 void SOLPOOL::mix(unsigned char kind, const INSTANCE& special) {
     const INSTANCE base = draw() % 20 == 0 ? special : pool[selIdx()];
-    assert(base.words == out->words);
+    assert(base.words == out->words && special.words == out->words);
     for (int w = 0; w < out->words; ++w) {
         const int priority = run.best_priority;
         const std::uint64_t special_word = relaxed(special.bits[w]);

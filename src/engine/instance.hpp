@@ -105,7 +105,9 @@ class INSTANCES {
   public:
     INSTANCES() = default;
     INSTANCES(void* memory, int words, std::size_t count)
-        : memory_(static_cast<unsigned char*>(memory)), words_(words), count_(count) {}
+        : memory_(static_cast<unsigned char*>(memory)), words_(words), count_(count) {
+        assert(memory && words > 0);
+    }
 
     template <std::integral INDEX>
     INSTANCE operator[](INDEX i) const {

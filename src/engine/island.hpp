@@ -104,7 +104,8 @@ struct ALLISLAND {
     /** The previous island in the ring of those that restart. */
     ISLAND& neighbourOf(int id) {
         const int ring = run.restart_islands;
-        assert(ring > 0);
+        assert(id >= 0 && id < count);
+        assert(ring > 0 && ring <= count);
         return *islands[static_cast<std::size_t>((id + ring - 1) % ring)];
     }
 

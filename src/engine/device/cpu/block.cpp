@@ -237,6 +237,7 @@ void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, PREPARE_FOR) {
  * wants. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, PREPARE_FOR rule) {
+    assert(of_rule(sweeps_, rule));
     sweep_ = of_rule(sweeps_, rule)(arrays_, row, sign);
     prepared_for_ = rule;
     lowest_ = sweep_.low;
@@ -245,6 +246,7 @@ void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, PREPARE_FOR ru
 /** Rows of bytes or words do not have the bit's own element. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, PREPARE_FOR rule) {
+    assert(p == place(record.selected));
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
     sweep(launch_.rows->row(record.selected), one ? -1 : 0, rule);
@@ -252,6 +254,7 @@ void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, PREPARE_FOR rule) {
 
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, PREPARE_FOR rule) {
+    assert(p == place(record.selected) && launch_.rows->form() == ROW_FORM::RECORD);
     const std::int8_t sign = one ? -1 : 0;
     const void* const row = launch_.rows->row(record.selected);
     // The sweep will add the row's own element, which must not count.
@@ -267,6 +270,7 @@ void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, PREPARE_FOR rule) {
     const std::int8_t sign = one ? -1 : 0;
     const LIST_ENTRY<E>* const begin = launch_.rows->begin(record.selected);
     const LIST_ENTRY<E>* const end = launch_.rows->end(record.selected);
+    assert(begin <= end && end - begin < launch_.size);
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
     if (keeps_words_) {
@@ -315,6 +319,7 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
 /** Whether energy + delta may leave 64 bits for some bit; only models near that range get here. */
 template <class E, class D, class N>
 bool CPU_BLOCK<E, D, N>::mayWrap() const {
+    assert(sizeof(E) == 8 || !wide_);
     return wide_ || record.energy >= WIDE<std::int64_t> || record.energy <= -WIDE<std::int64_t>;
 }
 
@@ -332,6 +337,7 @@ NEIGHBOUR CPU_BLOCK<E, D, N>::lowestWrappedNeighbour() const {
             wrapping_add<std::int64_t>(record.energy, arrays_.delta[own * shape.threads + t]);
         if (energy <= best.energy) best = {energy, t * shape.own + own};
     }
+    assert(best.bit < shape.size);
     return best;
 }
 
@@ -347,6 +353,7 @@ bool CPU_BLOCK<E, D, N>::trackBest() {
     record.selected = wraps ? neighbour.bit : ops_.find(arrays_, stored(lowest_));
     assert(wraps || arrays_.delta[place(record.selected)] == stored(lowest_));
     best_[place(record.selected)] = static_cast<std::int8_t>(~best_[place(record.selected)]);
+    assert(record.best_candidate < record.best_energy);
     record.best_energy = record.best_candidate;
     record.best_time = global_timer();
     return true;

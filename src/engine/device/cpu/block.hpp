@@ -81,7 +81,10 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void startWalk() { record.walk_start_energy = record.energy; }
     bool walkToTarget();
     bool descend();
-    void select(int bit) { record.selected = bit; }
+    void select(int bit) {
+        assert(bit >= 0 && bit < arrays_.shape.size);
+        record.selected = bit;
+    }
     void startSearch();
     void selectMaxMin();
     void selectPositiveMin();

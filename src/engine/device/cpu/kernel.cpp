@@ -38,6 +38,7 @@ struct CPU_MATRIX : platform::DEVICE_COPY {
 /** An argument of a launch by its number in the order of the kernel's parameters. */
 template <class X>
 X argument(void** arguments, int number) {
+    assert(arguments[number]);
     return *static_cast<X*>(arguments[number]);
 }
 

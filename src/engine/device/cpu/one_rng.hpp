@@ -36,6 +36,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 
@@ -43,6 +44,7 @@ namespace orvex::device {
 
 /** An even number below `count` from 32 even bits; counts here are at most 65537. */
 constexpr std::uint32_t scaled(std::uint32_t word, std::uint32_t count) {
+    assert(count > 0 && count <= 65537);
     return static_cast<std::uint32_t>(std::uint64_t{word} * count >> 32);
 }
 
@@ -73,6 +75,7 @@ inline double lowest_rank_chance(double total) {
  * share is the thread's of all weights and `below` is 1, unless all ranks are the lowest.
  */
 inline std::uint32_t winning_draw(std::uint32_t word, double share, double below) {
+    assert(share > 0 && share <= 1 && below > 0 && below <= 1);
     const double u = std::pow(open_unit(word), share) * below;
     return std::min(static_cast<std::uint32_t>(u * 65536.0), 65535u);
 }

@@ -57,6 +57,7 @@ void CPU_BLOCK<E, D, N>::enter() {
     record.block_sequence = state.block_count;
     const int islands = launch_.islands_per_gpu;
     const int island = islands == 0 ? 0 : static_cast<int>(record.block_sequence) % islands;
+    assert(island >= 0 && island < std::max(islands, 1));
     record.island = static_cast<std::uint8_t>(island);
     record.model_size = launch_.model_size;
     if (record.block_sequence == 0) state.start_time = global_timer();
@@ -114,6 +115,7 @@ typename CPU_BLOCK<E, D, N>::TAKEN CPU_BLOCK<E, D, N>::takeInstance() {
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::readInstance(unsigned char* slot) {
     const SHAPE& shape = arrays_.shape;
+    assert(shape.threads * shape.own == shape.size);
     const std::uint64_t* words = reinterpret_cast<const std::uint64_t*>(slot + 8);
     for (int t = 0, j = 0; t < shape.threads; ++t)
         for (int c = 0; c < shape.own; ++c, ++j)

@@ -140,6 +140,7 @@ class RECORD_SOURCE {
 
   private:
     const E* row(int i) const {
+        assert(i >= 0 && i < shape_.size);
         return weights_ + static_cast<std::size_t>(i) * static_cast<std::size_t>(shape_.size);
     }
 
@@ -153,7 +154,9 @@ template <class E, class X>
 class MODEL_SOURCE {
   public:
     MODEL_SOURCE(const Model::Impl& model, const WRITTEN_PAGES& pages, int size)
-        : model_(model), pages_(pages), shape_(size) {}
+        : model_(model), pages_(pages), shape_(size) {
+        assert(model.size <= size && sizeof(X) <= sizeof(E));
+    }
 
     std::uint32_t look(int i, ROW_STATISTICS& statistics) const {
         if (i >= model_.size) {
@@ -193,6 +196,7 @@ class MODEL_SOURCE {
         });
         std::sort(begin, to,
                   [](const LIST_ENTRY<E>& a, const LIST_ENTRY<E>& b) { return a.place < b.place; });
+        assert(to - begin < shape_.size);
         return to;
     }
 

@@ -99,6 +99,7 @@ int CPU_BLOCK<E, D, N>::lastThreadOf(const std::uint64_t* noted) const {
     for (int word = 0; word < arrays_.shape.size / WORD; ++word)
         for (std::uint64_t rest = noted[word]; rest != 0; rest &= rest - 1)
             last = std::max(last, (word * WORD + __builtin_ctzll(rest)) % arrays_.shape.threads);
+    assert(last >= 0);  // some bit is noted
     return last;
 }
 
@@ -118,7 +119,7 @@ typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED
     const auto owner = [&](const std::uint64_t* noted, std::uint32_t r) {
         return WINNER{ops_.pick(noted, static_cast<int>(r)) % arrays_.shape.threads, false};
     };
-    assert(below + tied_free > 0);
+    assert(below + tied_free > 0 && tied_free <= tied);
     if (below == 0) {
         const unsigned long drawn = draw();
         if (tied_free < tied && open_unit(high_word(drawn)) < lowest_rank_chance(weighed.total()))
@@ -138,6 +139,7 @@ typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED
 /** The own bit that the thread takes. */
 template <class E, class D, class N>
 int CPU_BLOCK<E, D, N>::pickByWeight(const WINNER& winner, const WEIGHED& weighed) {
+    assert(winner.thread >= 0 && winner.thread < arrays_.shape.threads);
     const D m = record.positive_threshold;
     std::uint32_t below = 0;
     std::uint32_t equal = 0;
@@ -215,6 +217,7 @@ void CPU_BLOCK<E, D, N>::selectCyclicMin() {
         assert(arrays_.delta[place(record.selected)] == low);
     }
     record.cycle_start = end % threads;
+    assert(record.selected >= 0 && record.selected < arrays_.shape.size);
 }
 
 // ---- "RandomMin" ---------------------------------------------------------------------------
@@ -222,6 +225,7 @@ void CPU_BLOCK<E, D, N>::selectCyclicMin() {
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::selectRandomMin() {
     record.random_threshold = random_threshold(record.step, record.steps);
+    assert(left_out_.empty());
     // If no bit stays in the race, all threads offer their first one.
     record.selected = (arrays_.shape.threads - 1) * arrays_.shape.own;
     constexpr N NONE = std::numeric_limits<N>::max();

@@ -109,6 +109,7 @@ template <class D>
 WEIGHED weigh(const BLOCK_ARRAYS<D>& block, D m) {
     const hn::ScalableTag<D> lanes;
     const auto limit = hn::Set(lanes, m);
+    assert(block.shape.size % WORD == 0);
     WEIGHED weighed{};
     std::uint64_t* chosen = block.chosen;
     std::uint64_t* tied = block.tied;

@@ -125,6 +125,7 @@ template <PREPARE_FOR FOR, class E, class D>
 SWEEP<D> flipList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin,
                   const LIST_ENTRY<E>* end, const CHANGED_PLACES& changed, std::int8_t sign,
                   bool words_known) {
+    assert(begin <= end);
     addList(block, begin, end, sign);
     if (words_known && (end - begin) * 2 < block.shape.size / WORD) {
         for (const int p : changed)
@@ -183,6 +184,7 @@ WEIGHED weighWords(const BLOCK_ARRAYS<D>& block, D m) {
                 first, [&](int q) { return hn::Eq(hn::Load(lanes, block.delta + q), limit); }));
         }
     }
+    assert(weighed.below >= 0 && weighed.tied_free <= weighed.tied);
     return weighed;
 }
 
@@ -202,6 +204,7 @@ void noteTied(const BLOCK_ARRAYS<D>& block, D m) {
 
 template <class D>
 D lowestFreeAfter(const BLOCK_ARRAYS<D>& block, int place) {
+    assert(place >= 0 && place < block.shape.size);
     takeWord<PREPARE_FOR::RANDOM_MIN>(block, place / WORD);
     return lowestOfWords(block, block.words.free_low);
 }

@@ -67,6 +67,7 @@ class CUDA_BLOCK {
     static constexpr D LOWEST = BLOCK_RECORD<D>::LOWEST;
     using BITS = OWN_BITS<S>;
     using SHARED = CUDA_SHARED<S, D>;
+    static_assert(T % WARP == 0 && K <= static_cast<int>(8 * sizeof(BITS)));
 
     /** Enters: blocks of a launch deal themselves to its islands in the order of their entry. */
     ORVEX_BLOCK_CODE CUDA_BLOCK(SHARED& shared, const CUDA_LAUNCH<E>& launch);
