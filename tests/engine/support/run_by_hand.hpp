@@ -128,7 +128,7 @@ class RunByHand : public testing::Test {
     band::INST_t& allbest() { return *run->allisland->allbest; }
 
     /** Hands a result in to the island, as the island's thread would. */
-    void handIn(band::ISLAND& at, const band::INST_t& handed_in) {
+    void deliver(band::ISLAND& at, const band::INST_t& handed_in) {
         record(*at.recv_buf) = handed_in;
         at.regBest(0);
     }
