@@ -3,6 +3,7 @@
 // random instances on which this is done.
 #pragma once
 
+#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -174,6 +175,43 @@ long playEveryRule(MODEL& model, PLAY one_rule) {
     return flips + play<BLOCK>(model, one_rule, [&](int i) {
                return rules[static_cast<std::size_t>(i) * stride % rules.size()];
            });
+}
+
+/**
+ * The same with every rule on models of 64 bits whose weights come ever nearer to the limit of an
+ * element's range. Returns how many of the blocks overflow.
+ */
+template <class BLOCK>
+int overflowsNearTheLimit(const PLAY& plan) {
+    using E = typename WIDTHS_OF<BLOCK>::ELEMENT_TYPE;
+    int overflows = 0;
+    for (int shift = 1; shift <= 6; ++shift) {
+        const std::int64_t limit = std::numeric_limits<E>::max() >> shift;
+        TEST_MODEL<E> model(64, dense(23, -limit, limit));
+        for (std::int8_t rule : everyRule()) {
+            TRACE_PAIR<BLOCK> pair(model, plan.setup);
+            INSTANCE_MAKER maker(64, 24);
+            for (int i = 0; i < plan.instances; ++i)
+                pair.run(maker.next(rule, plan.max_steps));
+            overflows += pair.tested.block.record.overflow;
+        }
+    }
+    return overflows;
+}
+
+/** Every thread of both blocks prints a rule that there is not, and none searches by it. */
+template <class BLOCK, class MODEL>
+void expectDiagnostic(MODEL& model, std::int8_t wrong_rule) {
+    TRACE_PAIR<BLOCK> pair(model);
+    testing::internal::CaptureStdout();
+    pair.run({.target = bits(model.size(), {1, 2, 3}),
+              .algorithm = wrong_rule,
+              .budget = 0,
+              .steps = 100});
+    std::string expected;
+    for (int t = 0; t < 2 * model.shape.threads; ++t)
+        expected += "Type.A=" + std::to_string(wrong_rule) + "\n";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
 }
 
 }  // namespace orvex::device::test

@@ -134,4 +134,26 @@ struct BLOCK_RECORD {
     Type type;
 };
 
+/**
+ * What a block tells of the instance that it has done, beside energy, bits and ticket. From now on
+ * its generation counts as begun.
+ */
+template <class D>
+ORVEX_BLOCK_CODE void tell_result(BLOCK_RECORD<D>& record, std::uint64_t start_time,
+                                  INST_TAIL& out) {
+    out.found_time = record.best_time < start_time
+                         ? 0
+                         : static_cast<std::int64_t>(record.best_time - start_time);
+    out.cycles = record.flips;
+    out.inst = record.type.inst;
+    out.algorithm = record.type.A;
+    out.param = record.type.param;
+    out.flag = record.type.flag;
+    out.generation = record.generation;
+    out.wait_exponent = record.wait_exponent;
+    out.block = static_cast<std::int16_t>(record.block_sequence);
+    out.overflow = record.overflow;
+    record.done_generation = record.generation;
+}
+
 }  // namespace orvex::device

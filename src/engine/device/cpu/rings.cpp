@@ -156,19 +156,7 @@ void CPU_BLOCK<E, D, N>::handIn() {
 
     INST_TAIL& out = tail(result);
     assert(out.ticket != static_cast<std::int64_t>(ticket + 1));  // not handed in yet
-    const std::uint64_t start = state.start_time;
-    out.found_time =
-        record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);
-    out.cycles = record.flips;
-    out.inst = record.type.inst;
-    out.algorithm = record.type.A;
-    out.param = record.type.param;
-    out.flag = record.type.flag;
-    out.generation = record.generation;
-    out.wait_exponent = record.wait_exponent;
-    out.block = static_cast<std::int16_t>(record.block_sequence);
-    out.overflow = record.overflow;
-    record.done_generation = record.generation;
+    tell_result(record, state.start_time, out);
     __atomic_store_n(&out.ticket, static_cast<std::int64_t>(ticket + 1), __ATOMIC_RELEASE);
     platform::block_wrote(&out.ticket).notify();
 }

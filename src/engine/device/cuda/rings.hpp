@@ -164,19 +164,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::handIn() {
     INST_TAIL& out = tail(result);
     if (first()) {
         *reinterpret_cast<std::int64_t*>(result) = record.best_energy;
-        const std::uint64_t start = peek(state.start_time);
-        out.found_time =
-            record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);
-        out.cycles = record.flips;
-        out.inst = record.type.inst;
-        out.algorithm = record.type.A;
-        out.param = record.type.param;
-        out.flag = record.type.flag;
-        out.generation = record.generation;
-        out.wait_exponent = record.wait_exponent;
-        out.block = static_cast<std::int16_t>(record.block_sequence);
-        out.overflow = record.overflow;
-        record.done_generation = record.generation;
+        tell_result(record, peek(state.start_time), out);
     }
     __syncthreads();
     __threadfence_system();
