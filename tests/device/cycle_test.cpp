@@ -200,7 +200,7 @@ TYPED_TEST(CYCLE_TEST, ANewGenerationStartsAgainFromNothing) {
     bench.expectExactState();
 }
 
-TYPED_TEST(CYCLE_TEST, AStaleGenerationGoesOnFromWhereTheBlockStands) {
+TYPED_TEST(CYCLE_TEST, AStaleGenerationGoesOnFromWhereTheBlockIs) {
     typename TestFixture::MODEL model(64, uncoupled({-3, -7}, 9));
     typename TestFixture::ON_BENCH bench(model);
     bench.run({.target = {1, 1}, .generation = 5});

@@ -168,7 +168,7 @@ TEST(TenureTest, TheFirstTenureIsATenthOfTheBandUpTo255) {
     EXPECT_EQ(first_tenure(65536), 255u);
 }
 
-TEST(TenureTest, TheSettingAppliesBehindTheFirstSteps) {
+TEST(TenureTest, TheSettingAppliesAfterTheFirstSteps) {
     EXPECT_EQ(tenure(0, 6, 8), 6);
     EXPECT_EQ(tenure(5, 6, 8), 6);
     EXPECT_EQ(tenure(6, 6, 8), 8);

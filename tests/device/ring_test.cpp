@@ -147,7 +147,7 @@ TEST_F(RingTest, ABlockWaitsUntilItsSlotIsReady) {
     EXPECT_EQ(exchange(0, 0, any_).tail.wait_exponent, 0);  // this one was there
 }
 
-TEST_F(RingTest, TicketsGoOnBehindTheLargestSignedNumber) {
+TEST_F(RingTest, TicketsGoOnAfterTheLargestSignedNumber) {
     launch(1, 1, 4);
     rings_->startTicketsAt(0, 0x7FFFFFFE);
     for (int i = 0; i < 4; ++i)

@@ -69,7 +69,7 @@ TYPED_TEST(SEARCH_TEST, EarlyFlipsOfMaxMinAndPositiveMinAreBlockedForOneStepLess
     }
 }
 
-TYPED_TEST(SEARCH_TEST, ATabuSettingOfZeroFreesBitsAtOnceBehindTheFirstSteps) {
+TYPED_TEST(SEARCH_TEST, ATabuSettingOfZeroFreesBitsAtOnceAfterTheFirstSteps) {
     typename TestFixture::MODEL model(64, oneMinimum());
     typename TestFixture::ON_BENCH bench(model, {.tabu_cycles = 0});
     std::vector<int> tenures;  // beside bench.flipped

@@ -1,10 +1,11 @@
 // The search loop of an island: what it sends and when it ends. Its events and restarts are in
 // search_loop_events_test.cpp.
+#include "engine/support/search_loop.hpp"
+
 #include <limits>
 
 #include "engine/names.hpp"
 #include "engine/support/draws.hpp"
-#include "engine/support/search_loop.hpp"
 
 namespace {
 
