@@ -28,6 +28,7 @@ struct ORVEX_PYTHON_OPTIONS {
     const std::uint64_t* words;         ///< the bits of the starts, then of the hints
     std::uint64_t seed;                 ///< of the companion
     const char* checkpoint;             ///< file that is kept up
+    int solutions;                      ///< distinct ones that are wanted
 };
 
 namespace orvex::python {

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstdio>
 #include <mutex>
+#include <span>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -71,6 +72,42 @@ void GLOBAL_VARS::tellIslands() {
         state.flips = relaxed(island.flips);
         count(island.algorithm_count, state.rules);
         count(island.instance_count, state.generators);
+    }
+}
+
+/** When the threads of all islands have ended. */
+void GLOBAL_VARS::tellPools() {
+    if (!callback) return;
+    std::vector<Sol>& told = callback->impl().solutions;
+    told.clear();
+    const long wanted = callback->impl().solutions_wanted;
+    if (wanted <= 0) return;
+
+    struct MEMBER {
+        std::int64_t energy;
+        std::span<const std::uint64_t> bits;
+    };
+    std::vector<MEMBER> members;
+    for (const auto& island : allisland->islands)
+        for (std::size_t slot = 0; slot < island->pool.pool.size(); ++slot) {
+            const INSTANCE record = island->pool.pool[slot];
+            if (record.energy == device::NO_ENERGY) continue;  // random bits that nothing replaced
+            members.push_back(
+                {record.energy, {record.bits, static_cast<std::size_t>(record.words)}});
+        }
+    std::sort(members.begin(), members.end(), [](const MEMBER& a, const MEMBER& b) {
+        if (a.energy != b.energy) return a.energy < b.energy;
+        return std::ranges::lexicographical_compare(a.bits, b.bits);
+    });
+    const auto same = [](const MEMBER& a, const MEMBER& b) {
+        return std::ranges::equal(a.bits, b.bits);
+    };
+    members.erase(std::unique(members.begin(), members.end(), same), members.end());
+    if (std::cmp_less(wanted, members.size())) members.resize(static_cast<std::size_t>(wanted));
+    for (const MEMBER& member : members) {
+        Sol::Impl& to = told.emplace_back(size).impl();
+        assert(std::cmp_less_equal(to.words, member.bits.size()));
+        std::copy_n(member.bits.begin(), to.words, to.data.get());
     }
 }
 

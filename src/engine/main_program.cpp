@@ -135,6 +135,7 @@ void main_program(GLOBAL_VARS& run) {
     run.allisland->print();
     run.get_sol(*run.sol, true);
     run.tellIslands();
+    run.tellPools();
     run.dev_threads = nullptr;
     run.host_threads = nullptr;
 }

@@ -23,6 +23,14 @@ const std::vector<IslandState>& Callback::islands() const {
     return impl_->islands;
 }
 
+void Callback::want_solutions(long count) {
+    impl_->solutions_wanted = count;
+}
+
+const std::vector<Sol>& Callback::solutions() const {
+    return impl_->solutions;
+}
+
 void Callback::set(const Sol& sol) {
     impl_->hint = sol;
     impl_->hint_pending = 1;

@@ -157,7 +157,7 @@ class Reheater : public Worker {
             for (std::size_t p = 0; p < open; ++p)
                 if (((words_[p] >> lane) & 1) != elite_.bits[at(open_[p])])
                     differing_.push_back(open_[p]);
-            gain += merger_.merge(elite_, differing_).gain;
+            gain += merge(differing_);
             if (stopping()) break;
         }
         return gain;

@@ -5,6 +5,7 @@ rounded; and none was found before the one before it.
 
 from __future__ import annotations
 
+from collections.abc import Sequence
 from typing import Any, TypeVar
 
 from ._distinct import best_distinct
@@ -49,8 +50,16 @@ class Bests:
         self._words.append(words)
         return True
 
-    def result(self, kind: type[AnyResult], searched: float, wanted: int, **rest: Any) -> AnyResult:
-        """The result of a search that took `searched` seconds; `rest` is what the bests do not tell."""
+    def result(
+        self,
+        kind: type[AnyResult],
+        searched: float,
+        wanted: int,
+        others: Sequence[Words] = (),
+        **rest: Any,
+    ) -> AnyResult:
+        """The result of a search that took `searched` seconds. `others` are good solutions that were no bests;
+        `rest` is what the bests do not tell."""
         problem = self._problem
         return kind(
             x=problem._bits(self._words[-1]),
@@ -61,6 +70,6 @@ class Bests:
             source=problem.source,
             variables=problem.variables,
             solutions=[problem._bits(words) for words in self._words],
-            best=best_distinct(problem, self._words, wanted, searched),
+            best=best_distinct(problem, [*others, *self._words], wanted, searched),
             **rest,
         )

@@ -118,10 +118,10 @@ def solve(
         Sets of variables, by their positions, of which exactly one is 1 in every solution that makes sense.
         By default those that the coefficients enforce are found. Energies do not depend on it.
     solutions
-        How many distinct good solutions are wanted in `best` of the result: the best of the search's history
-        and, where these are too few, the lowest that lead on from them by flips of single variables. There
-        are fewer only where the problem has fewer, or where finding them would take longer than the search
-        itself (or than a second).
+        How many distinct good solutions are wanted in `best` of the result: the best of the pools at the end
+        and of the search's history, and of what the companion came by; where these are too few, the lowest
+        that lead on from them by flips of single variables. There are fewer only where the problem has fewer,
+        or where finding them would take longer than the search itself (or than a second).
     seed
         From 0 to 2 ** 64 - 1: what the companion draws its random numbers from, and a random bit vector that the
         search gets as a hint. What a seed cannot repeat is the order in which threads meet, on which the course
@@ -176,6 +176,7 @@ def solve(
         hints_of(made, hints) + ([] if seed is None else [made._random_words(seed)]),
         1 if seed is None else seed,
         None if checkpoint is None else os.fsencode(checkpoint),
+        wanted,
     )
     plan = made._plan(question.options)
     expect_memory(
@@ -302,6 +303,7 @@ class _Search:
             Result,
             self._elapsed(),
             wanted,
+            others=run.solutions,
             status=self._why(),
             info=dict(run.info),
             timings={
