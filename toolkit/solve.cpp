@@ -104,7 +104,8 @@ std::string seconds_text(double seconds) {
     return text;
 }
 
-/** The best solution of the record, with what a run of the library tells, or what stands for it. */
+/** The best solution of the record, with what a run of the library tells, or what takes its place.
+ */
 Sol told(const Record& record, const Sol* librarys, double search_time) {
     const Found& best = record.history().back();
     Sol solution = best.solution;

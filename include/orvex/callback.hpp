@@ -102,7 +102,7 @@ class ORVEX_API Callback {
     /**
      * Leaves a request with a value.
      *
-     * - "alarm": an "alarm" event after so many seconds. It comes once, and each event that comes
+     * - "alarm": an "alarm" event after that many seconds. It comes once, and each event that comes
      *   before pushes it back to the full delay.
      * - "new": "0" stops "new" events, anything else starts them.
      * - "hint": "0" bars the hint algorithm from selection, anything else admits it.
@@ -113,7 +113,7 @@ class ORVEX_API Callback {
      * Any other word ends the process with status 1 and
      * "Error: Wrong callback set operation [<operation>]." on standard error.
      *
-     * @throws std::invalid_argument when the value of "alarm" or of a factor is no number; the
+     * @throws std::invalid_argument when the value of "alarm" or of a factor is not a number; the
      * caller must not let this leave an event
      * @throws std::out_of_range when it is one that its type cannot hold; the same
      */

@@ -12,7 +12,7 @@
 
 #define ORVEX_PYTHON_API extern "C" __attribute__((visibility("default")))
 
-/** What a search is given; null stands for what the caller leaves open. */
+/** What a search is given; null is what the caller leaves open. */
 struct ORVEX_PYTHON_OPTIONS {
     const double* time_limit;
     const std::int64_t* target;

@@ -25,6 +25,7 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
     };
     assert(allisland && restart_clock && (!final || dev_threads));
     const INSTANCE& allbest = *allisland->allbest;
+    assert(allbest.words == band.words() && (to.words == 0 || to.data));
     to.attrs.clear();
     to.attrs["solver"] = "orvex";
     to.attrs["size"] = std::to_string(size);
@@ -49,6 +50,7 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
 
 void GLOBAL_VARS::tellIslands() {
     if (!callback) return;
+    assert(allisland);
     static_assert(std::tuple_size_v<decltype(IslandState::rules)> == ALGORITHMS);
     static_assert(std::tuple_size_v<decltype(IslandState::generators)> == GENERATORS);
     const auto known = [](const INSTANCE& record) {
@@ -111,6 +113,7 @@ void GLOBAL_VARS::tellPools() {
 
 void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     assert(event == "init" || event == "new" || event == "alarm");
+    assert(&island.run == this && island.id >= 0);
     if (!callback || relaxed(stop_code) != 0) return;
     Callback::Impl& requests = callback->impl();
     const bool alarm = event == "alarm";
@@ -155,6 +158,7 @@ void GLOBAL_VARS::obeyOwner() {
 
 /** Under the lock of the events. */
 void GLOBAL_VARS::endAtOnce() {
+    assert(dev_threads);
     set_relaxed(killed, true);
     dev_threads->kill();
 }
@@ -170,6 +174,7 @@ void GLOBAL_VARS::takeRequests(ISLAND& island) {
         batch_factor = std::exchange(requests.batch_factor, 0.0f);
         set_relaxed(batch_cycles, std::max(cycles_of(batch_factor, band.size), LEAST_BATCH_CYCLES));
     }
+    assert(annealing_cycles >= LEAST_ANNEALING_CYCLES && batch_cycles >= LEAST_BATCH_CYCLES);
     if (!requests.search_cycles.empty()) {
         // The text stays, so that it is taken again at every later event.
         std::size_t pos = 0;

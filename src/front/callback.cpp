@@ -1,4 +1,4 @@
-// The callback: requests become fields here, and the engine reads the fields behind each event.
+// The callback: requests become fields here, and the engine reads the fields after each event.
 #include "orvex/callback.hpp"
 
 #include <atomic>

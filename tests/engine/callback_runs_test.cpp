@@ -71,7 +71,7 @@ TEST_F(CallbackRuns, AnAlarmOfALongDelayDoesNotCome) {
     EXPECT_EQ(callback->count("alarm"), 0);
 }
 
-TEST_F(CallbackRuns, AnAlarmComesBehindItsDelay) {
+TEST_F(CallbackRuns, AnAlarmComesAfterItsDelay) {
     std::int64_t armed = 0;
     std::int64_t fired = 0;
     runWith(

@@ -63,7 +63,7 @@ class Companion {
     Wide best_energy() const { return exchange_.best_energy(); }
 
     /**
-     * Waits until its best is below the energy, at most so many seconds. Ends early when the
+     * Waits until its best is below the energy, at most that many seconds. Ends early when the
      * companion stops. May be called by any thread.
      *
      * @return whether its best is below

@@ -37,7 +37,7 @@ for _structure in (Facts, Plan):
 
 
 class Options(ctypes.Structure):
-    """What a search is given; null stands for what the caller leaves open."""
+    """What a search is given; null is what the caller leaves open."""
 
     _fields_ = [
         ("time_limit", POINTER(c_double)),
