@@ -32,8 +32,8 @@ constexpr struct {
 } TARGETS[] = {
     {"model_file", orvex::fuzz::model_file}, {"formats", orvex::fuzz::formats},
     {"settings", orvex::fuzz::settings},     {"starts", orvex::fuzz::starts},
-    {"way_back", orvex::fuzz::way_back},     {"flat_lists", orvex::fuzz::flat_lists},
-    {"presolve", orvex::fuzz::presolve},
+    {"checkpoint", orvex::fuzz::checkpoint}, {"way_back", orvex::fuzz::way_back},
+    {"flat_lists", orvex::fuzz::flat_lists}, {"presolve", orvex::fuzz::presolve},
 };
 
 std::vector<std::uint8_t> contents(const std::filesystem::path& file) {

@@ -185,5 +185,7 @@ def change(given: Any) -> None:
     elif isinstance(given, np.ndarray):
         if given.flags.writeable:
             given[:] = 1
-    else:
+    elif given.format in ("lil", "dok"):
         given[0, 0] = 5
+    else:
+        given.data[:] = 1

@@ -59,7 +59,7 @@ def _with_problem(
         (lambda: solve(problem, hints=[["a"] * size]), ValueError, "hints[0]"),
         (lambda: solve(problem, presolve="much"), ValueError, "presolve"),
         (lambda: solve(problem, companion=2), ValueError, "companion"),
-        (lambda: solve(problem, companion=1, trial_limit=5), ValueError, "the companion has none"),
+        (lambda: solve(problem, companion=1, trial_limit=5, presolve=False), ValueError, "the companion has none"),
         (lambda: solve(problem, seed=-1), ValueError, "seed"),
         (lambda: solve(problem, scale=3), ValueError, "scale"),
         (lambda: solve(problem, solutions=0), ValueError, "solutions"),

@@ -33,7 +33,7 @@ planted = ""
 
 _MOST = 5
 #: Seconds for searches, and for those that end by something else.
-_SHORT, _SAFETY = 0.01, 20
+_SHORT, _SAFETY = 0.004, 20
 
 
 class OnPurpose(Exception):
@@ -281,8 +281,9 @@ class World:
             arguments["seed"] = int(draws.integers(2**63))
         if draws.integers(6) == 0:
             arguments["trace"] = True
-        if draws.integers(6) == 0 and pair.real.size > 1:
+        if draws.integers(6) == 0 and pair.real.size > 3:
             arguments["groups"] = np.array_split(draws.permutation(pair.real.size), 2)
+            arguments["time_limit"] = _SHORT  # no target need be within the groups
         receiver = None
         if settings.requests:
             receiver = Receiver(pair, settings.requests, alone)
@@ -307,6 +308,8 @@ class World:
             result.x[2] = not result.x[2]
         if planted == "unused_bit" and pair.name == "mapping":
             result.x[~_used(pair)] = True
+        if planted:
+            result.solutions[-1][:] = result.x
         rescored.solutions += 1
         try:
             look_at(result, pair, arguments, set() if receiver is None else receiver.asked)
