@@ -34,6 +34,7 @@ constexpr struct {
     {"settings", orvex::fuzz::settings},     {"starts", orvex::fuzz::starts},
     {"checkpoint", orvex::fuzz::checkpoint}, {"way_back", orvex::fuzz::way_back},
     {"flat_lists", orvex::fuzz::flat_lists}, {"presolve", orvex::fuzz::presolve},
+    {"planted", orvex::fuzz::planted},
 };
 
 std::vector<std::uint8_t> contents(const std::filesystem::path& file) {

@@ -32,6 +32,8 @@ Numbers = tuple[int, ...]
 planted = ""
 
 _MOST = 5
+#: Forms whose variables without coefficient are not searched.
+_KNOWING = ("sparse", "mapping", "labels", "bqm")
 #: Seconds for searches, and for those that end by something else.
 _SHORT, _SAFETY = 0.004, 20
 
@@ -44,7 +46,7 @@ class OnPurpose(Exception):
 class ProblemPair:
     real: orvex.Problem
     table: Table
-    name: str
+    form: str
     given: Any = None  # what it was made of, as long as that may change
     order: np.ndarray = field(default_factory=lambda: np.zeros(0, dtype=int))
 
@@ -146,19 +148,19 @@ class World:
         told, true = pair.real.energy(x), pair.energy(x)
         require(
             told == true and type(told) is type(true),
-            f"{pair.name}: the energy of some bits is {true!r}, not {told!r}",
+            f"{pair.form}: the energy of some bits is {true!r}, not {told!r}",
         )
 
     def _add(self, pair: ProblemPair) -> None:
         place = {label: k for k, label in enumerate(pair.table.labels)}
-        require(pair.real.size == pair.table.size, f"{pair.name}: all variables are there")
+        require(pair.real.size == pair.table.size, f"{pair.form}: all variables are there")
         require(
             len(pair.real.variables) == pair.table.size and set(pair.real.variables) == set(place),
-            f"{pair.name}: each variable has its label",
+            f"{pair.form}: each variable has its label",
         )
         pair.order = np.array([place[label] for label in pair.real.variables])
         if not pair.table.rounded:
-            require(pair.real.largest_error == 0, f"{pair.name}: nothing was rounded")
+            require(pair.real.largest_error == 0, f"{pair.form}: nothing was rounded")
         self._problems = [*self._problems, pair][-_MOST:]
 
     def _make_problem(self, numbers: Numbers) -> None:
@@ -187,7 +189,7 @@ class World:
         real = ways[numbers[1] % 4](pair.real)
         require(repr(real) == repr(pair.real), "a copy looks like the problem")
         require(real.memory == pair.real.memory, "a copy takes as much")
-        self._add(ProblemPair(real, pair.table, "a copy of " + pair.name))
+        self._add(ProblemPair(real, pair.table, pair.form))
 
     def _drop_problem(self, numbers: Numbers) -> None:
         if self._problems:
@@ -306,7 +308,7 @@ class World:
             os.kill(os.getpid(), signal.SIGSEGV)
         if planted == "wrong_bit" and len(result.x) > 2:
             result.x[2] = not result.x[2]
-        if planted == "unused_bit" and pair.name == "mapping":
+        if planted == "unused_bit" and pair.form in _KNOWING:
             result.x[~_used(pair)] = True
         if planted:
             result.solutions[-1][:] = result.x
@@ -316,7 +318,7 @@ class World:
         except Exception:
             rescored.mismatches += 1
             raise
-        if pair.name == "mapping":
+        if pair.form in _KNOWING:
             require(not result.x[~_used(pair)].any(), "variables without coefficient have the bit 0")
         return result
 
@@ -477,8 +479,9 @@ def _chosen(things: list[Any], number: int) -> Any:
 
 
 def _used(pair: ProblemPair) -> np.ndarray:
-    """Which variables have a coefficient."""
+    """Which variables have a coefficient; all where none has."""
     there = pair.table.table != 0
+    there |= not there.any()
     return (there.any(axis=0) | there.any(axis=1))[pair.order]
 
 
