@@ -28,7 +28,7 @@ from .steps import Step
 
 Numbers = tuple[int, ...]
 
-#: What is planted on purpose, to see that it is found: "wrong_bit", "unused_bit", "crash" or nothing.
+#: What is planted on purpose, to see that it is found: "wrong_bit", "crash" or nothing.
 planted = ""
 
 _MOST = 5
@@ -307,11 +307,7 @@ class World:
         if planted == "crash":
             os.kill(os.getpid(), signal.SIGSEGV)
         if planted == "wrong_bit" and len(result.x) > 2:
-            result.x[2] = not result.x[2]
-        if planted == "unused_bit" and pair.form in _KNOWING:
-            result.x[~_used(pair)] = True
-        if planted:
-            result.solutions[-1][:] = result.x
+            result.x[2] = result.solutions[-1][2] = not result.x[2]
         rescored.solutions += 1
         try:
             look_at(result, pair, arguments, set() if receiver is None else receiver.asked)
@@ -494,8 +490,8 @@ _SETTINGS: list[list[tuple[str, Any]]] = [
     [("solution_proximity", 0), ("solution_proximity", 5)],
     [("islands_per_gpu", 1), ("islands_per_gpu", 3)],
     [("blocks_per_island", 1), ("blocks_per_island", 4)],
-    [("restart_t0", 0), ("restart_t0", 0.001), ("restart_duration", (0.001, 1.5)), ("restart_b", 1.1)],
-    [("restart_nobest", (0.01, 0.5))],
+    [("restart_t0", 0), ("restart_t0", 0.001), ("restart_duration", (0.001, 1.5)), ("restart_b", 1.1),
+     ("restart_nobest", (0.01, 0.5))],
     [("fix_algorithm", name) for name in ("MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor")],
     [("fix_instance", name) for name in ("Random", "Mutation", "Cross", "XCross", "Zero", "One", "Best")],
     [("best_priority", -63), ("best_priority", 63)],
