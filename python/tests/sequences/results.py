@@ -4,16 +4,14 @@ from __future__ import annotations
 
 import os
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any
+from typing import Any
 
 import numpy as np
 
 import orvex
 
+from .pairs import ProblemPair
 from .reference import require
-
-if TYPE_CHECKING:
-    from .world import ProblemPair
 
 
 @dataclass

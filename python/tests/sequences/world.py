@@ -1,6 +1,6 @@
-"""All that a sequence of calls has made so far: objects of the package side by side with what must be in them. Each step
-makes its calls and looks at their results; what does not hold is raised as a Violation. Invariant: a step makes only
-calls that callers may make, or that the package must refuse.
+"""All that a sequence of calls has made so far, and its steps. Each makes its calls and looks at their results; what does
+not hold is raised as a Violation. Invariant: a step makes only calls that callers may make, or that the package must
+refuse.
 """
 
 from __future__ import annotations
@@ -13,7 +13,6 @@ import pathlib
 import pickle
 import signal
 import threading
-from dataclasses import dataclass, field
 from typing import Any, Callable
 
 import networkx
@@ -22,11 +21,11 @@ import numpy as np
 import orvex
 
 from . import forms, refusals
+from .pairs import Numbers, ProblemPair, ResultPair, SettingsPair, chosen
+from .questions import SETTINGS, SHORT, OnPurpose, Receiver, question
 from .reference import Number, Table, require
 from .results import look_at, rescored
 from .steps import Step
-
-Numbers = tuple[int, ...]
 
 #: What is planted on purpose, to see that it is found: "wrong_bit", "crash" or nothing.
 planted = ""
@@ -34,94 +33,6 @@ planted = ""
 _MOST = 5
 #: Forms whose variables without coefficient are not searched.
 _KNOWING = ("sparse", "mapping", "labels", "bqm")
-#: Seconds for searches, and for those that end by something else.
-_SHORT, _SAFETY = 0.004, 20
-
-
-class OnPurpose(Exception):
-    """What a callback raises."""
-
-
-@dataclass
-class ProblemPair:
-    real: orvex.Problem
-    table: Table
-    form: str
-    given: Any = None  # what it was made of, as long as that may change
-    order: np.ndarray = field(default_factory=lambda: np.zeros(0, dtype=int))
-
-    def energy(self, x: np.ndarray) -> Number:
-        bits = np.zeros(self.table.size, dtype=bool)
-        bits[self.order] = x
-        return self.table.energy(bits)
-
-
-@dataclass
-class SettingsPair:
-    settings: dict[str, Any] = field(default_factory=dict)
-    requests: tuple[int, ...] = ()
-
-
-@dataclass
-class ResultPair:
-    real: orvex.Result
-    problem: ProblemPair
-    data: bytes
-
-
-class Receiver:
-    """Asks for whatever the sequence says at any event, and looks at what it is shown."""
-
-    def __init__(self, problem: ProblemPair, requests: Numbers, alone: bool) -> None:
-        self._problem, self._requests, self._alone = problem, requests, alone
-        self._seen = 0
-        self._best: Number | None = None
-        self.asked: set[str] = set()
-
-    def callback(self, event: Any) -> object:
-        require(self._best is None or event.energy < self._best, "a new best is better")
-        self._best = event.energy
-        self._look(event)
-        return self._ask(event, self._requests[0])
-
-    def pulse(self, pulse: Any) -> object:
-        require(pulse.time >= 0 and pulse.flips >= 0, "a pulse has a time and flips")
-        if pulse.best is not None:
-            self._look(pulse.best)
-        return self._ask(pulse, self._requests[1])
-
-    def _look(self, event: Any) -> None:
-        require(event.energy == self._problem.energy(event.x), "an event's energy is that of its bits")
-        require(event.time >= 0, "an event has a time")
-
-    def _ask(self, event: Any, requests: int) -> object:
-        self._seen += 1
-        size = self._problem.real.size
-        if requests & 1:
-            event.hint(np.random.default_rng(requests + self._seen).integers(0, 2, size))
-        if requests & 2:
-            event.set(batch_factor=0.5)
-        if requests & 4:
-            event.set(annealing_factor=0.25, batch_factor=None)
-        if requests & 8:
-            refusals.in_callback(event, self._problem.real, requests)
-        if requests & 16:
-            event.x = None if isinstance(event, orvex.Event) else 0  # theirs to spoil
-        if requests >> 5 & 3 or self._seen <= requests >> 12 & 3:
-            return (None, False, 1, "more")[requests >> 7 & 3]
-        end = requests >> 9 & 7
-        if end == 0:
-            self.asked.add("raise")
-            raise OnPurpose
-        if end == 1 and self._alone:
-            self.asked.add("interrupt")
-            signal.raise_signal(signal.SIGINT)
-            return None
-        self.asked.add("stop")
-        if end < 4:
-            event.stop()
-            return None
-        return True
 
 
 class World:
@@ -174,13 +85,13 @@ class World:
         self._add(ProblemPair(real, given.table, given.form, given.problem))
 
     def _change_source(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is not None and pair.given is not None:
             forms.change(pair.given)
             pair.given = None
 
     def _copy_problem(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is None:
             return
         ways: list[Callable[[Any], Any]] = [
@@ -196,14 +107,14 @@ class World:
             self._problems.pop(numbers[0] % len(self._problems))
 
     def _print_problem(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is None:
             return
         require(f": {pair.real.size} variables, " in repr(pair.real), "a problem tells its size")
         require(pair.real.memory > 0, "a problem tells its memory")
 
     def _energies(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is None:
             return
         draws = np.random.default_rng(numbers)
@@ -213,7 +124,7 @@ class World:
             require(pair.real.energy(given) == pair.energy(x.astype(bool)), f"energies of {kind}")
 
     def _presolve(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is None:
             return
         left = pair.real.presolve(full=bool(numbers[1] % 2))
@@ -245,7 +156,7 @@ class World:
         if not self._settings:
             self._make_settings(numbers)
         settings = self._settings[numbers[0] % len(self._settings)].settings
-        choices = _SETTINGS[numbers[1] % len(_SETTINGS)]
+        choices = SETTINGS[numbers[1] % len(SETTINGS)]
         name, value = choices[numbers[2] % len(choices)]
         for other, _ in choices:
             settings.pop(other, None)
@@ -261,36 +172,8 @@ class World:
     def _question(
         self, pair: ProblemPair, numbers: Numbers, alone: bool = True
     ) -> tuple[dict[str, Any], Receiver | None]:
-        """Arguments of a search that ends soon."""
-        draws = np.random.default_rng(numbers)
-        settings = _chosen(self._settings, numbers[1]) or SettingsPair()
-        arguments: dict[str, Any] = dict(settings.settings)
-        ends = draws.integers(4)
-        arguments["time_limit"] = _SHORT if ends < 2 else _SAFETY
-        if ends in (1, 2):
-            arguments["trial_limit"] = int(draws.integers(1, 20))
-        if ends == 3:
-            x = draws.integers(0, 2, pair.real.size).astype(bool)
-            arguments["target"] = pair.energy(x)
-        arguments["presolve"] = [True, False, False, "full"][draws.integers(4)]
-        arguments["companion"] = ["auto", 0, 0, 0.5][draws.integers(4)]
-        if draws.integers(8) == 0:  # which ends by time and target alone
-            arguments["companion"], arguments["time_limit"] = 1, _SHORT
-            arguments.pop("trial_limit", None)
-        if draws.integers(3) == 0:
-            arguments["solutions"] = int(draws.integers(1, 8))
-        if draws.integers(3) == 0:
-            arguments["seed"] = int(draws.integers(2**63))
-        if draws.integers(6) == 0:
-            arguments["trace"] = True
-        if draws.integers(6) == 0 and pair.real.size > 3:
-            arguments["groups"] = np.array_split(draws.permutation(pair.real.size), 2)
-            arguments["time_limit"] = _SHORT  # no target need be within the groups
-        receiver = None
-        if settings.requests:
-            receiver = Receiver(pair, settings.requests, alone)
-            arguments.update(callback=receiver.callback, pulse=receiver.pulse)
-        return arguments, receiver
+        settings = chosen(self._settings, numbers[1]) or SettingsPair()
+        return question(pair, settings, numbers, alone)
 
     def _search(
         self, pair: ProblemPair, arguments: dict[str, Any], receiver: Receiver | None
@@ -324,12 +207,12 @@ class World:
             self._results = [*self._results, kept][-_MOST:]
 
     def _solve(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is not None:
             self._keep(self._search(pair, *self._question(pair, numbers)), pair)
 
     def _solve_from(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is None:
             return
         arguments, receiver = self._question(pair, numbers)
@@ -353,7 +236,7 @@ class World:
             except BaseException as failure:
                 failures.append(failure)
 
-        pairs = [pair for k in (0, 2) if (pair := _chosen(self._problems, numbers[k]))]
+        pairs = [pair for k in (0, 2) if (pair := chosen(self._problems, numbers[k]))]
         questions = [
             self._question(pair, (*numbers[:3], numbers[3] + k), alone=False)
             for k, pair in enumerate(pairs)
@@ -370,7 +253,7 @@ class World:
 
     def _checkpoint(self, numbers: Numbers) -> None:
         """Into a new file, or one that is there: of this problem or of another."""
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         if pair is None:
             return
         files = [self._folder / f"run-{len(self._checkpoints)}.checkpoint", *self._checkpoints]
@@ -397,8 +280,8 @@ class World:
         self._keep(result, pair)
 
     def _resume(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
-        file = _chosen(list(self._checkpoints), numbers[2])
+        pair = chosen(self._problems, numbers[0])
+        file = chosen(list(self._checkpoints), numbers[2])
         if pair is None or file is None:
             return
         table, best = self._checkpoints[file]
@@ -418,7 +301,7 @@ class World:
     # ---- results
 
     def _copy_result(self, numbers: Numbers) -> None:
-        pair = _chosen(self._results, numbers[0])
+        pair = chosen(self._results, numbers[0])
         if pair is None:
             return
         same = (copy.copy, copy.deepcopy, lambda r: pickle.loads(pickle.dumps(r)))[numbers[1] % 3](pair.real)
@@ -444,7 +327,7 @@ class World:
         for k, (u, v) in enumerate(graph.edges):
             if (numbers[2] + k) % 3:
                 graph.edges[u, v]["weight"] = (numbers[2] + 7 * k) % 21 - 10
-        cut = orvex.maxcut(graph, time_limit=_SHORT)
+        cut = orvex.maxcut(graph, time_limit=SHORT)
         rescored.solutions += 1
         left, right = cut.parts
         require(left | right == set(graph.nodes) and not left & right, "a cut divides the nodes")
@@ -455,7 +338,7 @@ class World:
     def _sample(self, numbers: Numbers) -> None:
         bqm, table = forms.random_bqm(numbers, self._folder)
         reads = 1 + numbers[0] % 5
-        samples = orvex.OrvexSampler(time_limit=_SHORT).sample(bqm, num_reads=reads)
+        samples = orvex.OrvexSampler(time_limit=SHORT).sample(bqm, num_reads=reads)
         rescored.solutions += len(samples)
         require(1 <= len(samples) <= reads, "there are as many samples as asked for")
         for sample, energy in samples.data(["sample", "energy"]):
@@ -465,13 +348,9 @@ class World:
             require(right, "a sample's energy is that of its bits")
 
     def _refused_call(self, numbers: Numbers) -> None:
-        pair = _chosen(self._problems, numbers[0])
+        pair = chosen(self._problems, numbers[0])
         with contextlib.redirect_stderr(io.StringIO()):
             refusals.outside(None if pair is None else pair.real, numbers[1], self._folder)
-
-
-def _chosen(things: list[Any], number: int) -> Any:
-    return things[number % len(things)] if things else None
 
 
 def _used(pair: ProblemPair) -> np.ndarray:
@@ -479,24 +358,3 @@ def _used(pair: ProblemPair) -> np.ndarray:
     there = pair.table.table != 0
     there |= not there.any()
     return (there.any(axis=0) | there.any(axis=1))[pair.order]
-
-
-#: Settings that leave a search as short as it is; of those in one row, one at a time may be set.
-_SETTINGS: list[list[tuple[str, Any]]] = [
-    [("search_cycles", (100, 20)), ("search_cycles", (0, 50)), ("search_cycles", "default"),
-     ("search_cycles_factor", (0.5, 0.1)), ("batch_factor", 0.5), ("annealing_factor", 0.25)],
-    [("tabu_cycles", 0), ("tabu_cycles", 20), ("tabu_cycles", 255)],
-    [("pool_size", 2), ("pool_size", 50)],
-    [("solution_proximity", 0), ("solution_proximity", 5)],
-    [("islands_per_gpu", 1), ("islands_per_gpu", 3)],
-    [("blocks_per_island", 1), ("blocks_per_island", 4)],
-    [("restart_t0", 0), ("restart_t0", 0.001), ("restart_duration", (0.001, 1.5)), ("restart_b", 1.1),
-     ("restart_nobest", (0.01, 0.5))],
-    [("fix_algorithm", name) for name in ("MaxMin", "PositiveMin", "CyclicMin", "RandomMin", "TwoNeighbor")],
-    [("fix_instance", name) for name in ("Random", "Mutation", "Cross", "XCross", "Zero", "One", "Best")],
-    [("best_priority", -63), ("best_priority", 63)],
-    [("inst_zero", 0), ("inst_zero", 63)],
-    [("inst_one", 1), ("inst_one", 10)],
-    [("gpus", 1)],
-    [("arithmetic_bits", 64)],
-]  # fmt: skip
