@@ -62,6 +62,8 @@ GENERAL = UPPER + np.array([[0, 5, -1], [-5, 0, 2], [1, -2, 0]])
         scipy.sparse.csc_array(GENERAL),
         scipy.sparse.csr_matrix(UPPER.T),
         scipy.sparse.lil_matrix(UPPER),
+        scipy.sparse.dok_matrix(GENERAL),
+        scipy.sparse.dok_array(UPPER),
         {(0, 0): 1, (0, 1): -2, (2, 0): 3, (1, 1): 4, (2, 1): -4, (1, 2): -1, (2, 2): -6},
         {("a", "a"): 1, ("a", "b"): -2, ("b", "b"): 4, ("a", "c"): 3, ("b", "c"): -5, ("c", "c"): -6},
         dimod.BQM.from_qubo({(i, j): UPPER[i, j] for i in range(3) for j in range(i, 3)}),

@@ -32,8 +32,9 @@ constexpr struct {
 } TARGETS[] = {
     {"model_file", orvex::fuzz::model_file}, {"formats", orvex::fuzz::formats},
     {"settings", orvex::fuzz::settings},     {"starts", orvex::fuzz::starts},
-    {"way_back", orvex::fuzz::way_back},     {"flat_lists", orvex::fuzz::flat_lists},
-    {"presolve", orvex::fuzz::presolve},
+    {"checkpoint", orvex::fuzz::checkpoint}, {"way_back", orvex::fuzz::way_back},
+    {"flat_lists", orvex::fuzz::flat_lists}, {"presolve", orvex::fuzz::presolve},
+    {"planted", orvex::fuzz::planted},
 };
 
 std::vector<std::uint8_t> contents(const std::filesystem::path& file) {

@@ -24,6 +24,7 @@ void model_file(Input input);
 void formats(Input input);
 void settings(Input input);
 void starts(Input input);
+void checkpoint(Input input);
 void way_back(Input input);
 void flat_lists(Input input);
 void presolve(Input input);

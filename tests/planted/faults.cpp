@@ -9,6 +9,8 @@
 
 #include <orvex/orvex.hpp>
 
+#include "rescored.hpp"
+
 namespace {
 
 volatile int kept;
@@ -58,6 +60,12 @@ void race(int) {
     kept = shared;
 }
 
+/** An energy that is not that of its bits, beside one that is. */
+void wrong_energy(int index) {
+    orvex::test::count_rescored(true);
+    orvex::test::count_rescored(index != 0);
+}
+
 /** An invariant of the library itself: indices of variables. */
 void assertion(int index) {
     orvex::Model model(3, 8);
@@ -75,6 +83,7 @@ constexpr struct {
     {"overflow", overflow},
     {"shift_too_far", shift_too_far},
     {"race", race},
+    {"wrong_energy", wrong_energy},
     {"assertion", assertion},
 };
 

@@ -57,10 +57,10 @@ def read(problem: Any, scale: Scale) -> Form:
         return _from_file(problem, scale)
     if all(hasattr(problem, name) for name in ("vartype", "iter_quadratic", "get_linear")):
         return _from_bqm(problem, scale)
+    if hasattr(problem, "tocoo"):  # before mappings: some sparse matrices of scipy are dictionaries
+        return _from_sparse(problem, scale)
     if isinstance(problem, Mapping):
         return _from_mapping(problem, scale)
-    if hasattr(problem, "tocoo"):
-        return _from_sparse(problem, scale)
     return _from_matrix(problem, scale)
 
 

@@ -64,7 +64,8 @@ class Problem:
         - the path of a file in any of the formats that the command-line caller reads; :func:`read` is
           for those that need more than a path.
 
-        Variables without a coefficient have the bit 0 and cost nothing.
+        Variables without a coefficient cost nothing. In a sparse matrix, a mapping or a model of dimod that has
+        any coefficient they have the bit 0; elsewhere either bit.
     scale
         The library searches integers. Integers, and floats that are whole numbers, are taken as they are.
         Others are all multiplied by one factor:

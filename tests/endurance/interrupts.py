@@ -1,0 +1,103 @@
+#!/usr/bin/env python3
+"""Ctrl-C at any moment of a search: the program ends soon, with its best solution, however large the problem is.
+
+    tests/endurance/interrupts.py PROGRAM [--runs N] [--size N] [--seed S]
+
+Sizes go up to --size; every fifth problem has it. What is measured is the time from the signal to the end of the
+process, in which the search ends, the result is written and the memory is given back.
+"""
+import argparse
+import json
+import os
+import pathlib
+import pty
+import random
+import select
+import signal
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+MOST = 0.2  # seconds from the signal to the end
+
+
+def problem(size, draws):
+    """Weights with some neighbours for each variable, all of them for small problems."""
+    weights = {}
+    for _ in range(size * min(size, 16)):
+        i, j = sorted((draws.randrange(size), draws.randrange(size)))
+        weights[i, j] = draws.randint(-10, 10)
+    return weights
+
+
+def write(weights, size, file):
+    lines = "".join(f"{i} {j} {w}\n" for (i, j), w in weights.items())
+    file.write_text(f"{size} {len(weights)} -10 10\n{lines}")
+
+
+def under_way(program, file):
+    """A run whose display says that it searches; signals are caught from before that on."""
+    master, slave = pty.openpty()
+    process = subprocess.Popen(
+        [program, "solve", file, "--time-limit", "0", "--presolve", "off", "--json"],
+        stdout=subprocess.PIPE, stderr=slave, text=True,
+        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
+    os.close(slave)
+    shown = b""
+    end = time.monotonic() + 120
+    while b" | " not in shown:
+        if time.monotonic() > end or process.poll() is not None:
+            process.kill()
+            raise SystemExit(f"no search began: {shown.decode(errors='replace')}")
+        if select.select([master], [], [], 1)[0]:
+            shown += os.read(master, 4096)
+    return process, master
+
+
+def lateness(program, file, weights, delay):
+    process, master = under_way(program, file)
+    time.sleep(delay)
+    sent = time.monotonic()
+    process.send_signal(signal.SIGINT)
+    # Whoever waits for the output must read what is displayed, or the program waits to write it.
+    output, _ = process.communicate(timeout=100)
+    late = time.monotonic() - sent
+    os.close(master)
+    result = json.loads(output)
+    ones = {i for i, bit in enumerate(result["bits"]) if bit == "1"}
+    energy = sum(w for (i, j), w in weights.items() if i in ones and j in ones)
+    assert process.returncode == 0 and result["status"] == "interrupted", output[:500]
+    assert energy == result["energy"], f"the energy is {energy}, not {result['energy']}"
+    return late
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("program")
+    parser.add_argument("--runs", type=int, default=200)
+    parser.add_argument("--size", type=int, default=10000)
+    parser.add_argument("--seed", type=int, default=time.time_ns() % 10**6)
+    options = parser.parse_args()
+    draws = random.Random(options.seed)
+    late = []
+    with tempfile.TemporaryDirectory() as folder:
+        file = pathlib.Path(folder) / "model.qubo"
+        for k in range(options.runs):
+            size = options.size if k % 5 == 0 else draws.randint(2, options.size)
+            weights = problem(size, draws)
+            write(weights, size, file)
+            late.append((lateness(options.program, file, weights, draws.uniform(0, 2)), size))
+    times = sorted(seconds for seconds, _ in late)
+    print(f"Ctrl-C: {options.runs} runs up to {options.size} variables (seed {options.seed}) end within "
+          f"{statistics.median(times):.3f} s at the median, {times[len(times) * 99 // 100]:.3f} s in 99 of 100, "
+          f"{times[-1]:.3f} s at most ({max(late)[1]} variables)")
+    if times[-1] > MOST:
+        print(f"  TOO MUCH: the end comes more than {MOST} s behind the signal")
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
