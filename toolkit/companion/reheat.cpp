@@ -8,6 +8,9 @@
 // (after the same time 0.1 to 0.4 % above in the energy of planar graphs and lattices of some
 // thousand nodes). For a million variables, regions alone instead of everything at once (after the
 // same time 8 % above in the energy of a torus: regions of some thousand are too many to go round).
+// Merging the best of the other threads into an elite that is united with the older one (with two
+// threads 0.06 % above in the energy of a planar graph of 5000 nodes: threads that share what they
+// have soon have the same).
 
 #include <algorithm>
 #include <cstdint>
