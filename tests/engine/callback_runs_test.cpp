@@ -123,10 +123,10 @@ TEST_F(CallbackRuns, IslandsTellWhatTheyHaveDone) {
 TEST_F(CallbackRuns, PoolsHandOverTheirBestAtTheEnd) {
     const Sol sol = runWith([](ON_EVENT& self, const std::string& event) {
         EXPECT_TRUE(self.solutions().empty()) << "not before the end";
-        if (event == "init") self.want_solutions(20);
+        if (event == "init") self.want_solutions(8);
     });
     const std::vector<Sol>& solutions = callback->solutions();
-    ASSERT_EQ(solutions.size(), 20u);
+    ASSERT_EQ(solutions.size(), 8u);
     std::vector<long> energies;
     std::set<std::vector<std::uint64_t>> different;
     for (const Sol& solution : solutions) {
