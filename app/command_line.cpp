@@ -26,7 +26,7 @@ constexpr const char* EXAMPLES = R"(Examples:
   orvex generate dense --size 4096 - | orvex solve -
 
 "orvex COMMAND --help" shows the options of a command. Where a file is read or
-written, - stands for standard input or output.
+written, - means standard input or output.
 
 Exit status:
   0   solved, or ended by a limit or by the first Ctrl-C
@@ -47,7 +47,7 @@ Examples:
 
 constexpr const char* BENCH_FOOTER =
     R"(Every run ends at the target, or at --time-limit (10 seconds by default) or
---trials. Without --target, the lowest energy that these runs found stands for
+--trials. Without --target, the lowest energy that these runs found takes the place of
 it. Times count from the start of presolve, without reading the file.
 
 The 99 % time is the time in which repeated runs reach the target with a

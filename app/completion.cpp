@@ -17,7 +17,7 @@ struct Value {
     bool none = false;  ///< nothing: a flag
     bool file = false;
     std::string words{};   ///< to choose from, with blanks between; empty: anything
-    std::string suffix{};  ///< behind a word, where more follows
+    std::string suffix{};  ///< after a word, where more follows
 };
 
 std::string with_blanks(std::string list, char separator) {
@@ -43,7 +43,7 @@ Value value_of(const CLI::Option& option) {
         return keys;
     }
     if (type.find('|') != std::string::npos) {
-        // What is in capitals stands for something else.
+        // What is in capitals is a placeholder.
         std::istringstream choices(with_blanks(type, '|'));
         Value value;
         for (std::string word; choices >> word;)

@@ -46,7 +46,7 @@ void GenerateCommand::describe() {
 
 int GenerateCommand::run() {
     if (!make_) throw InputError("name a kind of model; --help lists them");
-    const Rows model = make_();
+    const GeneratedModel model = make_();
     OutputFile file(output_);
     write_model(model, file);
     file.finish();
@@ -56,7 +56,7 @@ int GenerateCommand::run() {
 }
 
 CLI::App* GenerateCommand::add_kind(const std::string& name, const std::string& what,
-                                    const char* footer, std::function<Rows()> make) {
+                                    const char* footer, std::function<GeneratedModel()> make) {
     CLI::App* kind = command_->add_subcommand(name, what);
     kind->footer(footer);
     kind->add_option("OUT", output_, "file to write; - for standard output")
@@ -144,7 +144,7 @@ void GenerateCommand::add_sparse() {
     add_seed(kind);
 }
 
-Rows GenerateCommand::graph_model(Graph graph) const {
+GeneratedModel GenerateCommand::graph_model(Graph graph) const {
     if (signs_ && gaussian_) throw InputError("--signs and --gaussian exclude each other");
     if (signs_) draw_signs(graph, graph_seed("--signs", *signs_));
     if (gaussian_)

@@ -34,7 +34,7 @@ class GenerateCommand {
 
   private:
     CLI::App* add_kind(const std::string& name, const std::string& what, const char* footer,
-                       std::function<Rows()> make);
+                       std::function<GeneratedModel()> make);
     void add_palubeckis();
     void add_k2000();
     void add_dense();
@@ -60,11 +60,11 @@ class GenerateCommand {
     /** Options that must be given, as whole numbers. */
     void add_number(CLI::App* kind, const char* name, std::int64_t& number, const char* what);
     /** The model of a problem whose lowest energy is told when it is written. */
-    Rows known(Planted planted);
-    Rows graph_model(Graph graph) const;
+    GeneratedModel known(Planted planted);
+    GeneratedModel graph_model(Graph graph) const;
 
     CLI::App* command_;
-    std::function<Rows()> make_;  // of the kind that was chosen
+    std::function<GeneratedModel()> make_;  // of the kind that was chosen
     std::string output_;
     std::int64_t size_ = 0, rows_ = 0, columns_ = 0;
     std::int64_t smallest_ = -100, largest_ = 100;

@@ -117,7 +117,7 @@ void GenerateCommand::add_regular() {
 
 // ---- problems whose lowest energy is known -------------------------------------------------
 
-Rows GenerateCommand::known(Planted planted) {
+GeneratedModel GenerateCommand::known(Planted planted) {
     lowest_ = planted.lowest;
     return std::move(planted.model);
 }

@@ -8,7 +8,7 @@
 
 namespace orvex::cli {
 
-/** A text in lines of at most so many columns, each behind an indent; line breaks stay. */
+/** A text in lines of at most that many columns, each after an indent; line breaks stay. */
 std::string wrapped(const std::string& text, std::size_t columns, std::size_t indent = 0);
 
 /** Options and commands in two columns: names, and what they mean. */

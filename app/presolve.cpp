@@ -43,7 +43,7 @@ int presolve(const PresolveCommand& command) {
     write_way_back(presolved, way_back);
     OutputFile back(way_back_file);
     back.write(way_back.str());
-    // A model has a variable at least: where none is left, one that weighs nothing stands for it.
+    // A model has a variable at least: where none is left, one that weighs nothing takes its place.
     const bool solved = presolved.optimal();
     const Problem reduced =
         problem_of(solved ? sparse_qubo({0}, {}) : SparseQubo(presolved.reduced()));

@@ -1,4 +1,4 @@
-// Files that may be standard input, which "-" stands for.
+// Files that may be standard input, which "-" means.
 #pragma once
 
 #include <algorithm>

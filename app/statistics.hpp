@@ -39,7 +39,7 @@ std::optional<double> quantile(const TimesToTarget& times, double share);
 /** The time in which repeated runs come to the target with a probability of 99 %. */
 struct RepeatedRuns {
     double seconds;
-    double cutoff;  ///< each run is given up after so many seconds
+    double cutoff;  ///< seconds after which each run is given up
 };
 
 /**

@@ -3,7 +3,7 @@
 //   companion MODEL [SECONDS [SEED [THREADS [TARGET]]]]
 //
 // Prints a line of comma-separated values for each new best: processor seconds, energy, attempted
-// flips per second. Ends after so many processor seconds of each thread, or at the target.
+// flips per second. Ends after a number of processor seconds of each thread, or at the target.
 #include "toolkit/companion/companion.hpp"
 
 #include <chrono>

@@ -4,7 +4,7 @@
 //
 //   flips [SIZES [RULES [FORMS [all]]]]   separated by commas: sizes, rules by their numbers, forms
 //                                        of rows by their names ("8-bit" has a second model of
-//                                        weights 1 and -1, "sparse" stands for a sparse model of
+//                                        weights 1 and -1, "sparse" is a sparse model of
 //                                        these); all: with each instruction set of the processor
 //                                        that there are loops for, not only with the best
 //
@@ -254,7 +254,7 @@ void measure(const MODEL& model, const char* kind, const CPU_ROWS<E>& rows,
 /** With the deltas that a launch would take. */
 void measure(const MODEL& model, const char* kind, ROW_FORM form, const std::vector<int>& rules) {
     const CPU_ROWS<E> rows(model.weights.data(), model.shape.size, form);
-    if (rows.survey().delta_bits(form, model.shape.size, 32) == 16)
+    if (rows.statistics().delta_bits(form, model.shape.size, 32) == 16)
         measure<std::int16_t>(model, kind, rows, rules);
     else
         measure<std::int32_t>(model, kind, rows, rules);

@@ -16,7 +16,7 @@ os.environ["OMP_NUM_THREADS"] = "1"
 
 
 def read_model(path):
-    """Lines "i j weight" behind a header line; one energy term each."""
+    """Lines "i j weight" after a header line; one energy term each."""
     with gzip.open(path, "rt") as file:
         size = int(file.readline().split()[0])
         terms = [tuple(map(int, line.split()[:3])) for line in file if line.strip()]

@@ -227,7 +227,7 @@ def write_plots(args, python, times, flip_rows):
 
 
 def write_section(path, name, text):
-    """Replaces what stands between the two marks of a section; the rest is written by hand."""
+    """Replaces what is between the two marks of a section; the rest is written by hand."""
     begin, end = f"<!-- {name} -->\n", f"<!-- end of {name} -->"
     page = path.read_text()
     before, rest = page.split(begin)

@@ -38,7 +38,7 @@ nitpicky = False
 
 
 def setup(app):
-    """Lets the index name pages by patterns that match none, and keeps napoleon from taking what stands before a
+    """Lets the index name pages by patterns that match none, and keeps napoleon from taking what is before a
     colon in an attribute's text for its type."""
     texts = {}
 

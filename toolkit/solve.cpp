@@ -11,6 +11,7 @@
 #include "toolkit/companion/companion.hpp"
 #include "toolkit/run/checkpoint_writer.hpp"
 #include "toolkit/run/companion_run.hpp"
+#include "toolkit/run/distinct.hpp"
 #include "toolkit/run/library_run.hpp"
 #include "toolkit/run/prepare.hpp"
 #include "toolkit/run/record.hpp"
@@ -49,6 +50,7 @@ void expect_sound(const Problem& problem, const SolveOptions& options) {
     expect_settings(options.settings);
     expect_bits(options.starts, "start", problem.size);
     expect_bits(options.hints, "hint", problem.size);
+    if (options.solutions < 1) throw InputError("at least one solution must be wanted");
     if (options.groups) expect_groups(*options.groups, problem.size);
 }
 
@@ -102,7 +104,8 @@ std::string seconds_text(double seconds) {
     return text;
 }
 
-/** The best solution of the record, with what a run of the library tells, or what stands for it. */
+/** The best solution of the record, with what a run of the library tells, or what takes its place.
+ */
 Sol told(const Record& record, const Sol* librarys, double search_time) {
     const Found& best = record.history().back();
     Sol solution = best.solution;
@@ -121,6 +124,11 @@ Sol told(const Record& record, const Sol* librarys, double search_time) {
     solution.set("energy", std::to_string(best.energy));
     solution.set("tts", seconds_text(best.time));
     return solution;
+}
+
+/** How many solutions are worth keeping for the end: none where the best is enough. */
+int beside_best(const SolveOptions& options) {
+    return options.solutions == 1 ? 0 : options.solutions;
 }
 
 // ---- search --------------------------------------------------------------------------------
@@ -152,8 +160,10 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
                 .threads = crew.companion_threads,
                 .seed = options.seed,
                 .groups = prepared.groups,
-                .time_limit = limits.shown > 0 ? limits.shown : CompanionOptions{}.time_limit});
+                .time_limit = limits.shown > 0 ? limits.shown : CompanionOptions{}.time_limit,
+                .solutions = beside_best(options)});
     std::optional<Sol> start, librarys;
+    std::vector<Sol> good;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
     // Of many offers the oldest are dropped, which are the worst.
     if (companion && !crew.library)
@@ -174,9 +184,11 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
         if (limits.target) result.parameters["target_energy"] = std::to_string(*limits.target);
         events.planned(*result.plan, result.parameters);
         trace.begin(options, record, result.preparation, &*result.plan, result.parameters);
-        LibraryResult run = run_library(searched, settings, start ? &*start : nullptr, record,
-                                        companion ? &*companion : nullptr, trace);
+        LibraryResult run =
+            run_library(searched, settings, start ? &*start : nullptr, beside_best(options), record,
+                        companion ? &*companion : nullptr, trace);
         librarys = std::move(run.solution);
+        good = std::move(run.pool);
         result.search_time = run.search_time;
     } else {
         trace.begin(options, record, result.preparation, nullptr, {});
@@ -188,6 +200,10 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
     result.solution = told(record, librarys ? &*librarys : nullptr, result.search_time);
     result.history = record.bests_in_time();
     result.energy = result.history.back().energy;
+    if (companion)
+        for (const Solution& solution : companion->solutions())
+            good.push_back(solution_of(solution.bits));
+    result.solutions = best_distinct(record, good, options.solutions);
     result.bound = limits.bound;
     settings.target = limits.target;
     result.ending =

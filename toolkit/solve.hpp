@@ -23,6 +23,7 @@ struct Result {
     long energy = 0;  ///< its energy, added up from the bits
     Ending ending = Ending::ENDED;   ///< why the search ended
     std::vector<Found> history;      ///< every new best, the last of them the solution
+    std::vector<Ranked> solutions;   ///< distinct, as many as are wanted and known, the best first
     std::optional<Wide> bound;       ///< no energy of the problem is below, where that is known
     Preparation preparation;         ///< what was searched, and by whom
     std::optional<Plan> plan;        ///< what the library's run was, if it searched

@@ -1,4 +1,4 @@
-// Benchmark instances that were published as a generator, `orvex generate palubeckis`.
+// Benchmark instances that were published as a program, `orvex generate palubeckis`.
 #pragma once
 
 #include <cstdint>

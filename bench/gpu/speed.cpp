@@ -2,7 +2,7 @@
 //
 //   orvex_gpu_speed [SIZE...]
 //
-// Each figure stands beside what bounds it, measured in the same process:
+// Each figure is shown beside what bounds it, measured in the same process:
 //   * flips per second, and the bytes of matrix rows that they read per second;
 //   * those bytes as a share of what a copy within device memory moves (bytes read plus written),
 //     and of what blocks of the same shape reach that only read random rows of as large a matrix;

@@ -3,7 +3,7 @@
 //
 //   orvex_gpu_times [--models FOLDER] [NAME...]
 //
-// Instances are read from FOLDER/NAME.qubo.gz; those that are published as a generator are made
+// Instances are read from FOLDER/NAME.qubo.gz; those that are published as a program are made
 // where the file is missing. The times are the solver's own "tts": from the entry of the first
 // block to the finding, without the host's preparation. Every energy is added up again from the
 // model.

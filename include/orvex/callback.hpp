@@ -60,6 +60,20 @@ class ORVEX_API Callback {
     const std::vector<IslandState>& islands() const;
 
     /**
+     * Asks runs for the best of what is in their pools when they end.
+     *
+     * @param count of distinct solutions, at most; 0, as it is first: none
+     */
+    void want_solutions(long count);
+
+    /**
+     * The best distinct solutions of all islands' pools at the end of the last run, the best first.
+     * There may be fewer than were wanted, and a best of the run that an island has forgotten in a
+     * restart is not among them.
+     */
+    const std::vector<Sol>& solutions() const;
+
+    /**
      * Gives the run a hint: a solution to search from. It is copied; its length is not checked
      * against the model. Of several within one event the last counts.
      *
@@ -88,7 +102,7 @@ class ORVEX_API Callback {
     /**
      * Leaves a request with a value.
      *
-     * - "alarm": an "alarm" event after so many seconds. It comes once, and each event that comes
+     * - "alarm": an "alarm" event after that many seconds. It comes once, and each event that comes
      *   before pushes it back to the full delay.
      * - "new": "0" stops "new" events, anything else starts them.
      * - "hint": "0" bars the hint algorithm from selection, anything else admits it.
@@ -99,7 +113,7 @@ class ORVEX_API Callback {
      * Any other word ends the process with status 1 and
      * "Error: Wrong callback set operation [<operation>]." on standard error.
      *
-     * @throws std::invalid_argument when the value of "alarm" or of a factor is no number; the
+     * @throws std::invalid_argument when the value of "alarm" or of a factor is not a number; the
      * caller must not let this leave an event
      * @throws std::out_of_range when it is one that its type cannot hold; the same
      */
@@ -136,6 +150,8 @@ struct ORVEX_API Callback::Impl {
      */
     unsigned char end_at_once = 0;
     std::vector<IslandState> islands;  ///< filled before "new" and "alarm", and by the run's end
+    long solutions_wanted = 0;         ///< of the pools, at the run's end
+    std::vector<Sol> solutions;        ///< filled by the run's end
 };
 
 }  // namespace orvex

@@ -10,7 +10,7 @@ namespace orvex {
 
 /** An island, as the results tell of it that have come back to it. */
 struct IslandState {
-    /** The energy that stands for "none yet". */
+    /** The energy that means "none yet". */
     static constexpr long NO_ENERGY = std::numeric_limits<long>::max();
 
     long current = NO_ENERGY;     ///< lowest energy since its last restart, among those below 0

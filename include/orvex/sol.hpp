@@ -78,7 +78,7 @@ class ORVEX_API Sol {
      *
      * @param option the section: "sol" for the bits as a line of digits, "attrs" for the attributes
      *     of the solution as key=value on one line, "env" for those of the run, "log" for the log
-     * as it stands; empty for all four. A last character that is not a letter is the delimiter
+     * as it is; empty for all four. A last character that is not a letter is the delimiter
      *     between attributes and between digits. Otherwise it is a blank, and between digits a
      * blank is left out. Any other word ends the process with status 1 and `Error: wrong sol print
      * option "<option>".` on standard error.

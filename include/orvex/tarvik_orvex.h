@@ -228,7 +228,7 @@ TARVIK_ORVEX_API const char* tarvik_orvex_info(const tarvik_orvex_handle* handle
  * Asks for an event 2 after this many seconds.
  *
  * It comes once: the event function asks again for another one. Any event that comes first puts a
- * timer that is not due yet back to the full delay, so that it runs out after so many seconds of
+ * timer that is not due yet back to the full delay, so that it runs out after that many seconds of
  * quiet; asking anew within that event changes the delay. The event is brought by the next result
  * that comes back from a block, and so is late by at most that.
  *

@@ -25,7 +25,8 @@ using ORVEX_PYTHON_TRACE = void (*)(const char* line);
 /** What a search brought, beside solutions and texts. */
 struct ORVEX_PYTHON_SUMMARY {
     double load_time, search_time;
-    std::int64_t found;  ///< entries of the history
+    std::int64_t found;      ///< entries of the history
+    std::int64_t solutions;  ///< distinct good ones
     const char* ending;
     const char* checkpoint_failure;  ///< empty where there is none
 };
@@ -99,6 +100,7 @@ SolveOptions options_of(const Problem& problem, const ORVEX_PYTHON_OPTIONS& give
     take(options.starts, given.starts);
     take(options.hints, given.hints);
     if (given.checkpoint != nullptr) options.checkpoint = given.checkpoint;
+    options.solutions = given.solutions;
     return options;
 }
 
@@ -141,6 +143,7 @@ ORVEX_PYTHON_API void orvex_python_summary(const Result* result, ORVEX_PYTHON_SU
     *summary = {.load_time = result->load_time,
                 .search_time = result->search_time,
                 .found = static_cast<std::int64_t>(result->history.size()),
+                .solutions = static_cast<std::int64_t>(result->solutions.size()),
                 .ending = text_of(result->ending),
                 .checkpoint_failure = result->checkpoint_failure.c_str()};
 }
@@ -152,6 +155,12 @@ ORVEX_PYTHON_API const std::uint64_t* orvex_python_found(const Result* result, s
     *seconds = found.time;
     *energy = found.energy;
     return found.solution.impl().data.get();
+}
+
+/** The bits of one of the distinct good solutions. */
+ORVEX_PYTHON_API const std::uint64_t* orvex_python_solution(const Result* result,
+                                                            std::int64_t index) {
+    return result->solutions[static_cast<std::size_t>(index)].solution.impl().data.get();
 }
 
 /** What the run and the library tell of themselves; empty where there is nothing to tell. */

@@ -12,7 +12,7 @@
 
 #define ORVEX_PYTHON_API extern "C" __attribute__((visibility("default")))
 
-/** What a search is given; null stands for what the caller leaves open. */
+/** What a search is given; null is what the caller leaves open. */
 struct ORVEX_PYTHON_OPTIONS {
     const double* time_limit;
     const std::int64_t* target;
@@ -28,6 +28,7 @@ struct ORVEX_PYTHON_OPTIONS {
     const std::uint64_t* words;         ///< the bits of the starts, then of the hints
     std::uint64_t seed;                 ///< of the companion
     const char* checkpoint;             ///< file that is kept up
+    int solutions;                      ///< distinct ones that are wanted
 };
 
 namespace orvex::python {

@@ -35,9 +35,9 @@ def test_workers_that_die_again_and_again_cost_their_last_seconds_alone():
         killed = []
 
         def kill(pulse):
-            rows = pulse._search.rows
-            restarts = sum(row.restarts for row in rows)
-            if restarts < len(killed) or any(row.state.name != "SEARCHING" for row in rows):
+            searches = pulse._search.searches
+            restarts = sum(search.restarts for search in searches)
+            if restarts < len(killed) or any(search.state.name != "SEARCHING" for search in searches):
                 return False
             if len(killed) == 5:
                 return True

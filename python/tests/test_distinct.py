@@ -34,6 +34,16 @@ def test_many_solutions_of_a_large_problem_are_good_ones():
         orvex.solve(matrix, solutions=0)
 
 
+@pytest.mark.parametrize("companion", [0, 1])
+def test_solutions_are_as_different_as_those_of_the_search(companion):
+    """Not just neighbours of the best: each of those has one that differs in a single bit."""
+    matrix = random_matrix(200, seed=4)
+    result = orvex.solve(matrix, solutions=50, time_limit=1.5, presolve=False, companion=companion)
+    x = np.array([solution.x for solution in result.best], dtype=int)
+    distances = (x[:, None, :] != x[None, :, :]).sum(axis=2)
+    assert np.median(distances[np.triu_indices(50, 1)]) > 4
+
+
 def test_solutions_of_real_coefficients_are_in_the_order_of_their_true_energies():
     matrix = np.random.default_rng(3).normal(size=(10, 10))
     every = np.array(list(itertools.product((0, 1), repeat=10)))

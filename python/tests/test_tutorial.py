@@ -1,4 +1,4 @@
-"""The programs of the pages and of the README run, in order, and print what is shown behind them."""
+"""The programs of the pages and of the README run, in order, and print what is shown after them."""
 
 import contextlib
 import io

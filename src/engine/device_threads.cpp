@@ -53,6 +53,7 @@ int shared_memory_carveout(const RUN_STATE& run) {
 // ---- the phases ----------------------------------------------------------------------------
 
 void DEV_THREAD::init_func() {
+    assert(id >= 0 && id < run.gpus && !stream);
     cuda_check(cudaSetDevice(id));
     cuda_check(cudaStreamCreateWithFlags(&stream, cudaStreamNonBlocking));
     cuda_check(create_copy_stream(&control));
@@ -114,7 +115,7 @@ void DEV_THREAD::kernel_func() {
     assert(wmat && seeds && device_state);
     cuda_check(cudaSetDevice(id));
     const int carveout = shared_memory_carveout(run);
-    // A wish; whether it is granted does not matter, and a refusal must not be found behind the
+    // A wish; whether it is granted does not matter, and a refusal must not be found after the
     // search as if it were that of the kernel.
     if (carveout > 0 &&
         cudaFuncSetAttribute(run.band.kernel, cudaFuncAttributePreferredSharedMemoryCarveout,

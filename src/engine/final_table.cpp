@@ -16,6 +16,7 @@ void ISLAND::print(int number, bool winner, long best_energy) const {
 
 void ALLISLAND::print() {
     assert(islands.size() == static_cast<std::size_t>(count) && run.dev_threads);
+    assert(summary.instance_count == decltype(summary.instance_count){});  // once for each run
     summary.received = 0;
     summary.flips = 0;
     for (const auto& island : islands) {

@@ -15,15 +15,15 @@
 
 namespace orvex::engine {
 
-/** What has been built is the generator's. */
+/** `out` has been built by this generator. */
 void SOLPOOL::built(unsigned char kind) {
-    assert(kind < GENERATORS);
+    assert(out && kind < GENERATORS);
     out->inst = static_cast<signed char>(kind);
 }
 
 /** A member, all of them equally likely. */
 INSTANCE SOLPOOL::drawnMember() {
-    assert(state != 0 && pool_size > 0);  // a generator that stands at 0 stays there
+    assert(pool_size > 0);
     return pool[draw() % static_cast<unsigned long>(pool_size)];
 }
 
@@ -39,8 +39,10 @@ signed char SOLPOOL::selAlgorithm() {
     if (run.fix_algorithm != -1) return run.fix_algorithm;
     if (draw() % 20 != 0) {
         const signed char member = drawnMember().algorithm;
+        assert(member >= -1 && member <= NO_ALGORITHM);
         if (member != -1 && member != run.exclude_algorithm) return member;
     }
+    static_assert(ALGORITHMS > 1);  // one is left where one is excluded
     signed char any;
     do {
         any = static_cast<signed char>(draw() % ALGORITHMS);
@@ -63,11 +65,14 @@ signed char SOLPOOL::selInst() {
     }
     const signed char member = drawnMember().inst;
     // A member made at random carries no information.
+    assert(member >= 0 && member <= NO_GENERATOR);
     if (member != RANDOM) return member;
+    static_assert(HINT == 8 && ALL_BEST == 9);  // those before need nothing but the pools
     return static_cast<signed char>(draw() & 7);
 }
 
 void SOLPOOL::random(unsigned char kind) {
+    assert(out && out->words == run.band.words());
     for (int w = 0; w < out->words; ++w)
         out->bits[w] = draw();
     built(kind);
@@ -119,7 +124,7 @@ void SOLPOOL::cross(unsigned char kind, const SOLPOOL& other) {
 
 /** The previous instance with some ones cleared: one in 2^inst_zero. */
 void SOLPOOL::zero(unsigned char kind) {
-    selIdx();  // only moves the generator on
+    selIdx();  // for its draw alone
     for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = 0;
         for (int k = 0; k < run.inst_zero; ++k)
@@ -131,7 +136,7 @@ void SOLPOOL::zero(unsigned char kind) {
 
 /** The previous instance with some zeros set: one in 2^inst_one. */
 void SOLPOOL::one(unsigned char kind) {
-    selIdx();  // only moves the generator on
+    selIdx();  // for its draw alone
     for (int w = 0; w < out->words; ++w) {
         std::uint64_t mask = ~std::uint64_t{0};
         for (int k = 0; k < run.inst_one; ++k)
@@ -144,6 +149,7 @@ void SOLPOOL::one(unsigned char kind) {
 /** A member with about half of its ones cleared. */
 void SOLPOOL::intervalZero(unsigned char kind) {
     const INSTANCE member = pool[selIdx()];
+    assert(member.words == out->words);
     for (int w = 0; w < out->words; ++w)
         out->bits[w] = member.bits[w] & draw();
     built(kind);
@@ -152,12 +158,12 @@ void SOLPOOL::intervalZero(unsigned char kind) {
 /**
  * Mixes the special record with a base: one time in 20 the special record itself, else a member. A
  * priority from -9 to -1 takes a share of 2^priority of the bits from the special record; above 9
- * all of them, below -9 none. From 0 to 9 the previous instance stands, and only the generator of
- * random numbers moves on.
+ * all of them, below -9 none. From 0 to 9 the previous instance stays, though its numbers are
+ * drawn.
  */
 void SOLPOOL::mix(unsigned char kind, const INSTANCE& special) {
     const INSTANCE base = draw() % 20 == 0 ? special : pool[selIdx()];
-    assert(base.words == out->words);
+    assert(base.words == out->words && special.words == out->words);
     for (int w = 0; w < out->words; ++w) {
         const int priority = run.best_priority;
         const std::uint64_t special_word = relaxed(special.bits[w]);
@@ -197,7 +203,7 @@ void ISLAND::generate(signed char kind) {
         case CROSS:
             return pool.cross(CROSS);
         case XCROSS:
-            // Behind a restart the neighbour's pool has nothing to give yet.
+            // After a restart the neighbour's pool has nothing to give yet.
             if (cross_pause > 0) return pool.cross(CROSS);
             return pool.cross(XCROSS, run.allisland->neighbourOf(id).pool);
         case ZERO:

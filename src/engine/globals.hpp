@@ -33,6 +33,7 @@ struct GLOBAL_VARS : RUN_STATE {
 
     /** Tells the callback, if there is one, what each island has done. */
     void tellIslands();
+    void tellPools();
 
     /** Ends the run at once if the callback's owner has asked for it between events. */
     void obeyOwner();

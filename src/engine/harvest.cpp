@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cstdio>
 #include <mutex>
+#include <span>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -24,6 +25,7 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
     };
     assert(allisland && restart_clock && (!final || dev_threads));
     const INSTANCE& allbest = *allisland->allbest;
+    assert(allbest.words == band.words() && (to.words == 0 || to.data));
     to.attrs.clear();
     to.attrs["solver"] = "orvex";
     to.attrs["size"] = std::to_string(size);
@@ -48,6 +50,7 @@ void GLOBAL_VARS::get_sol(Sol::Impl& to, bool final) {
 
 void GLOBAL_VARS::tellIslands() {
     if (!callback) return;
+    assert(allisland);
     static_assert(std::tuple_size_v<decltype(IslandState::rules)> == ALGORITHMS);
     static_assert(std::tuple_size_v<decltype(IslandState::generators)> == GENERATORS);
     const auto known = [](const INSTANCE& record) {
@@ -72,8 +75,45 @@ void GLOBAL_VARS::tellIslands() {
     }
 }
 
+/** When the threads of all islands have ended. */
+void GLOBAL_VARS::tellPools() {
+    if (!callback) return;
+    std::vector<Sol>& told = callback->impl().solutions;
+    told.clear();
+    const long wanted = callback->impl().solutions_wanted;
+    if (wanted <= 0) return;
+
+    struct MEMBER {
+        std::int64_t energy;
+        std::span<const std::uint64_t> bits;
+    };
+    std::vector<MEMBER> members;
+    for (const auto& island : allisland->islands)
+        for (std::size_t slot = 0; slot < island->pool.pool.size(); ++slot) {
+            const INSTANCE record = island->pool.pool[slot];
+            if (record.energy == device::NO_ENERGY) continue;  // random bits that nothing replaced
+            members.push_back(
+                {record.energy, {record.bits, static_cast<std::size_t>(record.words)}});
+        }
+    std::sort(members.begin(), members.end(), [](const MEMBER& a, const MEMBER& b) {
+        if (a.energy != b.energy) return a.energy < b.energy;
+        return std::ranges::lexicographical_compare(a.bits, b.bits);
+    });
+    const auto same = [](const MEMBER& a, const MEMBER& b) {
+        return std::ranges::equal(a.bits, b.bits);
+    };
+    members.erase(std::unique(members.begin(), members.end(), same), members.end());
+    if (std::cmp_less(wanted, members.size())) members.resize(static_cast<std::size_t>(wanted));
+    for (const MEMBER& member : members) {
+        Sol::Impl& to = told.emplace_back(size).impl();
+        assert(std::cmp_less_equal(to.words, member.bits.size()));
+        std::copy_n(member.bits.begin(), to.words, to.data.get());
+    }
+}
+
 void GLOBAL_VARS::callback_func(const std::string& event, ISLAND& island) {
     assert(event == "init" || event == "new" || event == "alarm");
+    assert(&island.run == this && island.id >= 0);
     if (!callback || relaxed(stop_code) != 0) return;
     Callback::Impl& requests = callback->impl();
     const bool alarm = event == "alarm";
@@ -118,6 +158,7 @@ void GLOBAL_VARS::obeyOwner() {
 
 /** Under the lock of the events. */
 void GLOBAL_VARS::endAtOnce() {
+    assert(dev_threads);
     set_relaxed(killed, true);
     dev_threads->kill();
 }
@@ -133,6 +174,7 @@ void GLOBAL_VARS::takeRequests(ISLAND& island) {
         batch_factor = std::exchange(requests.batch_factor, 0.0f);
         set_relaxed(batch_cycles, std::max(cycles_of(batch_factor, band.size), LEAST_BATCH_CYCLES));
     }
+    assert(annealing_cycles >= LEAST_ANNEALING_CYCLES && batch_cycles >= LEAST_BATCH_CYCLES);
     if (!requests.search_cycles.empty()) {
         // The text stays, so that it is taken again at every later event.
         std::size_t pos = 0;

@@ -12,6 +12,7 @@ namespace orvex::engine {
 using namespace platform;
 
 HOST_THREADS::HOST_THREADS(const ALLISLAND& islands) : count(islands.count) {
+    assert(std::cmp_equal(count, islands.islands.size()));
     threads.reserve(islands.islands.size());
     for (int i = 0; i < count; ++i)
         threads.push_back(
@@ -20,9 +21,11 @@ HOST_THREADS::HOST_THREADS(const ALLISLAND& islands) : count(islands.count) {
 
 /** Every block has two instances waiting before the kernel exists. */
 void HOST_THREAD::set_func() {
+    assert(island && island->id == id);
     cuda_check(cudaSetDevice(island->gpu));
     island->findRings();
     island->sendRandom(2 * island->run.blocks_per_island);
+    assert(island->sent <= island->run.ring_size);
 }
 
 void HOST_THREAD::main_func() {
@@ -37,6 +40,7 @@ void HOST_THREAD::main_func() {
 
 /** Takes one result and sends one instance. False if the run is killed or the target reached. */
 bool HOST_THREAD::feed() {
+    assert(!island->stopping);
     if (relaxed(run().killed) || !takeResult()) return false;
     if (island->recv_buf->generation == island->generation) island->pool.insert();
     island->regBest(island->recv_buf->generation != island->generation);
@@ -55,6 +59,7 @@ bool HOST_THREAD::feed() {
     }
     island->stampInstance();
     island->host2device(ISLAND::INSTANCE_MODE);
+    assert(island->sent - island->received <= run().ring_size);  // no slot is overwritten unread
     return true;
 }
 
@@ -70,7 +75,7 @@ bool HOST_THREAD::targetReached() const {
            run().target_energy >= relaxed(run().allisland->allbest->energy);
 }
 
-/** Whichever thread comes first behind the end of a period begins the next one for all islands. */
+/** Whichever thread comes first after the end of a period begins the next one for all islands. */
 void HOST_THREAD::lookAtRestartClock() {
     const std::lock_guard lock(run().band.restart_mtx);
     RESTART_CLOCK& clock = *run().restart_clock;
@@ -93,6 +98,7 @@ void HOST_THREAD::stopAndDrain() {
         if (relaxed(run().killed)) return;
         island->regBest(0);
     }
+    assert(island->sent == island->received);  // whatever was sent has come back
 }
 
 }  // namespace orvex::engine

@@ -43,6 +43,7 @@ void INSTANCE::load(const Sol& sol) const {
 }
 
 void INSTANCE::loadWords(const Sol::Impl& sol) const {
+    assert(sol.words == 0 || sol.data);
     for (int w = 0; w < std::min(sol.words, words); ++w)
         set_relaxed(bits[w], sol.data[static_cast<std::size_t>(w)]);
 }
@@ -61,6 +62,7 @@ INSTANCE_MEMORY allocate_instances(int words, std::size_t count) {
 }
 
 void* allocate_page_locked(std::size_t bytes) {
+    assert(bytes > 0);
     void* memory = nullptr;
     if (cudaHostAlloc(&memory, bytes, 0) != cudaSuccess) error_exit("Insufficient GPU memory.");
     return memory;

@@ -1,7 +1,7 @@
 // An instance record of any band: one candidate solution with its energy and the bookkeeping that
 // travels with it between host and device. A band's own record (INST_t) has the same fields at the
 // same places; here the number of words is known at run time, so that the engine is compiled once
-// for all bands. What stands here are views: they own nothing unless their name says so.
+// for all bands. These are views: they own nothing unless their name says so.
 #pragma once
 
 #include <cassert>
@@ -18,7 +18,7 @@
 
 namespace orvex::engine {
 
-/** The fields of one record. Copies stand for the same record; it may lie in device memory, where
+/** The fields of one record. Copies are of the same record; it may lie in device memory, where
  * only the addresses of its fields are of use to the host. */
 class INSTANCE {
   public:
@@ -105,7 +105,9 @@ class INSTANCES {
   public:
     INSTANCES() = default;
     INSTANCES(void* memory, int words, std::size_t count)
-        : memory_(static_cast<unsigned char*>(memory)), words_(words), count_(count) {}
+        : memory_(static_cast<unsigned char*>(memory)), words_(words), count_(count) {
+        assert(memory && words > 0);
+    }
 
     template <std::integral INDEX>
     INSTANCE operator[](INDEX i) const {

@@ -70,6 +70,7 @@ ISLAND::~ISLAND() {
 
 ALLISLAND::ALLISLAND(GLOBAL_VARS& of_run, int number)
     : run(of_run), count(number), summary(of_run, -1), hint(of_run.band.words()) {
+    assert(count > 0);
     hint.makeFresh(device::NO_ENERGY);
     islands.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
@@ -98,13 +99,14 @@ void ISLAND::findRings() {
 
 /** A ticket word of a ring as it is now. */
 std::int64_t ISLAND::lookAtTicket(const std::int64_t& word) {
+    assert(stream && ticket_word);
     cuda_check(
         cudaMemcpyAsync(ticket_word.get(), &word, sizeof(word), cudaMemcpyDeviceToHost, stream));
     cuda_check(cudaStreamSynchronize(stream));
     return *ticket_word;
 }
 
-// The body is copied with its ticket at 0, and the ticket alone behind it: the kernel takes the
+// The body is copied with its ticket at 0, and the ticket alone after it: the kernel takes the
 // slot as filled only when the ticket has its final value. With 2 * blocks_per_island instances out
 // and one send for each receipt, a ring of 4 * blocks_per_island has room without a test.
 void ISLAND::host2device(int mode) {
@@ -130,6 +132,7 @@ void ISLAND::device2host() {
     constexpr int FIRST_DELAY = 100;  // microseconds
     constexpr int LONG_DELAY = 100000;
     assert(recv_buf && recv_pos == received % run.ring_size);
+    assert(std::cmp_equal(recv_ring.size(), run.ring_size));
     const INSTANCE slot = recv_ring[recv_pos];
     for (int delay = FIRST_DELAY;;) {
         const std::int64_t ticket = lookAtTicket(slot.ticket);
@@ -148,12 +151,15 @@ void ISLAND::device2host() {
 void ISLAND::account() {
     const INSTANCE& result = *recv_buf;
     set_relaxed(received, received + 1);
+    assert(result.ticket == received);  // results are numbered as they are handed in
     if (result.block >= 0 && result.block < block_total) {
         ++block_results[static_cast<std::size_t>(result.block)];
         ++block_hits;
     }
     recv_pos = static_cast<int>(received % run.ring_size);
     set_relaxed(flips, flips + result.cycles);
+    assert(block_hits <= received);
+    assert(cross_pause >= 0);
     if (cross_pause > 0) --cross_pause;
     result.ticket = run.trans_count->received(1);  // from now on the run-wide number
     assert(result.algorithm >= 0 && result.algorithm < ALGORITHMS);
@@ -191,7 +197,7 @@ void ISLAND::load(const Sol::Impl& solution) {
 
 // A hint of its own adds an instance to those in flight for the rest of the run; once the ring
 // holds as many as it may, or the trial limit grants none, it travels in place of the next answer.
-// Behind stop marks there is neither.
+// After stop marks there is neither.
 void ISLAND::sendHint(const Sol::Impl& hint) {
     if (stopping) return;
     load(hint);
@@ -219,14 +225,14 @@ void ISLAND::restartSearch() {
 }
 
 void ISLAND::sendStopMarks() {
-    assert(!stopping);
+    assert(!stopping && sent + run.blocks_per_island <= MOST_TICKETS);
     stopping = true;
     for (int i = 0; i < run.blocks_per_island; ++i)
         host2device(STOP_MARK_MODE);
 }
 
 // Two more may follow before the next look: a hint and the answer to the result that brought it.
-// Behind them stop marks take tickets of their own.
+// After them stop marks take tickets of their own.
 bool ISLAND::hasTickets() const {
     return sent + 2 + run.blocks_per_island <= MOST_TICKETS;
 }
@@ -234,6 +240,7 @@ bool ISLAND::hasTickets() const {
 // The hint is followed by the instance that answers the result at hand, and at the end of the run
 // by a stop mark for each block; all of these must find slots whose contents have been taken.
 bool ISLAND::hasRoomForHint() const {
+    assert(received <= sent);
     const bool answers_result = received > 0;
     return sent - received + 1 + answers_result + run.blocks_per_island <= run.ring_size;
 }

@@ -40,7 +40,7 @@ struct ISLAND {
     void findRings();
     /** Stamps what the run prescribes on `send_buf`. */
     void stampInstance();
-    /** Registers `recv_buf`: stop by time, island's and run's best, events, progress line. */
+    /** What `recv_buf` achieves: stop by time, island's and run's best, events, progress line. */
     void regBest(int);
     void generate(signed char kind);
     void restartSearch();
@@ -72,7 +72,7 @@ struct ISLAND {
     bool answer_is_hint = false;  ///< `send_buf` holds a hint that the next answer takes along
     int cross_pause = 0;          ///< results still to come before "XCross" may use the neighbour
     int generation = 0;  ///< the island's restarts; the low 16 bits are stamped on what it sends
-    int last_generation = -1;  ///< of the last registered result
+    int last_generation = -1;  ///< of the last result
     OWN_INSTANCE current;      ///< best of the present generation
     OWN_INSTANCE best;         ///< best of the whole run, of negative energies only
     std::int64_t flips = 0;    ///< reported in results
@@ -104,7 +104,8 @@ struct ALLISLAND {
     /** The previous island in the ring of those that restart. */
     ISLAND& neighbourOf(int id) {
         const int ring = run.restart_islands;
-        assert(ring > 0);
+        assert(id >= 0 && id < count);
+        assert(ring > 0 && ring <= count);
         return *islands[static_cast<std::size_t>((id + ring - 1) % ring)];
     }
 

@@ -16,6 +16,7 @@ namespace orvex::engine {
 using namespace platform;
 
 void survey_devices(GLOBAL_VARS& run) {
+    assert(run.gpus > 0 && run.gpus <= run.available_gpus);
     for (int i = 0; i < run.gpus; ++i) {
         cudaDeviceProp& prop = run.prop;
         int clock_khz = 0;
@@ -51,6 +52,7 @@ void size_run(GLOBAL_VARS& run) {
         run.keep_islands = run.islands;
         run.restart_islands = 0;
     }
+    assert(run.restart_islands <= run.islands);
 }
 
 void make_seeds(GLOBAL_VARS& run) {
@@ -67,7 +69,7 @@ void make_seeds(GLOBAL_VARS& run) {
 }
 
 /**
- * The start solution stands in the all-time best until a result beats it; it has no energy yet. It
+ * The start solution is the all-time best until a result beats it; it has no energy yet. It
  * is the first of the run's instances, so the limit on trials, which is at least 1, does not cut it
  * off, whichever island comes first.
  */
@@ -83,6 +85,7 @@ void enter_start_solution(GLOBAL_VARS& run) {
 }
 
 [[noreturn]] void report_overflow(int arith_bits) {
+    assert(arith_bits == 32 || arith_bits == 64);
     const char* const wider = arith_bits == 32 ? "reduced or select 64-bit precision" : "reduced";
     error_exit("Arithmetic overflow detected.\nThe values in the QUBO instance must be " +
                std::string(wider) + " to avoid it.\n");
@@ -132,6 +135,7 @@ void main_program(GLOBAL_VARS& run) {
     run.allisland->print();
     run.get_sol(*run.sol, true);
     run.tellIslands();
+    run.tellPools();
     run.dev_threads = nullptr;
     run.host_threads = nullptr;
 }

@@ -19,14 +19,14 @@ template <class E>
 void load_rows(E* rows, E* diagonal, int n, const device::SHAPE& shape, const Model::Impl& model,
                bool zeros) {
     check_model_fits(n, shape.size);
-    assert(n == model.size);
+    assert(rows && diagonal && n == model.size);
     device::write_rows(rows, diagonal, shape, model, zeros);
 }
 
 template <class E>
 std::int64_t energy_of_bits(const E* rows, int n, const device::SHAPE& shape,
                             const std::uint64_t* bits) {
-    assert(n <= shape.size);
+    assert(n >= 0 && n <= shape.size);
     const auto one = [&](int i) { return (bits[i >> 6] >> (i & 63) & 1) != 0; };
     const std::size_t count = static_cast<std::size_t>(n);
     const std::unique_ptr<std::int64_t[]> sums(new std::int64_t[count]());

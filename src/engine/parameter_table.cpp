@@ -84,7 +84,7 @@ constexpr std::string_view MOST_LONG = "9223372036854775807";
 constexpr std::string_view MOST_ISLANDS = "255";       // blocks are told the number in a byte
 constexpr std::string_view MOST_BLOCKS = "134217727";  // 16 times as many are counted in an int
 constexpr ParameterRange CYCLES = {"0", MOST_INT};
-// With the largest model a count of cycles comes to a third of what its type holds.
+// With the largest model a count of cycles is a third of what its type holds.
 constexpr ParameterRange FACTOR = {"0", "10000"};
 constexpr ParameterRange SECONDS = {"-1e9", "1e9"};
 constexpr ParameterRange GROWTH = {"1e-3", "1e6"};
@@ -106,7 +106,7 @@ constexpr ParameterValue word(std::string_view settles, std::span<const std::str
     return {.kind = ParameterKind::WORD, .settles = settles, .words = words};
 }
 
-constexpr PARAMETER_ROW ROWS[] = {
+constexpr PARAMETER_ROW TABLE[] = {
     {{.key = "time_limit",
       .first = integer("time_limit", {"0", "4294967295"}),
       .default_value = "0",
@@ -242,7 +242,7 @@ constexpr PARAMETER_ROW ROWS[] = {
       .default_value = "0",
       .help = "mixing of \"Hint\" and \"AllBest\": from -9 to -1 a share of 2^value of the bits "
               "comes from the special solution; above 9 all; below -9 none; from 0 to 9 the "
-              "previous instance stands"},
+              "previous instance stays"},
      into<&RUN_STATE::best_priority>},
     {{.key = "inst_zero",
       .first = integer("inst_zero", {"0", "63"}),
@@ -272,31 +272,31 @@ constexpr PARAMETER_ROW ROWS[] = {
 
 static_assert(
     [] {
-        for (const PARAMETER_ROW& row : ROWS)
-            for (const PARAMETER_ROW* other = ROWS; other != &row; ++other)
+        for (const PARAMETER_ROW& row : TABLE)
+            for (const PARAMETER_ROW* other = TABLE; other != &row; ++other)
                 if (other->told.key == row.told.key) return false;
         return true;
     }(),
     "every key has one row");
 
 constexpr auto TOLD = [] {
-    std::array<Parameter, std::size(ROWS)> told{};
+    std::array<Parameter, std::size(TABLE)> told{};
     for (std::size_t i = 0; i < told.size(); ++i)
-        told[i] = ROWS[i].told;
+        told[i] = TABLE[i].told;
     return told;
 }();
 
 }  // namespace
 
 std::span<const PARAMETER_ROW> parameter_rows() {
-    return ROWS;
+    return TABLE;
 }
 
 const PARAMETER_ROW* find_parameter(std::string_view key) {
     const auto row =
-        std::find_if(std::begin(ROWS), std::end(ROWS),
+        std::find_if(std::begin(TABLE), std::end(TABLE),
                      [&](const PARAMETER_ROW& other) { return other.told.key == key; });
-    return row == std::end(ROWS) ? nullptr : row;
+    return row == std::end(TABLE) ? nullptr : row;
 }
 
 }  // namespace orvex::engine

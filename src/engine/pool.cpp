@@ -4,6 +4,8 @@
 #include <cassert>
 #include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/error_exit.hpp"
 #include "engine/names.hpp"
@@ -46,6 +48,7 @@ void SOLPOOL::randomInit(int) {
         record.algorithm = -1;
         record.flag = run.kernel_flag;
     }
+    assert(isRanked());
 }
 
 /** Hamming distance of the candidate `in` to the record, over all bits of the band. */
@@ -54,7 +57,19 @@ int SOLPOOL::distance(const INSTANCE& record) const {
     int sum = 0;
     for (int w = 0; w < record.words; ++w)
         sum += __builtin_popcountll(in->bits[w] ^ record.bits[w]);
+    assert(sum <= 64 * record.words);
     return sum;
+}
+
+bool SOLPOOL::isRanked() const {
+    std::vector<int> ranks(static_cast<std::size_t>(pool_size));
+    for (int rank = 0; rank < pool_size; ++rank) {
+        const int slot = order[static_cast<std::size_t>(rank)];
+        if (slot < 0 || slot >= pool_size || ++ranks[static_cast<std::size_t>(slot)] > 1)
+            return false;
+        if (rank > 0 && ranked(rank).energy < ranked(rank - 1).energy) return false;
+    }
+    return true;
 }
 
 /**
@@ -65,6 +80,7 @@ int SOLPOOL::distance(const INSTANCE& record) const {
  */
 void SOLPOOL::insert() {
     assert(in && in->words == run.band.words());
+    assert(isRanked());
     int rank = 0;
     while (rank < pool_size && ranked(rank).energy < in->energy)
         ++rank;
@@ -77,12 +93,13 @@ void SOLPOOL::insert() {
     assert(rank <= victim && victim < pool_size);
     rotate(rank, victim);
     ranked(rank).copyRelaxed(*in);
-    assert(rank == 0 || ranked(rank - 1).energy < in->energy);
-    assert(rank + 1 == pool_size || ranked(rank + 1).energy >= in->energy);
+    assert(rank == 0 || ranked(rank - 1).energy < in->energy);  // in front of its equals
+    assert(isRanked());
     if (in->inst == MUTATION) countMutation();
 }
 
 void SOLPOOL::countMutation() {
+    assert(std::cmp_equal(param_hi - param_lo + 1, std::size(hits)));
     if (in->param < param_lo || in->param > param_hi)
         error_exit("Unexpected error in PARAM (" + std::to_string(in->param) + ")");
     assert(ring_pos >= 0 && ring_pos < ring_len);
@@ -96,7 +113,9 @@ void SOLPOOL::countMutation() {
 /** Moves the entry at `to` in the ranking to `from`; those from `from` on go one down. */
 void SOLPOOL::rotate(int from, int to) {
     assert(0 <= from && from <= to && to < pool_size);
+    [[maybe_unused]] const int moved = order[static_cast<std::size_t>(to)];
     std::rotate(order.get() + from, order.get() + to, order.get() + to + 1);
+    assert(order[static_cast<std::size_t>(from)] == moved);
 }
 
 }  // namespace orvex::engine

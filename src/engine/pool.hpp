@@ -21,6 +21,7 @@ struct SOLPOOL {
 
     /** Sets the staging records of the island: `out` is being built, `in` is the last result. */
     void init(INSTANCE& out_record, INSTANCE& in_record) {
+        assert(&out_record != &in_record && out_record.words == in_record.words);
         out = &out_record;
         in = &in_record;
     }
@@ -30,7 +31,10 @@ struct SOLPOOL {
     void rotate(int from, int to);
 
     // Choices, all drawn from `state`.
-    unsigned long draw() { return state = device::xor_shift(state); }
+    unsigned long draw() {
+        assert(state != 0);  // it never changes from 0
+        return state = device::xor_shift(state);
+    }
     int selIdx();
     signed char selAlgorithm();
     signed char selInst();
@@ -49,7 +53,7 @@ struct SOLPOOL {
     void allbest(unsigned char kind);
 
     const GLOBAL_VARS& run;
-    unsigned long state = 0;  ///< the generator of this island, seeded by ALLISLAND
+    unsigned long state = 0;  ///< the random state of this island, seeded by ALLISLAND
     std::random_device rd{"default"};
     std::mt19937_64 gen{rd()};
     int pool_size;
@@ -81,6 +85,8 @@ struct SOLPOOL {
     void built(unsigned char kind);
     void mix(unsigned char kind, const INSTANCE& special);
     int distance(const INSTANCE& record) const;
+    /** Whether each slot has one rank, and no record is better than one of a lower rank. */
+    bool isRanked() const;
     void countMutation();
 };
 

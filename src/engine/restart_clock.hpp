@@ -1,4 +1,4 @@
-// The clock of a run: its end, the restart periods, the span of a period in which "AllBest" is
+// The clock of a run: its end, the restart periods, the part of a period in which "AllBest" is
 // barred, and the alarm of the callback. It fires nothing by itself: host threads look at it when a
 // result arrives. Time points are nanoseconds of the system clock.
 #pragma once
@@ -14,7 +14,7 @@ std::int64_t now();
 unsigned long time4random();
 
 /**
- * Seconds as nanoseconds, cut towards zero. Spans beyond two centuries count as two centuries, so
+ * Seconds as nanoseconds, cut towards zero. Times beyond two centuries count as two centuries, so
  * that they can be added to the present; every time limit is shorter.
  */
 std::int64_t nanoseconds(double seconds);

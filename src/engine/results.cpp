@@ -29,6 +29,7 @@ void ISLAND::regBest(int) {
     run.callback_func(new_best ? "new" : "alarm", *this);
     if ((new_current || new_best) && run.verbose >= 1) showProgress(new_best);
     assert(run.allisland->allbest->energy <= result.energy);
+    assert(best.energy <= 0 && (best.energy <= current.energy || current.energy > 0));
     last_generation = result.generation;
 }
 
@@ -36,6 +37,7 @@ void ISLAND::regBest(int) {
 void ISLAND::makeBest(const INSTANCE& result) {
     const INSTANCE& allbest = *run.allisland->allbest;
     assert(result.energy < allbest.energy);  // ties never replace
+    assert(id >= 0 && id < run.allisland->count);
     allbest.copyRelaxed(result);
     allbest.island = id;
     if (!run.log) return;

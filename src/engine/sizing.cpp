@@ -1,11 +1,13 @@
 #include "engine/sizing.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <limits>
 
 namespace orvex::engine {
 
 RUN_SHAPE sized(RUN_SHAPE shape, int gpus, int blocks_per_sm, int multiprocessors) {
+    assert(gpus > 0);
     const auto ceil_of = [](int a, int b) { return a / b + (a % b > 0); };
     if (shape.blocks_per_gpu == 0) shape.blocks_per_gpu = blocks_per_sm * multiprocessors;
     if (shape.islands_per_gpu == 0)

@@ -5,7 +5,7 @@
 
 namespace orvex::engine {
 
-/** Counts on one device; a 0 that goes in stands for what the rules make of the others. */
+/** Counts on one device; a 0 that goes in means what the rules make of the others. */
 struct RUN_SHAPE {
     int blocks_per_gpu = 0;  ///< wanted; a launch can have more by rounding up
     int islands_per_gpu = 0;

@@ -43,6 +43,7 @@ std::string next_token(const std::string& text, std::size_t& pos) {
     if (begin == std::string::npos) return "";
     pos = text.find_first_of(SEPARATORS, begin);
     if (pos == std::string::npos) pos = text.size();
+    assert(begin < pos && pos <= text.size());
     return text.substr(begin, pos - begin);
 }
 

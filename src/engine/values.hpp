@@ -1,5 +1,5 @@
 // Parameter values: text to number. A value is a row of tokens separated by blanks, tabs, line
-// feeds or carriage returns; a form takes the tokens that it needs and ignores what stands behind
+// feeds or carriage returns; a form takes the tokens that it needs and ignores what follows
 // them.
 #pragma once
 

@@ -1,4 +1,4 @@
-// The callback: requests become fields here, and the engine reads the fields behind each event.
+// The callback: requests become fields here, and the engine reads the fields after each event.
 #include "orvex/callback.hpp"
 
 #include <atomic>
@@ -21,6 +21,14 @@ long Callback::flips() const {
 
 const std::vector<IslandState>& Callback::islands() const {
     return impl_->islands;
+}
+
+void Callback::want_solutions(long count) {
+    impl_->solutions_wanted = count;
+}
+
+const std::vector<Sol>& Callback::solutions() const {
+    return impl_->solutions;
 }
 
 void Callback::set(const Sol& sol) {

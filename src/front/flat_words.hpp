@@ -15,7 +15,7 @@ inline std::size_t words_of(int n) {
     return n > 0 ? (static_cast<std::size_t>(n) + 63) / 64 : 0;
 }
 
-/** Clears what stands at and above bit n in its word. */
+/** Clears what is at and above bit n in its word. */
 inline void cut_above(std::uint64_t* words, int n) {
     if (n > 0 && n % 64 != 0) words[n / 64] &= (std::uint64_t{1} << (n % 64)) - 1;
 }
@@ -29,7 +29,7 @@ inline void write_words(const Sol& sol, int n, std::uint64_t* words) {
     cut_above(words, n);
 }
 
-/** The solution of n bits that stands in an array. */
+/** The solution of n bits that is in an array. */
 inline Sol sol_of(const std::uint64_t* words, int n) {
     Sol sol(n);
     std::copy_n(words, words_of(n), sol.impl().data.get());

@@ -58,11 +58,11 @@ std::optional<Plan> plan_run(const PlanRequest& request) {
     const engine::RUN_SHAPE shape = shape_of_run(request, gpus, threads);
     const auto islands = static_cast<std::uint64_t>(shape.islands_per_gpu);
     const std::uint64_t blocks = islands * static_cast<std::uint64_t>(shape.blocks_per_island);
-    const device::ROW_SURVEY survey{.widest = request.rows.largest,
-                                    .entries = request.rows.entries,
-                                    .reach = request.rows.largest_row_sum};
+    const device::ROW_STATISTICS statistics{.widest = request.rows.largest,
+                                            .entries = request.rows.entries,
+                                            .reach = request.rows.largest_row_sum};
     const device::FOOTPRINT footprint =
-        device::footprint(survey, band->size, band->matrix_bits, band->arith_bits, blocks);
+        device::footprint(statistics, band->size, band->matrix_bits, band->arith_bits, blocks);
 
     const auto devices_taken = static_cast<std::uint64_t>(gpus);
     const std::uint64_t pools = islands *

@@ -7,7 +7,7 @@
 namespace orvex {
 
 /**
- * Writes a text to standard error as it stands and ends the process with exit(status).
+ * Writes a text to standard error unchanged and ends the process with exit(status).
  *
  * The first thread to come here does so; any other waits for ever, since its failure must neither
  * mix with the first one's text nor destroy statics a second time. A thread that comes here again,

@@ -9,7 +9,7 @@ namespace orvex {
 /** A print option taken apart. */
 struct PRINT_OPTION {
     std::string section;   ///< empty when all is wanted
-    char delimiter = ' ';  ///< stands between two items
+    char delimiter = ' ';  ///< between two items
 
     /** A last character that is not a letter is the delimiter; what is before it is the section. */
     explicit PRINT_OPTION(const std::string& option);

@@ -19,7 +19,7 @@ void print_attributes(const TEXT_MAP& map, char delimiter, std::ostream& out);
 
 /**
  * Writes settings as key=value, without those of empty value, and ends the line unless the map is
- * empty. Between two stands the delimiter, whole, or a blank when it is empty.
+ * empty. Between two is the delimiter, whole, or a blank when it is empty.
  */
 void print_settings(const TEXT_MAP& map, const std::string& delimiter, std::ostream& out);
 

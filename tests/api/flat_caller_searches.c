@@ -33,7 +33,7 @@ static void bits_above_the_last_variable_are_zero(void) {
     tarvik_orvex_destroy(handle);
 }
 
-/* A list that ends early leaves out the setting behind, which would be refused. */
+/* A list that ends early leaves out the setting after, which would be refused. */
 static void lists_end_at_a_null_key_or_value(void) {
     const char* const one_pair[] = {"trial_limit", "20", NULL, "gpus", "1", NULL};
     const char* const null_value[] = {"trial_limit", "20", "verbose", NULL, "gpus", "1", NULL};

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """snippets.py PAGE PREFIX COMPILER C_COMPILER: the programs of a page in C++, in C and for the shell run with
-what is installed in PREFIX, and print what the page shows behind them ("The last line that this prints is
-`...`" behind one for the shell).
+what is installed in PREFIX, and print what the page shows after them ("The last line that this prints is
+`...`" after one for the shell).
 """
 import os
 import pathlib
@@ -35,7 +35,7 @@ LANGUAGES = {"cpp": [cxx, "-std=c++20"], "c": [cc, "-std=c99", "-Wall", "-Werror
 BLOCK = re.compile(r"```(cpp|c)\n(.*?)```\n+prints\n+```\n(.*?)```", re.DOTALL)
 SHELL = re.compile(r"```sh\n(.*?)```\n+The last line that this prints is `([^`]*)`", re.DOTALL)
 programs, scripts = BLOCK.findall(text), SHELL.findall(text)
-assert len(programs) == len(re.findall(r"```(?:cpp|c)\n", text)), "a program has no output behind it"
+assert len(programs) == len(re.findall(r"```(?:cpp|c)\n", text)), "a program has no output after it"
 assert programs or scripts, f"{page} has nothing to run"
 with tempfile.TemporaryDirectory() as folder:
     os.chdir(folder)

@@ -118,7 +118,7 @@ class Completion(unittest.TestCase):
     @unittest.skipUnless(shutil.which("zsh"), "there is no zsh here")
     def test_of_zsh_knows_them_too(self):
         def complete(line):
-            """What a zsh of its own would offer where a Tab is typed behind the line."""
+            """What a zsh of its own would offer where a Tab is typed after the line."""
             with tempfile.TemporaryDirectory() as folder:
                 offered = pathlib.Path(folder, "offered")
                 setup = f"""
@@ -131,6 +131,9 @@ class Completion(unittest.TestCase):
                     builtin compadd "$@"
                 }}
                 source <("{PROGRAM}" completion zsh)
+                complete-all() {{ zle complete-word; touch {folder}/done; zle kill-whole-line }}
+                zle -N complete-all
+                bindkey '\\t' complete-all
                 """
                 pathlib.Path(folder, "setup").write_text(setup, encoding="utf-8")
                 script = f"""
@@ -139,8 +142,6 @@ class Completion(unittest.TestCase):
                 zpty -w shell 'source {folder}/setup; touch {folder}/ready'
                 until [[ -e {folder}/ready ]]; do zpty -r -t shell; sleep 0.05; done
                 zpty -n -w shell $'{line}\\t'
-                zpty -n -w shell $'\\x15'
-                zpty -w shell 'touch {folder}/done'
                 until [[ -e {folder}/done ]]; do zpty -r -t shell; sleep 0.05; done
                 zpty -d shell
                 """

@@ -17,6 +17,15 @@ def orvex(*words, timeout=120, **options):
                           timeout=timeout, check=False, **options)
 
 
+def generate(*words, **options):
+    """What a command writes to standard output: (header, weights by pair)."""
+    run = orvex("generate", *words, "-", **options)
+    assert (run.returncode, run.stderr) == (0, ""), run.stderr
+    numbers = list(map(int, run.stdout.split()))
+    weights = {(i, j): w for i, j, w in zip(numbers[4::3], numbers[5::3], numbers[6::3])}
+    return numbers[:4], weights
+
+
 def model_text(size, weights, header=None):
     """A model file: weights by pair, header as (entries, smallest, largest)."""
     values = list(weights.values()) or [0]

@@ -128,7 +128,7 @@ class BENCH {
         }
     }
 
-    /** The kill byte is set behind this many flips of an instance. */
+    /** The kill byte is set after this many flips of an instance. */
     int kill_at = -1;
     /** Called after each flip of an instance. */
     std::function<void()> on_flip = [] {};
@@ -174,9 +174,9 @@ struct NAMES {
         using D = typename WIDTHS_OF<BLOCK>::ARITHMETIC;
         using N = typename WIDTHS_OF<BLOCK>::DELTA;
         const bool plain = std::is_same_v<BLOCK, REFERENCE_BLOCK<E, D>>;
-        const bool one = std::is_same_v<BLOCK, ONE_GENERATOR_BLOCK<E, D>>;
+        const bool one = std::is_same_v<BLOCK, ONE_RNG_BLOCK<E, D>>;
         return (plain ? "Plain_"
-                : one ? "OneGenerator_"
+                : one ? "OneRng_"
                       : "Cpu_") +
                std::to_string(8 * sizeof(E)) + "_" + std::to_string(8 * sizeof(D)) +
                (sizeof(N) == sizeof(D) ? "" : "_in_" + std::to_string(8 * sizeof(N)));
@@ -192,10 +192,10 @@ using BLOCKS_OF_16_BIT_DELTAS =
     ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>,
                      CPU_BLOCK<std::int32_t, std::int64_t, std::int16_t>>;
 
-/** Blocks with a generator for each thread, of which these are the plain one. */
-using BLOCKS_OF_GENERATORS = ::testing::Types<REFERENCE_BLOCK<std::int32_t, std::int32_t>,
-                                              REFERENCE_BLOCK<std::int32_t, std::int64_t>,
-                                              REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
+/** Blocks with an RNG for each thread, of which these are the plain one. */
+using BLOCKS_OF_RNGS = ::testing::Types<REFERENCE_BLOCK<std::int32_t, std::int32_t>,
+                                        REFERENCE_BLOCK<std::int32_t, std::int64_t>,
+                                        REFERENCE_BLOCK<std::int64_t, std::int64_t>>;
 
 /** The examples of a block's behaviour run over all of these. */
 using ALL_BLOCKS = ::testing::Types<

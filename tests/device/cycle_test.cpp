@@ -157,7 +157,7 @@ TYPED_TEST(CYCLE_TEST, ANewBestEndsASearchButNotADescent) {
         {.target = bits(64, {1, 2, 3}), .algorithm = RANDOM_MIN, .budget = 5000, .steps = 64});
     EXPECT_GE(result->tail.cycles, 5000u);
     bench.expectExactState();
-    // Behind the last descent: a local minimum, and the best is at least as good.
+    // After the last descent: a local minimum, and the best is at least as good.
     EXPECT_FALSE(bench.block.descend());
     EXPECT_LE(result->energy, bench.block.record.energy);
 }
@@ -200,7 +200,7 @@ TYPED_TEST(CYCLE_TEST, ANewGenerationStartsAgainFromNothing) {
     bench.expectExactState();
 }
 
-TYPED_TEST(CYCLE_TEST, AStaleGenerationGoesOnFromWhereTheBlockStands) {
+TYPED_TEST(CYCLE_TEST, AStaleGenerationGoesOnFromWhereTheBlockIs) {
     typename TestFixture::MODEL model(64, uncoupled({-3, -7}, 9));
     typename TestFixture::ON_BENCH bench(model);
     bench.run({.target = {1, 1}, .generation = 5});
@@ -252,7 +252,7 @@ TYPED_TEST(CYCLE_TEST, AKilledPassOfTwoNeighborStillHandsIn) {
     bench.kill_at = 10 + 4;  // in the pass
     const auto result = bench.run({.target = BITS(10, 1), .algorithm = TWO_NEIGHBOR});
     ASSERT_TRUE(result.has_value());
-    // The kill byte is looked at behind each flip of a new bit's predecessor: flips 1, 3, 5, ...
+    // The kill byte is looked at after each flip of a new bit's predecessor: flips 1, 3, 5, ...
     EXPECT_EQ(result->tail.cycles, 10u + 5);
 }
 

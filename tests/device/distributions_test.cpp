@@ -1,6 +1,7 @@
-// A CPU block draws from one generator what the rules draw from one in each thread: over fixed
-// states of a block, both take each bit equally often. Two samples of a state are compared by
-// chi-square; seeds are fixed, and the level is so low that no state fails by chance.
+// A CPU block draws from one random number generator (RNG) what the rules draw from one in each
+// thread: over fixed states of a block, both take each bit equally often. Two samples of a state
+// are compared by chi-square; seeds are fixed, and the level is so low that no state fails by
+// chance.
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -14,8 +15,8 @@ namespace orvex::device::test {
 namespace {
 
 using D = std::int32_t;
-using ONE_GENERATOR = CPU_BLOCK<D, D>;
-using GENERATORS_OF_THREADS = REFERENCE_BLOCK<D, D>;
+using ONE_RNG = CPU_BLOCK<D, D>;
+using RNGS_OF_THREADS = REFERENCE_BLOCK<D, D>;
 using COUNTS = std::vector<int>;  // how often each bit was taken
 
 constexpr int DRAWS = 1000000;
@@ -47,7 +48,7 @@ struct STATE {
     }
 };
 
-/** How often each bit is selected in so many tries from the state. */
+/** How often each bit is selected in that many tries from the state. */
 template <class BLOCK>
 COUNTS sample(const STATE& state, int draws) {
     TEST_MODEL<D> model(state.size, uncoupled({}, 90));
@@ -104,7 +105,7 @@ constexpr double TOO_FAR = 5;
 
 void expectAlike(const STATE& state) {
     const double far =
-        deviation(sample<GENERATORS_OF_THREADS>(state, DRAWS), sample<ONE_GENERATOR>(state, DRAWS));
+        deviation(sample<RNGS_OF_THREADS>(state, DRAWS), sample<ONE_RNG>(state, DRAWS));
     EXPECT_LT(far, TOO_FAR) << state.name;
 }
 
@@ -147,8 +148,8 @@ TEST(Distributions, ABiasOfTwoPercentInOneBitIsFound) {
     STATE state{.name = "five bits", .rule = MAX_MIN, .size = 64, .step = STEPS - 1};
     for (std::size_t bit : {3, 20, 41, 50, 63})
         state.delta[bit] = 1;
-    const COUNTS straight = sample<GENERATORS_OF_THREADS>(state, DRAWS);
-    COUNTS biased = sample<ONE_GENERATOR>(state, DRAWS);
+    const COUNTS straight = sample<RNGS_OF_THREADS>(state, DRAWS);
+    COUNTS biased = sample<ONE_RNG>(state, DRAWS);
     EXPECT_LT(deviation(straight, biased), TOO_FAR);
     const int more = biased[41] / 50;
     biased[41] += more;

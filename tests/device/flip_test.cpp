@@ -1,4 +1,4 @@
-// One flip and the tracking behind it: what they do to the energy, the deltas and the best
+// One flip and the tracking after it: what they do to the energy, the deltas and the best
 // solution, and when arithmetic counts as overflowed.
 #include <limits>
 

@@ -1,5 +1,5 @@
-// The arithmetic of a block by itself: shapes, the generator, and every formula of a step, against
-// values worked out by hand.
+// The arithmetic of a block by itself: shapes, the random number generator, and every formula of a
+// step, against values worked out by hand.
 #include "engine/device/formulas.hpp"
 
 #include <cmath>
@@ -51,19 +51,19 @@ TEST(ShapeTest, ABitIsFoundAgainFromItsPlace) {
     }
 }
 
-// ---- generator -----------------------------------------------------------------------------
+// ---- random numbers -----------------------------------------------------------------------------
 
-TEST(GeneratorTest, StepsOfOne) {
+TEST(RngTest, StepsOfOne) {
     EXPECT_EQ(xor_shift(1), 1082269761u);  // 1 -> 8193 -> 8257 -> 8257 ^ 8257 << 17
     EXPECT_EQ(xor_shift(xor_shift(1)), 1152992998833853505u);
 }
 
-TEST(GeneratorTest, ASeedOfZeroIsReplaced) {
+TEST(RngTest, ASeedOfZeroIsReplaced) {
     EXPECT_EQ(usable_seed(0), 0x0139408DCBBF7A44u);
     EXPECT_EQ(usable_seed(7), 7u);
 }
 
-TEST(GeneratorTest, TheLastShiftLeavesTheDrawnBitsAlone) {
+TEST(RngTest, TheLastShiftLeavesTheDrawnBitsAlone) {
     for (unsigned long state = 1; state < 1000000007; state = state * 3 + 1) {
         unsigned long before_last = state;
         before_last ^= before_last << 13;
@@ -72,20 +72,20 @@ TEST(GeneratorTest, TheLastShiftLeavesTheDrawnBitsAlone) {
     }
 }
 
-TEST(GeneratorTest, UnitDrawsLieBelowOne) {
+TEST(RngTest, UnitDrawsLieBelowOne) {
     EXPECT_EQ(unit_draw(0xABCD0000), 0.0f);
     EXPECT_EQ(unit_draw(0x12348000), 0.5f);
     EXPECT_EQ(unit_draw(0xFFFFFFFFFFFFFFFF), 65535.0f / 65536.0f);
 }
 
-TEST(GeneratorTest, BidsNameTheirThreadAndRankBeforeIt) {
+TEST(RngTest, BidsNameTheirThreadAndRankBeforeIt) {
     EXPECT_EQ(bid(0xFFFFFFFF, 5), 0x7FFFFC05);
     EXPECT_EQ(bid(0x80000000, 1023), 1023);
     EXPECT_GT(bid(0x400, 0), bid(0x3FF, 1023));
     EXPECT_EQ(-1 & BID_THREAD, 1023);
 }
 
-TEST(GeneratorTest, RemainderByZeroPicksNothing) {
+TEST(RngTest, RemainderByZeroPicksNothing) {
     EXPECT_EQ(remainder_pick(17, 5), 2);
     EXPECT_EQ(remainder_pick(17, 0), -1);
 }
@@ -168,7 +168,7 @@ TEST(TenureTest, TheFirstTenureIsATenthOfTheBandUpTo255) {
     EXPECT_EQ(first_tenure(65536), 255u);
 }
 
-TEST(TenureTest, TheSettingAppliesBehindTheFirstSteps) {
+TEST(TenureTest, TheSettingAppliesAfterTheFirstSteps) {
     EXPECT_EQ(tenure(0, 6, 8), 6);
     EXPECT_EQ(tenure(5, 6, 8), 6);
     EXPECT_EQ(tenure(6, 6, 8), 8);

@@ -16,7 +16,7 @@
 namespace orvex::device::test {
 namespace {
 
-/** The places of an array of so many elements. */
+/** The places of an array of that many elements. */
 template <class X>
 std::pair<const unsigned char*, const unsigned char*> places(const X* array, std::size_t count) {
     const unsigned char* const begin = reinterpret_cast<const unsigned char*>(array);

@@ -1,4 +1,4 @@
-// Matrices for the tests of a block. A matrix is given as a function of two bits and stands in
+// Matrices for the tests of a block. A matrix is given as a function of two bits and lies in
 // memory in the form that a block reads: rows by bit, columns in row order, the bits above the
 // model's size filled up. Its rows are written when they are first needed, so that the matrix of
 // the largest band, which would not fit, can be searched for a while. The energy of a solution is
@@ -58,7 +58,7 @@ class TEST_MODEL {
                         static_cast<std::size_t>(shape.place(j))];
     }
 
-    /** Row i stands in memory from now on. */
+    /** Row i is in memory from now on. */
     void needRow(int i) {
         if (filled_[static_cast<std::size_t>(i)]) return;
         filled_[static_cast<std::size_t>(i)] = true;

@@ -30,7 +30,7 @@ class REFERENCE_BLOCK {
         std::vector<D> delta;
         std::vector<std::uint8_t> tabu;
         std::uint64_t current_bits = 0;  ///< own bit c is bit c
-        unsigned long generator = 0;
+        unsigned long rng = 0;
 
         bool one(int c) const { return current_bits >> c & 1; }
         bool free(int c) const { return tabu[static_cast<std::size_t>(c)] == 0; }
@@ -63,7 +63,7 @@ class REFERENCE_BLOCK {
             thread(t).delta.resize(static_cast<std::size_t>(K));
             thread(t).tabu.resize(static_cast<std::size_t>(K));
             const unsigned long seed = launch_.seeds[block_index * T + t];
-            thread(t).generator = seed == 0 ? 0x0139408DCBBF7A44 : seed;
+            thread(t).rng = seed == 0 ? 0x0139408DCBBF7A44 : seed;
         }
         reset();
     }

@@ -1,4 +1,4 @@
-// The five flip rules of the plain block, but for "TwoNeighbor", which selects nothing and stands
+// The five flip rules of the plain block, but for "TwoNeighbor", which selects nothing and is
 // in reference_cycle.hpp. Each runs as its threads do between barriers: all threads the first step,
 // then all threads the second.
 #pragma once
@@ -39,8 +39,8 @@ void REFERENCE_BLOCK<E, D>::selectMaxMin() {
                 record.maxmin_high = std::max(record.maxmin_high, own.at(c));
             }
 
-    thread(0).generator = xor_shift(thread(0).generator);
-    const float u = unit_draw(thread(0).generator);
+    thread(0).rng = xor_shift(thread(0).rng);
+    const float u = unit_draw(thread(0).rng);
     record.maxmin_threshold =
         maxmin_threshold<D>(record.maxmin_low, record.maxmin_high, u, record.step, record.steps);
 
@@ -50,8 +50,8 @@ void REFERENCE_BLOCK<E, D>::selectMaxMin() {
         std::int32_t key = -1;
         for (int c = 0; c < K; ++c)
             if (own.free(c) && own.at(c) <= record.maxmin_threshold) {
-                own.generator = xor_shift(own.generator);
-                key = std::max(key, static_cast<std::int32_t>(own.generator & 0x7FFFFC00));
+                own.rng = xor_shift(own.rng);
+                key = std::max(key, static_cast<std::int32_t>(own.rng & 0x7FFFFC00));
             }
         if (key >= 0) record.maxmin_bid = std::max(record.maxmin_bid, key | t);
     }
@@ -66,9 +66,9 @@ void REFERENCE_BLOCK<E, D>::selectMaxMin() {
             record.selected = t * K + eligible[0];
             continue;
         }
-        own.generator = xor_shift(own.generator);
+        own.rng = xor_shift(own.rng);
         const bool none = eligible.empty();  // the remainder by zero selects the first bit
-        const std::size_t r = none ? 0 : (own.generator >> 32) % eligible.size();
+        const std::size_t r = none ? 0 : (own.rng >> 32) % eligible.size();
         record.selected = t * K + (none ? 0 : eligible[r]);
     }
 }
@@ -100,8 +100,8 @@ void REFERENCE_BLOCK<E, D>::selectPositiveMin() {
                 w += 1.0f / static_cast<float>(record.positive_count);
         }
         if (!(w > 0.0f)) continue;
-        own.generator = xor_shift(own.generator);
-        const std::uint32_t rank = sampling_rank(unit_draw(own.generator), w);
+        own.rng = xor_shift(own.rng);
+        const std::uint32_t rank = sampling_rank(unit_draw(own.rng), w);
         const std::int32_t bid = static_cast<std::int32_t>(rank & 0x7FFFFC00) | t;
         record.positive_bid = std::max(record.positive_bid, bid);
     }
@@ -122,7 +122,7 @@ void REFERENCE_BLOCK<E, D>::selectPositiveMin() {
             record.selected = t * K + c;
             continue;
         }
-        const std::uint32_t draw = static_cast<std::uint32_t>(own.generator & 0xFFFFFFFF);
+        const std::uint32_t draw = static_cast<std::uint32_t>(own.rng & 0xFFFFFFFF);
         const std::uint32_t weights = static_cast<std::uint32_t>(record.positive_count * l + e);
         std::int64_t r = weights == 0 ? -1 : static_cast<std::int64_t>(draw % weights);
         for (int c = 0; c < K; ++c) {
@@ -167,8 +167,8 @@ void REFERENCE_BLOCK<E, D>::selectRandomMin() {
         for (int c = 0; c < K; ++c) {
             if (!own.free(c)) continue;
             if (c == 0 ? own.at(c) == MAX : own.at(c) >= kept.value) continue;
-            own.generator = xor_shift(own.generator);
-            if ((own.generator & 0xFFFFFFFF) <= record.random_threshold) kept = {own.at(c), c};
+            own.rng = xor_shift(own.rng);
+            if ((own.rng & 0xFFFFFFFF) <= record.random_threshold) kept = {own.at(c), c};
         }
     }
     record.random_low = MAX;
@@ -179,7 +179,7 @@ void REFERENCE_BLOCK<E, D>::selectRandomMin() {
         if (kept.value == record.random_low) record.selected = t * K + kept.own;
     }
     if (record.selected == -1)
-        record.selected = static_cast<std::int32_t>((thread(0).generator >> 32) %
+        record.selected = static_cast<std::int32_t>((thread(0).rng >> 32) %
                                                     static_cast<unsigned>(record.model_size));
 }
 

@@ -122,7 +122,7 @@ class RING_PLAY {
 
     /**
      * Only into slots that nobody reads any more. A block reads a slot as soon as it has taken it,
-     * so a host need not know; here it stands between the two for as long as the schedule says.
+     * so a host need not know; here it is between the two for as long as the schedule says.
      */
     void send(int island) {
         HOST& from = host(island);

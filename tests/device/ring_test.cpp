@@ -35,7 +35,7 @@ class RingTest : public ::testing::Test {
         return *result;
     }
 
-    /** The solution at which the block stands. */
+    /** The solution at which the block is. */
     static BITS currentOf(BLOCK& block) {
         return snapshotOf<std::int32_t>(block, block.arrays().shape).ones;
     }
@@ -81,8 +81,8 @@ TEST_F(RingTest, WithNoIslandsEveryBlockIsOnTheFirst) {
 
 TEST_F(RingTest, EachBlockDrawsFromTheSeedOfItsFirstThreadAndZeroIsReplaced) {
     launch(2, 1, 4);
-    EXPECT_EQ(block(0).generator(), 0x0139408DCBBF7A44u);  // seedsFor starts with 0
-    EXPECT_EQ(block(1).generator(), seeds_[64]);
+    EXPECT_EQ(block(0).rng(), 0x0139408DCBBF7A44u);  // seedsFor starts with 0
+    EXPECT_EQ(block(1).rng(), seeds_[64]);
     EXPECT_EQ(seeds_[0], 0u);  // seeds are read, not written
 }
 
@@ -147,7 +147,7 @@ TEST_F(RingTest, ABlockWaitsUntilItsSlotIsReady) {
     EXPECT_EQ(exchange(0, 0, any_).tail.wait_exponent, 0);  // this one was there
 }
 
-TEST_F(RingTest, TicketsGoOnBehindTheLargestSignedNumber) {
+TEST_F(RingTest, TicketsGoOnAfterTheLargestSignedNumber) {
     launch(1, 1, 4);
     rings_->startTicketsAt(0, 0x7FFFFFFE);
     for (int i = 0; i < 4; ++i)

@@ -42,35 +42,35 @@ TEST(RowForms, FewElementsAreListed) {
 TEST(RowForms, TheReachIsTheLargestRow) {
     TEST_MODEL<std::int32_t> model(64, [](int i, int j) { return i == 5 || j == 5 ? -3 : 1; });
     model.needAllRows();
-    EXPECT_EQ(CPU_ROWS<std::int32_t>(model.weights(), 64).survey().reach, 64u * 3);
+    EXPECT_EQ(CPU_ROWS<std::int32_t>(model.weights(), 64).statistics().reach, 64u * 3);
 }
 
 TEST(RowForms, TheReachOfWideElementsIsNeverTooSmall) {
     const std::int64_t large = std::int64_t{1} << 62;
     TEST_MODEL<std::int64_t> model(64, uncoupled({-large, -large - 1}, 1));
     model.needAllRows();
-    const ROW_SURVEY survey = CPU_ROWS<std::int64_t>(model.weights(), 64).survey();
-    EXPECT_GT(survey.reach, static_cast<std::uint64_t>(large));
+    const ROW_STATISTICS statistics = CPU_ROWS<std::int64_t>(model.weights(), 64).statistics();
+    EXPECT_GT(statistics.reach, static_cast<std::uint64_t>(large));
     TEST_MODEL<std::int64_t> lowest(
         64, [](int, int) { return std::numeric_limits<std::int64_t>::min(); });
     lowest.needAllRows();
-    EXPECT_EQ(CPU_ROWS<std::int64_t>(lowest.weights(), 64).survey().reach,
+    EXPECT_EQ(CPU_ROWS<std::int64_t>(lowest.weights(), 64).statistics().reach,
               std::numeric_limits<std::uint64_t>::max());
 }
 
 TEST(RowForms, DeltasAreAsNarrowAsTheLargestRowAllows) {
-    ROW_SURVEY survey;
-    survey.reach = CALM_REACH<std::int16_t> - 1;
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::BYTES, 128, 64), 16);
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::LISTS, 192, 64), 32) << "not whole groups of vectors";
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::RECORD, 128, 64), 32) << "rows of 32-bit elements";
-    survey.reach = CALM_REACH<std::int16_t>;
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::BYTES, 128, 64), 32);
-    survey.reach = CALM_REACH<std::int32_t> - 1;
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::WORDS, 128, 64), 32);
-    survey.reach = CALM_REACH<std::int32_t>;
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::WORDS, 128, 64), 64);
-    EXPECT_EQ(survey.delta_bits(ROW_FORM::WORDS, 128, 32), 32);
+    ROW_STATISTICS statistics;
+    statistics.reach = CALM_REACH<std::int16_t> - 1;
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::BYTES, 128, 64), 16);
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::LISTS, 192, 64), 32) << "not whole groups of vectors";
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::RECORD, 128, 64), 32) << "rows of 32-bit elements";
+    statistics.reach = CALM_REACH<std::int16_t>;
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::BYTES, 128, 64), 32);
+    statistics.reach = CALM_REACH<std::int32_t> - 1;
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::WORDS, 128, 64), 32);
+    statistics.reach = CALM_REACH<std::int32_t>;
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::WORDS, 128, 64), 64);
+    EXPECT_EQ(statistics.delta_bits(ROW_FORM::WORDS, 128, 32), 32);
 }
 
 template <class D, class N>
@@ -136,11 +136,11 @@ void expectRowsOfModel(const Model& model, int size) {
     write_rows(record.data(), diagonal.data(), shape, model.impl(), true);
     const CPU_ROWS<E> of_record(record.data(), size);
     const CPU_ROWS<E> of_model(record.data(), size, model.impl());
-    EXPECT_EQ(of_model.survey().widest, of_record.survey().widest);
-    EXPECT_EQ(of_model.survey().entries, of_record.survey().entries);
-    EXPECT_LE(of_model.survey().reach, of_record.survey().reach);
+    EXPECT_EQ(of_model.statistics().widest, of_record.statistics().widest);
+    EXPECT_EQ(of_model.statistics().entries, of_record.statistics().entries);
+    EXPECT_LE(of_model.statistics().reach, of_record.statistics().reach);
     if (sizeof(E) == 4) {
-        EXPECT_EQ(of_model.survey().reach, of_record.survey().reach);
+        EXPECT_EQ(of_model.statistics().reach, of_record.statistics().reach);
     }
     ASSERT_EQ(of_model.form(), of_record.form());
     for (int i = 0; i < size; ++i) {
@@ -180,8 +180,8 @@ TEST(RowForms, OfALargeModelAreReadFromThePagesThatWereWritten) {
     model.set(8999, 8999, 7);
     std::vector<std::int32_t> none(1);
     const CPU_ROWS<std::int32_t> rows(none.data(), 10240, model.impl());
-    EXPECT_EQ(rows.survey().entries, 18u);
-    EXPECT_EQ(rows.survey().reach, 255u) << "of a filler";
+    EXPECT_EQ(rows.statistics().entries, 18u);
+    EXPECT_EQ(rows.statistics().reach, 255u) << "of a filler";
     ASSERT_EQ(rows.form(), ROW_FORM::LISTS);
     const SHAPE shape(10240);
     for (int i = 0; i < 9000; i += 1000) {
@@ -226,7 +226,7 @@ class ROW_FORMS_TEST : public BLOCK_TEST<BLOCK> {
         MODEL model(SIZE, with_hubs);
         model.needAllRows();
         const CPU_ROWS<typename BLOCK_TEST<BLOCK>::E> rows(model.weights(), SIZE);
-        ASSERT_TRUE(touches_few_words(rows.survey().entries, SIZE));
+        ASSERT_TRUE(touches_few_words(rows.statistics().entries, SIZE));
         std::ptrdiff_t longest = 0;
         for (int i = 0; i < SIZE; ++i)
             longest = std::max(longest, rows.end(i) - rows.begin(i));
@@ -294,7 +294,7 @@ TYPED_TEST(TESTED_SUMS_TEST, SumsThatMightLeaveTheRangeAreTested) {
     typename TestFixture::MODEL model(128, dense(7, -limit, limit));
     model.needAllRows();
     const CPU_ROWS<ELEMENT_OF> rows(model.weights(), 128);
-    EXPECT_EQ(rows.survey().reach<CALM_REACH<DELTA>, sizeof(DELTA)> sizeof(ELEMENT_OF));
+    EXPECT_EQ(rows.statistics().reach<CALM_REACH<DELTA>, sizeof(DELTA)> sizeof(ELEMENT_OF));
     this->play(model, ROW_FORM::RECORD, 8, 200);
 }
 
@@ -336,7 +336,7 @@ TYPED_TEST(NARROW_DELTAS_TEST, DeltasNearTheEndOfTheirRange) {
         return i == j ? -64 : i - j - 1 < -64 ? 63 : -63;
     });
     model.needAllRows();
-    const std::uint64_t reach = CPU_ROWS<std::int32_t>(model.weights(), 128).survey().reach;
+    const std::uint64_t reach = CPU_ROWS<std::int32_t>(model.weights(), 128).statistics().reach;
     ASSERT_LT(reach, CALM_REACH<std::int16_t>);
     ASSERT_GT(reach, CALM_REACH<std::int16_t> * 9 / 10);
     this->playAllForms(model, 4, 100);

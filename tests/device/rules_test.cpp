@@ -1,5 +1,5 @@
 // One selection of each flip rule: which bits it may take and how often, which draws it spends with
-// a generator for each thread and with one for the block, and what happens when there is nothing to
+// an RNG for each thread and with one for the block, and what happens when there is nothing to
 // take.
 #include <algorithm>
 
@@ -26,7 +26,7 @@ class RULES_TEST : public BLOCK_TEST<BLOCK> {
         BENCH<BLOCK> bench;
     };
 
-    /** How often each bit is selected in so many tries. */
+    /** How often each bit is selected in that many tries. */
     template <class SELECT>
     static std::vector<int> frequencies(BENCH<BLOCK>& bench, int tries, SELECT select) {
         std::vector<int> count(static_cast<std::size_t>(bench.model.size()));
@@ -44,16 +44,16 @@ TYPED_TEST_SUITE(RULES_TEST, ALL_BLOCKS, NAMES);
 /** A draw of each thread: what the rules tell, and kernels do. */
 template <class BLOCK>
 class DRAWS_OF_THREADS_TEST : public RULES_TEST<BLOCK> {};
-TYPED_TEST_SUITE(DRAWS_OF_THREADS_TEST, BLOCKS_OF_GENERATORS, NAMES);
+TYPED_TEST_SUITE(DRAWS_OF_THREADS_TEST, BLOCKS_OF_RNGS, NAMES);
 
-/** Draws of one generator for the whole block. */
+/** Draws of one RNG for the whole block. */
 template <class BLOCK>
 class DRAWS_OF_A_BLOCK_TEST : public RULES_TEST<BLOCK> {
   public:
-    /** How many steps the block's generator went from `before`. */
+    /** How many steps the block's RNG went from `before`. */
     static int stepsFrom(unsigned long before, BENCH<BLOCK>& bench) {
         int steps = 0;
-        for (; before != bench.block.generator() && steps < 1000; ++steps)
+        for (; before != bench.block.rng() && steps < 1000; ++steps)
             before = xor_shift(before);
         return steps;
     }
@@ -250,9 +250,9 @@ TYPED_TEST(RULES_TEST, RandomMinWithNoBitInTheRaceTakesAThreadsFirstBit) {
 TYPED_TEST(DRAWS_OF_THREADS_TEST, MaxMinSpendsDrawsOnEligibleBitsOnly) {
     typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4}, 90));
     typename TestFixture::SEARCHING late(model, TestFixture::STEPS - 1);
-    const auto before = late.bench.snapshot().generators;
+    const auto before = late.bench.snapshot().rngs;
     late.bench.block.selectMaxMin();
-    const auto after = late.bench.snapshot().generators;
+    const auto after = late.bench.snapshot().rngs;
     EXPECT_EQ(after[0], xor_shift(before[0]));  // the threshold
     // Two eligible bits, and the choice among them.
     EXPECT_EQ(after[1], xor_shift(xor_shift(xor_shift(before[1]))));
@@ -262,16 +262,16 @@ TYPED_TEST(DRAWS_OF_THREADS_TEST, MaxMinSpendsDrawsOnEligibleBitsOnly) {
 TYPED_TEST(DRAWS_OF_THREADS_TEST, PositiveMinSpendsOneDrawOnEachThreadWithWeight) {
     typename TestFixture::MODEL model(128, uncoupled({90, 90, 4, 4, -1}, 90));
     typename TestFixture::SEARCHING search(model, 0);
-    const auto before = search.bench.snapshot().generators;
+    const auto before = search.bench.snapshot().rngs;
     search.bench.block.selectPositiveMin();
-    const auto after = search.bench.snapshot().generators;
+    const auto after = search.bench.snapshot().rngs;
     EXPECT_EQ(after[0], before[0]);
     EXPECT_EQ(after[1], xor_shift(before[1]));
     EXPECT_EQ(after[2], xor_shift(before[2]));
     EXPECT_TRUE(std::equal(after.begin() + 3, after.end(), before.begin() + 3));
 }
 
-/** The state from which one step of the generator leads to `state`. */
+/** The state from which one step of the RNG leads to `state`. */
 unsigned long stateBefore(unsigned long state) {
     const auto undo = [](unsigned long mixed, auto shift) {
         unsigned long before = mixed;
@@ -290,10 +290,10 @@ TYPED_TEST(DRAWS_OF_THREADS_TEST, RandomMinKeepsABitWhoseDrawIsTheThresholdItsel
     auto& block = search.bench.block;
     const std::uint32_t threshold = random_threshold(0, TestFixture::STEPS);
     deltaOf(block, 5) = -3;
-    generatorOf(block, 5) = stateBefore(0xABC00000000 + threshold);
+    rngOf(block, 5) = stateBefore(0xABC00000000 + threshold);
     block.selectRandomMin();
     EXPECT_EQ(block.record.selected, 5);
-    generatorOf(block, 5) = stateBefore(0xABC00000000 + threshold + 1);
+    rngOf(block, 5) = stateBefore(0xABC00000000 + threshold + 1);
     block.selectRandomMin();
     EXPECT_NE(block.record.selected, 5);
 }
@@ -306,9 +306,9 @@ TYPED_TEST(DRAWS_OF_THREADS_TEST, RandomMinSpendsNoDrawOnABitThatCouldNotWin) {
     setTabu(block, 1, 1);
     deltaOf(block, 2) = TestFixture::MAX;  // thread 1: only its second bit plays
     deltaOf(block, 4) = 9;                 // thread 2: the second bit is lower
-    const auto before = late.bench.snapshot().generators;
+    const auto before = late.bench.snapshot().rngs;
     block.selectRandomMin();
-    const auto after = late.bench.snapshot().generators;
+    const auto after = late.bench.snapshot().rngs;
     EXPECT_EQ(after[0], before[0]);
     EXPECT_EQ(after[1], xor_shift(before[1]));
     EXPECT_EQ(after[2], xor_shift(xor_shift(before[2])));
@@ -319,15 +319,15 @@ TYPED_TEST(DRAWS_OF_THREADS_TEST, MaxMinWithNothingToTakeInAFullBlockStillDrawsF
     typename TestFixture::MODEL model(4096, 10, uncoupled({}, 7));
     typename TestFixture::SEARCHING search(model, 0);
     search.makeAllTabu();
-    const unsigned long before = generatorOf(search.bench.block, 1023);
+    const unsigned long before = rngOf(search.bench.block, 1023);
     search.bench.block.selectMaxMin();
-    EXPECT_EQ(generatorOf(search.bench.block, 1023), xor_shift(before));
+    EXPECT_EQ(rngOf(search.bench.block, 1023), xor_shift(before));
 }
 
 TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, MaxMinDrawsTheThresholdAndPlacesUntilOneIsEligible) {
     typename TestFixture::MODEL model(128, uncoupled({}, 7));
     typename TestFixture::SEARCHING all(model, 0);
-    unsigned long before = all.bench.block.generator();
+    unsigned long before = all.bench.block.rng();
     all.bench.block.selectMaxMin();
     EXPECT_EQ(this->stepsFrom(before, all.bench), 1 + TRIES / 2);
 
@@ -338,7 +338,7 @@ TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, MaxMinDrawsTheThresholdAndPlacesUntilOneIsElig
     EXPECT_EQ(rounds, 4);
     int most = 0;
     for (int i = 0; i < 50; ++i) {
-        before = late.bench.block.generator();
+        before = late.bench.block.rng();
         late.bench.block.selectMaxMin();
         EXPECT_EQ(late.bench.block.record.selected, 4001);
         most = std::max(most, this->stepsFrom(before, late.bench));
@@ -352,7 +352,7 @@ TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, PositiveMinDrawsOnceAndOnceMoreWithinAThread) 
     setTabu(search.bench.block, 63, 1);
     for (int bit = 2; bit < 63; ++bit)
         deltaOf(search.bench.block, bit) = -1;
-    unsigned long before = search.bench.block.generator();
+    unsigned long before = search.bench.block.rng();
     search.bench.block.selectPositiveMin();
     EXPECT_EQ(this->stepsFrom(before, search.bench), 1);
 
@@ -360,14 +360,14 @@ TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, PositiveMinDrawsOnceAndOnceMoreWithinAThread) 
     typename TestFixture::SEARCHING within(pairs, 0);
     for (int bit = 2; bit < 128; ++bit)
         setTabu(within.bench.block, bit, 1);
-    before = within.bench.block.generator();
+    before = within.bench.block.rng();
     within.bench.block.selectPositiveMin();
     EXPECT_EQ(within.bench.block.record.positive_count, 0);
     EXPECT_EQ(within.bench.block.record.selected, 0)
         << "with a count of 0, nothing weighs anything";
     EXPECT_EQ(this->stepsFrom(before, within.bench), 1);
     deltaOf(within.bench.block, 9) = 0;  // barred, and yet counted
-    before = within.bench.block.generator();
+    before = within.bench.block.rng();
     within.bench.block.selectPositiveMin();
     const int steps = this->stepsFrom(before, within.bench);
     EXPECT_GE(steps, 2);
@@ -379,18 +379,18 @@ TYPED_TEST(DRAWS_OF_A_BLOCK_TEST, RandomMinDrawsForEachBitThatItLooksAt) {
     typename TestFixture::SEARCHING search(model, 0);
     auto& block = search.bench.block;
     const std::uint32_t threshold = random_threshold(0, TestFixture::STEPS);
-    block.generator() = stateBefore(0xABC00000000 + threshold);
+    block.rng() = stateBefore(0xABC00000000 + threshold);
     block.selectRandomMin();
     EXPECT_EQ(block.record.selected, 1) << "a draw that is the threshold itself keeps the bit";
-    const unsigned long before = block.generator() = stateBefore(0xABC00000000 + threshold + 1);
+    const unsigned long before = block.rng() = stateBefore(0xABC00000000 + threshold + 1);
     block.selectRandomMin();
     EXPECT_NE(block.record.selected, 1);
     EXPECT_GE(this->stepsFrom(before, search.bench), 2);
 
     search.makeAllTabu();
-    const unsigned long state = block.generator();
+    const unsigned long state = block.rng();
     block.selectRandomMin();
-    EXPECT_EQ(block.generator(), state) << "no bit in the race";
+    EXPECT_EQ(block.rng(), state) << "no bit in the race";
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ ELEMENT oneMinimum() {
     return [](int i, int j) { return std::int64_t{i != j ? 0 : i == 0 ? -1000 : 1 + i % 5}; };
 }
 
-/** Bits flipped by the first full search: the one behind the search that finds the minimum. */
+/** Bits flipped by the first full search: the one after the search that finds the minimum. */
 template <class BENCH>
 std::vector<int> fullSearch(BENCH& bench, std::int8_t rule, std::uint32_t steps) {
     bench.run({.target = {1}, .algorithm = rule, .steps = steps});
@@ -69,7 +69,7 @@ TYPED_TEST(SEARCH_TEST, EarlyFlipsOfMaxMinAndPositiveMinAreBlockedForOneStepLess
     }
 }
 
-TYPED_TEST(SEARCH_TEST, ATabuSettingOfZeroFreesBitsAtOnceBehindTheFirstSteps) {
+TYPED_TEST(SEARCH_TEST, ATabuSettingOfZeroFreesBitsAtOnceAfterTheFirstSteps) {
     typename TestFixture::MODEL model(64, oneMinimum());
     typename TestFixture::ON_BENCH bench(model, {.tabu_cycles = 0});
     std::vector<int> tenures;  // beside bench.flipped
@@ -80,7 +80,7 @@ TYPED_TEST(SEARCH_TEST, ATabuSettingOfZeroFreesBitsAtOnceBehindTheFirstSteps) {
     fullSearch(bench, MAX_MIN, 20);
     const std::vector<int> search(tenures.begin() + 2, tenures.begin() + 22);
     EXPECT_TRUE(std::all_of(search.begin(), search.begin() + 6, [](int v) { return v == 5; }))
-        << "6, counted down once behind the flip";
+        << "6, counted down once after the flip";
     EXPECT_TRUE(std::all_of(search.begin() + 6, search.end(), [](int v) { return v == 0; }));
 }
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "model.hpp"
-#include "one_generator_block.hpp"
+#include "one_rng_block.hpp"
 #include "reference_block.hpp"
 
 namespace orvex::device::test {
@@ -37,8 +37,8 @@ bool isOneInBest(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.best()[block.arrays().shape.place(bit)] != 0;
 }
 template <class E, class D, class N>
-std::vector<unsigned long> generatorsOf(CPU_BLOCK<E, D, N>& block) {
-    return {block.generator()};
+std::vector<unsigned long> rngsOf(CPU_BLOCK<E, D, N>& block) {
+    return {block.rng()};
 }
 
 template <class E, class D>
@@ -62,20 +62,20 @@ bool isOneInBest(REFERENCE_BLOCK<E, D>& block, int bit) {
     return block.bestOf(bit / block.K) >> (bit % block.K) & 1;
 }
 template <class E, class D>
-unsigned long& generatorOf(REFERENCE_BLOCK<E, D>& block, int thread) {
-    return block.thread(thread).generator;
+unsigned long& rngOf(REFERENCE_BLOCK<E, D>& block, int thread) {
+    return block.thread(thread).rng;
 }
 /** One for each thread, or the block's. */
 template <class E, class D>
-std::vector<unsigned long> generatorsOf(REFERENCE_BLOCK<E, D>& block) {
+std::vector<unsigned long> rngsOf(REFERENCE_BLOCK<E, D>& block) {
     std::vector<unsigned long> states;
     for (const auto& thread : block.threads)
-        states.push_back(thread.generator);
+        states.push_back(thread.rng);
     return states;
 }
 template <class E, class D>
-std::vector<unsigned long> generatorsOf(ONE_GENERATOR_BLOCK<E, D>& block) {
-    return {block.generator()};
+std::vector<unsigned long> rngsOf(ONE_RNG_BLOCK<E, D>& block) {
+    return {block.rng()};
 }
 
 // ---- snapshots -----------------------------------------------------------------------------
@@ -86,7 +86,7 @@ struct SNAPSHOT {
     std::vector<D> delta;
     BITS ones, best;
     std::vector<std::uint8_t> tabu;
-    std::vector<unsigned long> generators;
+    std::vector<unsigned long> rngs;
 };
 
 template <class D, class BLOCK>
@@ -105,7 +105,7 @@ SNAPSHOT<D> snapshotOf(BLOCK& block, const SHAPE& shape) {
         shot.best[i] = isOneInBest(block, bit);
         shot.tabu[i] = tabuOf(block, bit);
     }
-    shot.generators = generatorsOf(block);
+    shot.rngs = rngsOf(block);
     return shot;
 }
 
@@ -179,7 +179,7 @@ std::string difference(const SNAPSHOT<D>& expected, const SNAPSHOT<D>& seen) {
     differences.list("ones", expected.ones, seen.ones);
     differences.list("best", expected.best, seen.best);
     differences.list("tabu", expected.tabu, seen.tabu);
-    differences.list("generators", expected.generators, seen.generators);
+    differences.list("rngs", expected.rngs, seen.rngs);
     return differences.text();
 }
 

@@ -14,7 +14,7 @@ class TRACE_CASES_TEST : public BLOCK_TEST<BLOCK> {
   public:
     using MODEL = typename BLOCK_TEST<BLOCK>::MODEL;
 
-    /** A long instance of the rule on a dense model, killed behind so many flips. */
+    /** A long instance of the rule on a dense model, killed after that many flips. */
     void killAt(int flips, std::int8_t rule) {
         SCOPED_TRACE("rule " + std::to_string(rule) + ", killed at " + std::to_string(flips));
         MODEL model(64, dense(21, -100, 100));
@@ -29,7 +29,7 @@ class TRACE_CASES_TEST : public BLOCK_TEST<BLOCK> {
 };
 TYPED_TEST_SUITE(TRACE_CASES_TEST, CPU_BLOCKS, NAMES);
 
-TYPED_TEST(TRACE_CASES_TEST, KilledBeforeAndBehindAnyFlip) {
+TYPED_TEST(TRACE_CASES_TEST, KilledBeforeAndAfterAnyFlip) {
     for (std::int8_t rule : everyRule())
         for (int flips = 0; flips < 60; ++flips)
             this->killAt(flips, rule);
@@ -63,18 +63,7 @@ TYPED_TEST(TRACE_CASES_TEST, AllBitsTabuForALongTime) {
 }
 
 TYPED_TEST(TRACE_CASES_TEST, WeightsNearTheLimitOfTheRange) {
-    int overflows = 0;
-    for (int shift = 1; shift <= 6; ++shift) {
-        const std::int64_t limit = TestFixture::ELEMENT_MAX >> shift;
-        typename TestFixture::MODEL model(64, dense(23, -limit, limit));
-        for (std::int8_t rule : everyRule()) {
-            TRACE_PAIR<TypeParam> pair(model);
-            INSTANCE_MAKER maker(64, 24);
-            for (int i = 0; i < 3; ++i)
-                pair.run(maker.next(rule, 300));
-            overflows += pair.tested.block.record.overflow;
-        }
-    }
+    const int overflows = overflowsNearTheLimit<TypeParam>({.instances = 3, .max_steps = 300});
     EXPECT_TRUE(TestFixture::SAME_WIDTHS ? overflows > 5 : overflows == 0) << overflows;
 }
 
@@ -92,15 +81,8 @@ TYPED_TEST(TRACE_CASES_TEST, DeltasThatReachTheMaximumAreOutOfPlay) {
 
 TYPED_TEST(TRACE_CASES_TEST, WrongRulesPrintAndMakeNoSearch) {
     typename TestFixture::MODEL model(128, dense(25, -100, 100));
-    for (std::int8_t rule : {5, 7, 127, -1, -128}) {
-        TRACE_PAIR<TypeParam> pair(model);
-        testing::internal::CaptureStdout();
-        pair.run({.target = bits(128, {1, 2, 3}), .algorithm = rule, .budget = 0, .steps = 100});
-        std::string expected;
-        for (int t = 0; t < 2 * model.shape.threads; ++t)  // both blocks print
-            expected += "Type.A=" + std::to_string(rule) + "\n";
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
-    }
+    for (std::int8_t rule : {5, 7, 127, -1, -128})
+        expectDiagnostic<TypeParam>(model, rule);
 }
 
 TYPED_TEST(TRACE_CASES_TEST, TheLibrarysCycleOnThePlainBlockIsThePlainCycle) {

@@ -1,8 +1,9 @@
-// Two blocks side by side on the same instances: the plain one records its state behind every flip,
+// Two blocks side by side on the same instances: the plain one records its state after every flip,
 // then the tested one is held to that record, flip by flip, and at last the two results. Also the
 // random instances on which this is done.
 #pragma once
 
+#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -22,7 +23,7 @@ struct PLAIN_OF {
 };
 template <class E, class D, class N>
 struct PLAIN_OF<CPU_BLOCK<E, D, N>> {
-    using BLOCK = ONE_GENERATOR_BLOCK<E, D>;
+    using BLOCK = ONE_RNG_BLOCK<E, D>;
 };
 
 template <class TESTED>
@@ -34,7 +35,7 @@ class TRACE_PAIR {
     TRACE_PAIR(TEST_MODEL<E>& model, SETUP setup = {})
         : tested(model, setup), plain(model, withPlainCycle(setup)) {}
 
-    /** Runs the instance on both. With `kill_at` the run is killed behind that many flips. */
+    /** Runs the instance on both. With `kill_at` the run is killed after that many flips. */
     void run(const INSTANCE& instance, int kill_at = -1) {
         if (!difference_.empty()) return;  // one report is enough
         plain.kill_at = tested.kill_at = kill_at;
@@ -46,7 +47,7 @@ class TRACE_PAIR {
         tested.on_flip = [&] {
             if (flip >= expected.size() || !difference_.empty()) return;
             difference_ = difference(expected[flip], tested.snapshot());
-            EXPECT_EQ(difference_, "") << "behind flip " << flip << " of the instance";
+            EXPECT_EQ(difference_, "") << "after flip " << flip << " of the instance";
             ++flip;
         };
         const std::optional<RESULT> tested_result = tested.run(instance);
@@ -174,6 +175,43 @@ long playEveryRule(MODEL& model, PLAY one_rule) {
     return flips + play<BLOCK>(model, one_rule, [&](int i) {
                return rules[static_cast<std::size_t>(i) * stride % rules.size()];
            });
+}
+
+/**
+ * The same with every rule on models of 64 bits whose weights come ever nearer to the limit of an
+ * element's range. Returns how many of the blocks overflow.
+ */
+template <class BLOCK>
+int overflowsNearTheLimit(const PLAY& plan) {
+    using E = typename WIDTHS_OF<BLOCK>::ELEMENT_TYPE;
+    int overflows = 0;
+    for (int shift = 1; shift <= 6; ++shift) {
+        const std::int64_t limit = std::numeric_limits<E>::max() >> shift;
+        TEST_MODEL<E> model(64, dense(23, -limit, limit));
+        for (std::int8_t rule : everyRule()) {
+            TRACE_PAIR<BLOCK> pair(model, plan.setup);
+            INSTANCE_MAKER maker(64, 24);
+            for (int i = 0; i < plan.instances; ++i)
+                pair.run(maker.next(rule, plan.max_steps));
+            overflows += pair.tested.block.record.overflow;
+        }
+    }
+    return overflows;
+}
+
+/** Every thread of both blocks prints a rule that there is not, and none searches by it. */
+template <class BLOCK, class MODEL>
+void expectDiagnostic(MODEL& model, std::int8_t wrong_rule) {
+    TRACE_PAIR<BLOCK> pair(model);
+    testing::internal::CaptureStdout();
+    pair.run({.target = bits(model.size(), {1, 2, 3}),
+              .algorithm = wrong_rule,
+              .budget = 0,
+              .steps = 100});
+    std::string expected;
+    for (int t = 0; t < 2 * model.shape.threads; ++t)
+        expected += "Type.A=" + std::to_string(wrong_rule) + "\n";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
 }
 
 }  // namespace orvex::device::test

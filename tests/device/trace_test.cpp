@@ -1,5 +1,5 @@
 // The trace of a block is the plain block's trace: over random models of many kinds, in bands of
-// every number of bits per thread, under every rule, the state behind every flip is the same, and
+// every number of bits per thread, under every rule, the state after every flip is the same, and
 // so is every result.
 #include <gtest/gtest.h>
 

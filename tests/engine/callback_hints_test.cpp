@@ -69,7 +69,7 @@ TEST_F(Hints, BeyondTheTrialLimitAreKeptButNotSent) {
     EXPECT_TRUE(run->hint_ready);
 }
 
-TEST_F(Hints, ShorterThanTheBandLeaveTheWordsBehindThem) {
+TEST_F(Hints, ShorterThanTheBandLeaveTheWordsAfterThem) {
     island(1).send_buf->bits[1] = 99;
     Sol shorter(64);
     shorter.impl().data[0] = 5;
@@ -103,7 +103,7 @@ TEST_F(Hints, ThatFindNoRoomInTheRingWaitForTheNextAnswer) {
     EXPECT_EQ(record(*island(1).send_buf).bits[0], 0xABCDu);
 }
 
-TEST_F(Hints, AreNotSentBehindStopMarks) {
+TEST_F(Hints, AreNotSentAfterStopMarks) {
     island(1).sendStopMarks();
     giveHint();
     EXPECT_EQ(island(1).sent, 0);

@@ -2,6 +2,7 @@
 // caller sees in them.
 #include <algorithm>
 #include <numeric>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -70,7 +71,7 @@ TEST_F(CallbackRuns, AnAlarmOfALongDelayDoesNotCome) {
     EXPECT_EQ(callback->count("alarm"), 0);
 }
 
-TEST_F(CallbackRuns, AnAlarmComesBehindItsDelay) {
+TEST_F(CallbackRuns, AnAlarmComesAfterItsDelay) {
     std::int64_t armed = 0;
     std::int64_t fired = 0;
     runWith(
@@ -117,6 +118,32 @@ TEST_F(CallbackRuns, IslandsTellWhatTheyHaveDone) {
     EXPECT_EQ(results, 500) << "of the whole run, as it has ended";
     EXPECT_EQ(std::to_string(best), sol.get("energy"));
     EXPECT_EQ(std::to_string(flips), sol.get("total_flips"));
+}
+
+TEST_F(CallbackRuns, PoolsHandOverTheirBestAtTheEnd) {
+    const Sol sol = runWith([](ON_EVENT& self, const std::string& event) {
+        EXPECT_TRUE(self.solutions().empty()) << "not before the end";
+        if (event == "init") self.want_solutions(20);
+    });
+    const std::vector<Sol>& solutions = callback->solutions();
+    ASSERT_EQ(solutions.size(), 20u);
+    std::vector<long> energies;
+    std::set<std::vector<std::uint64_t>> different;
+    for (const Sol& solution : solutions) {
+        const Sol::Impl& is = solution.impl();
+        EXPECT_EQ(is.bits, 100);
+        energies.push_back(energy_of(model, solution));
+        different.emplace(is.data.get(), is.data.get() + is.words);
+    }
+    EXPECT_EQ(different.size(), solutions.size());
+    EXPECT_TRUE(std::is_sorted(energies.begin(), energies.end()));
+    EXPECT_EQ(std::to_string(energies.front()), sol.get("energy"));
+
+    runWith([](ON_EVENT& self, const std::string&) { self.want_solutions(1000000); }, {}, "3");
+    EXPECT_LE(callback->solutions().size(), 3u) << "no more than results came in";
+    EXPECT_FALSE(callback->solutions().empty());
+    runWith([](ON_EVENT& self, const std::string&) { self.want_solutions(0); });
+    EXPECT_TRUE(callback->solutions().empty());
 }
 
 TEST_F(CallbackRuns, AFixedRuleHasAllResults) {

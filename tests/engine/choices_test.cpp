@@ -154,7 +154,7 @@ TEST_F(Choices, FromAPoolWithoutRulesAllAreEquallyLikely) {
         EXPECT_NEAR(count, 1000, 150);
 }
 
-TEST_F(Choices, TheMarkOfNoRuleIsReturnedAsItStands) {
+TEST_F(Choices, TheMarkOfNoRuleIsReturnedAsItIs) {
     for (int slot = 0; slot < POOL_SIZE; ++slot)
         pool().pool[slot].algorithm = 5;
     seed(3);

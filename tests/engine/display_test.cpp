@@ -109,7 +109,7 @@ TEST_F(Display, IslandsThatAreKeptStandInRoundBrackets) {
                           "[A]RR-9\033[39m 12 1.500s 2.000s\n");
 }
 
-TEST_F(Display, ATargetStandsBehindTheRunsBest) {
+TEST_F(Display, ATargetComesAfterTheRunsBest) {
     run.target_energy = -100;
     EXPECT_NE(line().find("[A]RR-9/-100\033[39m 12 "), std::string::npos);
     run.target_energy = 0;
@@ -173,7 +173,7 @@ TEST_F(TableRow, OfAllIslandsIsMarkedA) {
     EXPECT_EQ(table_row(row, run), "[A] MP -42 1.235s\033[49m\033[39m" + shares);
 }
 
-TEST_F(TableRow, OfAKeptIslandStandsInRoundBrackets) {
+TEST_F(TableRow, OfAKeptIslandIsInRoundBrackets) {
     run.restart_islands = 2;
     EXPECT_EQ(table_row(row, run), "(2) MP -42 1.235s\033[49m\033[39m" + shares);
 }

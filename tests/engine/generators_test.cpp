@@ -1,6 +1,6 @@
 // What each generator builds, compared with a plain statement of it that draws from the same seed
 // word; both must have drawn equally often. A generator writes the bits and its own number and
-// leaves the rest of the record as it stands.
+// leaves the rest of the record as it is.
 #include <bit>
 
 #include "engine/names.hpp"

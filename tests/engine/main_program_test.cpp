@@ -36,7 +36,7 @@ class MainProgram : public testing::Test {
         return solve(band::band_solve, model, settings(pairs), start);
     }
 
-    /** The shape of a run, as it stands when its clock has started. */
+    /** The shape of a run, as it is when its clock has started. */
     struct SEEN {
         int gpus, islands_per_gpu, blocks_per_island, islands;
         std::vector<int> gpu_of_island;

@@ -103,7 +103,7 @@ TEST_F(Insert, EqualToTheWorstAndFarItOverwritesTheWorst) {
     EXPECT_TRUE(same(pool->pool[2], far(9, -5)));
 }
 
-TEST_F(Insert, ItStandsInFrontOfItsEquals) {
+TEST_F(Insert, ItComesInFrontOfItsEquals) {
     const auto pool = poolOf({-9, -7, -7, -5});
     run->solution_proximity = 0;
     INST_t twin = far(3, -7);
@@ -178,7 +178,7 @@ TEST_F(Insert, AMutationThatEntersIsCounted) {
     for (int i = 0; i < 101; ++i)
         offer(*pool, mutation);
     EXPECT_EQ(pool->hits[5], 101u);
-    EXPECT_EQ(pool->ring_pos, 1) << "behind 100 places comes the first";
+    EXPECT_EQ(pool->ring_pos, 1) << "after 100 places comes the first";
     EXPECT_EQ(pool->ring, std::vector<signed char>(100, -4));
 }
 
@@ -258,7 +258,7 @@ TEST_P(RandomInsertions, FollowTheRuleStatedOnAList) {
 }
 
 // A wider proximity can drive out another near record instead, and the twin stays.
-TEST_F(Insert, WithAProximityOf0NoSolutionStandsTwice) {
+TEST_F(Insert, WithAProximityOf0NoSolutionIsThereTwice) {
     run->solution_proximity = 0;
     std::mt19937_64 twister(1);
     SOLPOOL pool(*run, 20);

@@ -71,7 +71,7 @@ class LATE_BLOCKS {
         }
         ++taken_;
         --free_;
-        // The block comes to its result, which gets its number now and its ticket some time later.
+        // The block has its result, which gets its number now and its ticket some time later.
         open_.push_back({handed_in_++, static_cast<std::uint32_t>(1 + random_() % 1000000)});
     }
 

@@ -149,7 +149,7 @@ TEST_F(Session, AnAssignmentToTheModelLeavesTheOldWeightsInPlace) {
     EXPECT_NE(energy_of(old, sol), energy_of(model, sol));
 }
 
-TEST_F(Session, AWriteBehindAnAssignmentHasTheAssignedWeightsLoaded) {
+TEST_F(Session, AWriteAfterAnAssignmentHasTheAssignedWeightsLoaded) {
     run(model);
     model = random_model(100, 16, 1000, 7);
     model.set(0, 0, model.get(0, 0));
@@ -157,7 +157,7 @@ TEST_F(Session, AWriteBehindAnAssignmentHasTheAssignedWeightsLoaded) {
     EXPECT_EQ(hostMatrix().diag[0], model.get(0, 0));
 }
 
-TEST_F(Session, ReleasingBehindAnAssignmentHasTheAssignedWeightsLoaded) {
+TEST_F(Session, ReleasingAfterAnAssignmentHasTheAssignedWeightsLoaded) {
     run(model);
     model = random_model(100, 16, 1000, 7);
     Solver(false).release();

@@ -69,7 +69,7 @@ TEST_F(StopConditions, ATimeLimitEndsTheRun) {
     const Sol sol = run(model, settings({{"time_limit", "1"}}));
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(took.count(), 1.0);
-    EXPECT_LT(took.count(), 10.0) << "it ends at the next result behind the limit";
+    EXPECT_LT(took.count(), 10.0) << "it ends at the next result after the limit";
     EXPECT_GE(std::stod(sol.get("runtime")), 1.0);
     EXPECT_GT(std::stod(sol.get("kernel_time")), 0.9);
     EXPECT_LE(std::stod(sol.get("tts")), std::stod(sol.get("runtime")));
@@ -139,7 +139,7 @@ TEST_F(StopConditions, AnAbortInAnyEventEndsTheRun) {
                 if (event == when) self.set("abort");
             },
             {});
-        EXPECT_EQ(callback->events.back(), when) << "no event behind the abort";
+        EXPECT_EQ(callback->events.back(), when) << "no event after the abort";
         EXPECT_NE(sol.get("energy"), NO_ENERGY_TEXT) << "the results owed were still taken";
     }
 }

@@ -323,7 +323,7 @@ TEST_F(FirstWave, BeginsWithTheStartSolutionOnTheFirstIsland) {
         EXPECT_EQ(sent.inst, engine::RANDOM);
 }
 
-TEST_F(FirstWave, OfAShortStartSolutionHasZerosBehindIt) {
+TEST_F(FirstWave, OfAShortStartSolutionHasZerosAfterIt) {
     Sol shorter(10);
     shorter.set(9, true);
     prepare(1, 1, &shorter);

@@ -123,7 +123,7 @@ TEST(Values, TokensAreTakenOneAfterTheOther) {
     EXPECT_TRUE(parse_string_pos(text, pos, real));
     EXPECT_EQ(real, 2.5f);
     EXPECT_EQ(pos, 6u);
-    EXPECT_FALSE(parse_string_pos(text, pos, whole)) << "x is no number";
+    EXPECT_FALSE(parse_string_pos(text, pos, whole)) << "x is not a number";
     EXPECT_EQ(pos, text.size());
     EXPECT_FALSE(parse_string_pos(text, pos, whole)) << "nothing is left";
 }

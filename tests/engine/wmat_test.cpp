@@ -1,4 +1,4 @@
-// The matrix as the search reads it: its layout, the places of its columns, the filler behind the
+// The matrix as the search reads it: its layout, the places of its columns, the filler after the
 // model's variables, and the energy computed from it.
 #include <algorithm>
 #include <cstddef>
@@ -89,7 +89,7 @@ TEST(Wmat, AModelWithoutVariablesIsAllFiller) {
     EXPECT_EQ(wmat->w[1], 0);
 }
 
-// Column j stands at place (j % K) * T + j / K of its row, K being the bits of a thread.
+// Column j is at place (j % K) * T + j / K of its row, K being the bits of a thread.
 TEST(Wmat, ColumnsArePermutedAndRowsAreNot) {
     const Model model = random_model(100, 32, 1000000, 2);
     const auto wmat = matrix128(model);

@@ -1,5 +1,5 @@
 // The CUDA block's own text as a block that the tests of tests/device can run: on fibers, stopped
-// in front of and behind every flip, and open to be looked at there.
+// in front of and after every flip, and open to be looked at there.
 #pragma once
 
 #include <functional>
@@ -27,7 +27,7 @@ class KERNEL_ON_FIBERS {
     virtual std::uint8_t& tabu(int bit) = 0;
     virtual bool one(int bit) = 0;
     virtual bool oneInBest(int bit) = 0;
-    virtual unsigned long& generator(int thread) = 0;
+    virtual unsigned long& rng(int thread) = 0;
     /** Runs to the next gate; false if the block sleeps, waiting for an instance. */
     virtual bool run() = 0;
     GATE gate = GATE::ENTERED;
@@ -49,7 +49,7 @@ class SEEN_CUDA_BLOCK : public CUDA_BLOCK<S, E, D> {
 
     /**
      * The test raises the kill byte at the second stop. Thread 0 looks at it once more there: what
-     * it sees behind a flip is then the same whenever during the flip the byte was raised.
+     * it sees after a flip is then the same whenever during the flip the byte was raised.
      */
     void flipBit(bool searching) {
         stop(GATE::FLIP);
@@ -62,7 +62,7 @@ class SEEN_CUDA_BLOCK : public CUDA_BLOCK<S, E, D> {
     D& delta(int c) { return this->delta_[c]; }
     std::uint8_t& tabu(int c) { return reinterpret_cast<std::uint8_t*>(this->tabu_)[c]; }
     bool one(int c) const { return this->bits_ >> c & 1; }
-    unsigned long& generator() { return this->generator_; }
+    unsigned long& rng() { return this->rng_; }
 
   private:
     GATE& gate_;
@@ -86,8 +86,8 @@ class KERNEL_OF_SIZE : public KERNEL_ON_FIBERS<E, D> {
     std::uint8_t& tabu(int bit) override { return threadOf(bit).tabu(bit % K); }
     bool one(int bit) override { return threadOf(bit).one(bit % K); }
     bool oneInBest(int bit) override { return shared_.best_bits[bit / K] >> (bit % K) & 1; }
-    unsigned long& generator(int thread) override {
-        return threads_[static_cast<std::size_t>(thread)]->generator();
+    unsigned long& rng(int thread) override {
+        return threads_[static_cast<std::size_t>(thread)]->rng();
     }
     bool run() override { return fibers_.run() != FIBERS::STATE::SLEEP; }
 
@@ -216,10 +216,10 @@ bool isOneInBest(FIBER_BLOCK<E, D>& block, int bit) {
     return block.kernel().oneInBest(bit);
 }
 template <class E, class D>
-std::vector<unsigned long> generatorsOf(FIBER_BLOCK<E, D>& block) {
+std::vector<unsigned long> rngsOf(FIBER_BLOCK<E, D>& block) {
     std::vector<unsigned long> states;
     for (int t = 0; t < block.threads(); ++t)
-        states.push_back(block.kernel().generator(t));
+        states.push_back(block.kernel().rng(t));
     return states;
 }
 

@@ -122,7 +122,7 @@ orvex_switch_stacks:
 /** A stack that goes on at `entry` when it is switched to. */
 void* prepared_stack(void* stack, void (*entry)()) {
     void** top = reinterpret_cast<void**>(static_cast<char*>(stack) + STACK_BYTES);
-    *--top = nullptr;  // so that the stack is aligned as behind a call
+    *--top = nullptr;  // so that the stack is aligned as after a call
     *--top = reinterpret_cast<void*>(entry);
     for (int i = 0; i < 6; ++i)
         *--top = nullptr;

@@ -68,7 +68,7 @@ class FIBERS {
     /** Of several stores to a cell between two barriers, the one of the highest thread lands. */
     bool mayLand(const void* cell);
 
-    /** Called behind every store that others wait for, as if one of them saw it at once. */
+    /** Called after every store that others wait for, as if one of them saw it at once. */
     static inline thread_local std::function<void(const void* word)> on_poke;
 
     /** Barriers at this place are passed without waiting: a planted fault. */

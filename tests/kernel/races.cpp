@@ -4,7 +4,7 @@
 //
 //   orvex_kernel_races                       runs all rules in bands of several shapes
 //   orvex_kernel_races --barriers            the same, and lists the barriers that were met
-//   orvex_kernel_races --without FILE:LINE   the same without the barrier that stands there, which
+//   orvex_kernel_races --without FILE:LINE   the same without the barrier that is there, which
 //                                            the detector must report
 //
 // The fibers are compiled without the detector, which knows of them by its fiber interface.

@@ -5,7 +5,7 @@
 
 The kernel as it is must run without a report. Then the barriers are left out one after the other;
 each time the detector must report a race, or a crash, where a thread uses a slot or a bit that another
-has yet to name. A barrier that stands for the sake of a simple rule,
+has yet to name. A barrier that is there for the sake of a simple rule,
 because the next operation brings one of its own before anything could go wrong, says so in the
 source by the words "redundant:" in its line or in the line above, and is not left out.
 """

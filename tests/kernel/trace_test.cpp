@@ -1,6 +1,6 @@
 // The trace of the CUDA block's text is the plain block's trace, whatever order its threads run in:
 // over random models, in bands of every number of bits per thread and all widths, under every rule,
-// the state behind every flip is the same, and so is every result.
+// the state after every flip is the same, and so is every result.
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -84,7 +84,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, TheLargestBand) {
     EXPECT_GT(flips, 40);
 }
 
-TYPED_TEST(KERNEL_TRACE_TEST, KilledBeforeAndBehindAnyFlip) {
+TYPED_TEST(KERNEL_TRACE_TEST, KilledBeforeAndAfterAnyFlip) {
     typename TestFixture::MODEL model(64, dense(21, -100, 100));
     for (std::int8_t rule : everyRule())
         for (int flips = 0; flips < 40; flips += 3) {
@@ -124,18 +124,7 @@ TYPED_TEST(KERNEL_TRACE_TEST, AllBitsOfAFullBlockTabuOrOutOfPlay) {
 }
 
 TYPED_TEST(KERNEL_TRACE_TEST, OverflowInEachPlace) {
-    int overflows = 0;
-    for (int shift = 1; shift <= 6; ++shift) {
-        const std::int64_t limit = TestFixture::ELEMENT_MAX >> shift;
-        typename TestFixture::MODEL model(64, dense(23, -limit, limit));
-        for (std::int8_t rule : everyRule()) {
-            TRACE_PAIR<TypeParam> pair(model);
-            INSTANCE_MAKER maker(64, 24);
-            for (int i = 0; i < 2; ++i)
-                pair.run(maker.next(rule, 60));
-            overflows += pair.tested.block.record.overflow;
-        }
-    }
+    const int overflows = overflowsNearTheLimit<TypeParam>({.instances = 2, .max_steps = 60});
     EXPECT_TRUE(TestFixture::SAME_WIDTHS ? overflows > 5 : overflows == 0) << overflows;
 
     const std::int64_t lowest = TestFixture::ELEMENT_LOWEST;
@@ -149,15 +138,8 @@ TYPED_TEST(KERNEL_TRACE_TEST, OverflowInEachPlace) {
 
 TYPED_TEST(KERNEL_TRACE_TEST, WrongRulesPrintOnceForEachThread) {
     typename TestFixture::MODEL model(128, dense(25, -100, 100));
-    for (std::int8_t rule : {5, 127, -1, -128}) {
-        TRACE_PAIR<TypeParam> pair(model);
-        testing::internal::CaptureStdout();
-        pair.run({.target = bits(128, {1, 2, 3}), .algorithm = rule, .budget = 0, .steps = 100});
-        std::string expected;
-        for (int t = 0; t < 2 * model.shape.threads; ++t)  // both blocks print
-            expected += "Type.A=" + std::to_string(rule) + "\n";
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
-    }
+    for (std::int8_t rule : {5, 127, -1, -128})
+        expectDiagnostic<TypeParam>(model, rule);
 }
 
 TYPED_TEST(KERNEL_TRACE_TEST, AStopMarkEndsTheBlock) {

@@ -27,7 +27,7 @@ CompanionOptions checked(const SparseQubo& qubo, CompanionOptions options) {
 Companion::Companion(const SparseQubo& qubo, CompanionOptions options)
     : qubo_(&qubo),
       options_(checked(qubo, std::move(options))),
-      exchange_(qubo, options_.threads) {}
+      exchange_(qubo, options_.threads, static_cast<std::size_t>(options_.solutions)) {}
 
 Companion::~Companion() {
     join();

@@ -26,6 +26,7 @@ struct CompanionOptions {
     /** Seconds after which it will be stopped, if that is known: it plans with them, and goes on.
      */
     double time_limit = std::numeric_limits<double>::infinity();
+    int solutions = 0;  ///< distinct ones to keep beside the best
 };
 
 /** A search on threads of its own, in exchange with whoever started it. */
@@ -62,7 +63,7 @@ class Companion {
     Wide best_energy() const { return exchange_.best_energy(); }
 
     /**
-     * Waits until its best is below the energy, at most so many seconds. Ends early when the
+     * Waits until its best is below the energy, at most that many seconds. Ends early when the
      * companion stops. May be called by any thread.
      *
      * @return whether its best is below
@@ -75,6 +76,9 @@ class Companion {
      * @throws what ended a thread, if that was an exception
      */
     void stop();
+
+    /** The best distinct solutions that it came by, as many as it was to keep, the best first. */
+    std::vector<Solution> solutions() const { return exchange_.collection().solutions(); }
 
     /** Flips that were tried, of single bits or as a move of several. */
     long attempted_flips() const;

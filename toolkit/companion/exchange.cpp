@@ -15,10 +15,11 @@ constexpr Wide HIGHEST = static_cast<Wide>(~static_cast<unsigned __int128>(0) >>
 
 }  // namespace
 
-Exchange::Exchange(const SparseQubo& qubo, int workers)
+Exchange::Exchange(const SparseQubo& qubo, int workers, std::size_t solutions)
     : qubo_(&qubo),
       begin_(std::chrono::steady_clock::now()),
-      offers_(static_cast<std::size_t>(workers)) {}
+      offers_(static_cast<std::size_t>(workers)),
+      collection_(solutions, qubo.linear.size()) {}
 
 void Exchange::begin(double time_limit) {
     const std::lock_guard lock(mutex_);

@@ -13,6 +13,7 @@
 #include <optional>
 #include <vector>
 
+#include "toolkit/companion/collection.hpp"
 #include "toolkit/companion/merge.hpp"
 #include "toolkit/model/sparse_qubo.hpp"
 
@@ -29,8 +30,11 @@ struct CompanionBest {
 /** Every function may be called by any thread. */
 class Exchange {
   public:
-    /** @param qubo outlives the exchange */
-    Exchange(const SparseQubo& qubo, int workers);
+    /**
+     * @param qubo outlives the exchange
+     * @param solutions that are kept beside the best
+     */
+    Exchange(const SparseQubo& qubo, int workers, std::size_t solutions = 0);
 
     /** Times count from now on. @param time_limit seconds, to plan with */
     void begin(double time_limit);
@@ -48,6 +52,10 @@ class Exchange {
      * the energy is not what the worker took it to be
      */
     void publish(const Solution& solution, bool merged);
+
+    /** The best that workers came by, for whoever wants several. */
+    Collection& collection() { return collection_; }
+    const Collection& collection() const { return collection_; }
 
     /** Energy of the best so far; the highest number before there is one. */
     Wide best_energy() const;
@@ -83,6 +91,7 @@ class Exchange {
     mutable std::condition_variable changed_;
     std::optional<CompanionBest> best_;
     std::vector<std::vector<Bits>> offers_;  ///< of each worker
+    Collection collection_;
     std::exception_ptr failure_;
 };
 

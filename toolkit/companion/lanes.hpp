@@ -56,7 +56,7 @@ struct Replicas {
 };
 
 /**
- * A generator for each word of a block: xoroshiro128+ of Blackman and Vigna ("Scrambled linear
+ * An RNG for each word of a block: xoroshiro128+ of Blackman and Vigna ("Scrambled linear
  * pseudorandom number generators", ACM TOMS 47, 2021), seeded by splitmix64.
  */
 struct Randoms {

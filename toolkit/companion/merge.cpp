@@ -59,6 +59,7 @@ std::optional<Wide> Merger::gather(const Bits& bits, std::int32_t seed) {
 
 Merged Merger::merge(Solution& elite, std::span<const std::int32_t> differing) {
     Merged merged;
+    refused_.clear();
     for (const std::int32_t i : differing)
         marks_[at(i)] = DIFFERS;
     for (const std::int32_t seed : differing) {
@@ -68,6 +69,8 @@ Merged Merger::merge(Solution& elite, std::span<const std::int32_t> differing) {
         ++merged.components;
         if (*change > 0) {
             ++merged.refused;
+            merged.loss += *change;
+            refused_.insert(refused_.end(), component_.begin(), component_.end());
             continue;
         }
         ++merged.kept;

@@ -36,6 +36,7 @@ struct Solution {
 /** What a merge brought. */
 struct Merged {
     Wide gain = 0;       ///< energy before less energy after, never negative
+    Wide loss = 0;       ///< what the refused components would have added
     int components = 0;  ///< of the difference
     int kept = 0;        ///< of them taken from the other solution
     int refused = 0;     ///< of them worse there
@@ -61,6 +62,9 @@ class Merger {
     /** The same where the other solution differs in these variables, each named once. */
     Merged merge(Solution& elite, std::span<const std::int32_t> differing);
 
+    /** Variables of the components that the last merge refused. */
+    std::span<const std::int32_t> refused() const { return refused_; }
+
   private:
     /**
      * Gathers the component of a variable.
@@ -73,6 +77,7 @@ class Merger {
     const std::atomic<bool>* stop_;
     std::vector<std::int32_t> differing_;
     std::vector<std::int32_t> component_;
+    std::vector<std::int32_t> refused_;
     std::vector<std::uint8_t> marks_;  ///< of a variable: 1 if it differs, 2 once it is gathered
 };
 

@@ -12,7 +12,7 @@
 
 namespace orvex::toolkit::plain {
 
-/** A draw of all generators of a block. */
+/** A draw of all RNGs of a block. */
 inline std::array<std::uint64_t, 8> draw(Randoms& randoms) {
     std::array<std::uint64_t, 8> drawn;
     for (std::size_t word = 0; word < drawn.size(); ++word) {

@@ -8,6 +8,9 @@
 // (after the same time 0.1 to 0.4 % above in the energy of planar graphs and lattices of some
 // thousand nodes). For a million variables, regions alone instead of everything at once (after the
 // same time 8 % above in the energy of a torus: regions of some thousand are too many to go round).
+// Merging the best of the other threads into an elite that is united with the older one (with two
+// threads 0.06 % above in the energy of a planar graph of 5000 nodes: threads that share what they
+// have soon have the same).
 
 #include <algorithm>
 #include <cstdint>
@@ -34,14 +37,14 @@ constexpr double HEATS[] = {0.1, 0.14, 0.19, 0.26, 0.35, 0.47};
 constexpr double FIRST_HEAT = 0.6;
 // Rounds grow, since slow cooling alone finds the large structure of a solution, and reheats of it
 // the small: whatever the time that is given, about a third of it goes into the first.
-/** Work to raise an elite: so many times that of the one before. */
+/** Work to raise an elite, in multiples of that of the one before. */
 constexpr double GROWTH = 4;
 /** Reheats that follow on it alone, and united with the older one, in shares of that. */
 constexpr double ALONE = 1;
 constexpr double UNITED = 1;
 /** Of the time that is left, raising an elite takes this share at most. */
 constexpr double SHARE_OF_REST = 0.4;
-/** Raising one with less work than so many times the last is not worth it. */
+/** Raising one with less work than this multiple of the last is not worth it. */
 constexpr double LEAST_GROWTH = 1.5;
 
 /** Work of a reheat in shares of that of raising the elite. */
@@ -53,7 +56,7 @@ constexpr double LEAST_SWEEPS_OF_ALL = 8;
 /** Attempts between two looks at whether to stop, some milliseconds' worth. */
 constexpr std::size_t VARIABLES_AT_ONCE = 1 << 15;
 
-/** A play's work beside its sweeps: to cut the part out and to merge, as so many sweeps. */
+/** A play's work beside its sweeps: to cut the part out and to merge, counted in sweeps. */
 constexpr int SWEEPS_OF_MERGE = 20;
 
 /** Attempts of a lane in one reheat, at most, so that no try holds the others up. */
@@ -134,7 +137,7 @@ class Reheater : public Worker {
         std::iota(variables_.begin(), variables_.end(), 0);
     }
 
-    /** Merges what the lanes have become into the elite, one after the other, for so many looks. */
+    /** Merges what the lanes have become into the elite, one after the other, in `looks` looks. */
     Wide merge_lanes(double looks = MOST_LOOKS) {
         const double share = looks / static_cast<double>(variables_.size());
         const auto lanes =
@@ -157,7 +160,7 @@ class Reheater : public Worker {
             for (std::size_t p = 0; p < open; ++p)
                 if (((words_[p] >> lane) & 1) != elite_.bits[at(open_[p])])
                     differing_.push_back(open_[p]);
-            gain += merger_.merge(elite_, differing_).gain;
+            gain += merge(differing_);
             if (stopping()) break;
         }
         return gain;

@@ -115,7 +115,7 @@ class Shifter : public Worker {
             count(ATTEMPTS_AT_ONCE);
             if (stopping()) break;
         }
-        return static_cast<double>(merger_.merge(elite_, mover_.bits()).gain);
+        return static_cast<double>(merge(mover_.bits()));
     }
 
     double threshold(double temperature) {

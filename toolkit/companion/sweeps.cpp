@@ -34,7 +34,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 template <class T>
 using Tag = hn::CappedTag<T, LANES<T>>;
 
-/** The generators that belong to the lanes of one vector. */
+/** The RNGs that belong to the lanes of one vector. */
 struct Draws {
     using D = Tag<std::uint64_t>;
     using V = hn::Vec<D>;

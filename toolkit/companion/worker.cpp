@@ -36,6 +36,7 @@ void Worker::run() {
         const Progress progress = step();
         spent_ += progress.work;
         idle_ = progress.gain > 0 ? 0 : idle_ + progress.work;
+        exchange_->collection().take(elite_);
         publish_when_due();
         if (!enough()) continue;
         if (alone_) {
@@ -78,9 +79,20 @@ void Worker::raise(double work) {
     spent_before_ += spent_;
     raised_with_ = spent_ = begin(work).work;
     idle_ = 0;
+    exchange_->collection().take(elite_);
     // At first there may be an offer that is better.
     if (!alone_) merger_.merge(elite_, rival_.bits);
     exchange_->publish(elite_, merged_);
+}
+
+void Worker::collect_merged(Wide loss) {
+    Collection& collection = exchange_->collection();
+    // What a merge that was stopped has not judged is in no figure.
+    if (stopping() || !collection.wants(elite_.energy + loss)) return;
+    Solution merged{elite_.bits, elite_.energy + loss};
+    for (const std::int32_t i : merger_.refused())
+        merged.bits[static_cast<std::size_t>(i)] ^= 1;
+    collection.take(merged);
 }
 
 void Worker::unite() {

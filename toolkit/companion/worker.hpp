@@ -44,6 +44,18 @@ class Worker {
     /** Work to raise another with; 0 for none. */
     virtual double next_work() const = 0;
 
+    /**
+     * Merges another solution, or how it differs, into the elite; it may be worth keeping itself.
+     *
+     * @return what the elite gained
+     */
+    template <class OTHER>
+    Wide merge(const OTHER& other) {
+        const Merged merged = merger_.merge(elite_, other);
+        collect_merged(merged.loss);
+        return merged.gain;
+    }
+
     /** Whether the elite is still alone, beside an older one. */
     bool alone() const { return alone_; }
     /** Work on the elite since it was raised. */
@@ -68,6 +80,7 @@ class Worker {
   private:
     void take_offers();
     void publish_when_due();
+    void collect_merged(Wide loss);
     void raise(double work);
     void unite();
 

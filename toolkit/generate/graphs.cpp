@@ -95,7 +95,7 @@ void draw_signs(Graph& graph, std::uint32_t seed) {
         graph.edges[edge].weight = sign(sequence);
 }
 
-Rows max_cut(Graph graph) {
+GeneratedModel max_cut(Graph graph) {
     std::vector<std::int64_t> weights(static_cast<std::size_t>(graph.size));
     for (const Edge& edge : graph.edges)
         for (const int vertex : {edge.low, edge.high})
@@ -116,7 +116,7 @@ Rows max_cut(Graph graph) {
             }};
 }
 
-Rows max_cut_of_signed_clique(int size, std::uint32_t seed) {
+GeneratedModel max_cut_of_signed_clique(int size, std::uint32_t seed) {
     return {size, [=](const TakeRow& take) {
                 Subtractive sequence(seed);
                 std::vector<std::int64_t> weights(static_cast<std::size_t>(size));

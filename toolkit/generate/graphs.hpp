@@ -1,12 +1,12 @@
 // Graphs whose greatest cut is looked for: the energy of a bit vector is minus the weight of the
-// edges between the vertices of the set bits and the others. They are those of the graph generator
+// edges between the vertices of the set bits and the others. They are those of the graph program
 // "rudy" of G. Rinaldi, from whose command lines the published Max-Cut instances come;
 // docs/generators.md defines each.
 #pragma once
 
 #include <vector>
 
-#include "toolkit/generate/rows.hpp"
+#include "toolkit/generate/generated_model.hpp"
 
 namespace orvex::toolkit::generate {
 
@@ -21,7 +21,7 @@ struct Graph {
     std::vector<Edge> edges;
 };
 
-/** So many different edges between random vertices; at most one for each pair. */
+/** That many different edges between random vertices; at most one for each pair. */
 Graph random_graph(int size, std::int64_t edges, std::uint32_t seed);
 
 /** A grid that is closed in both directions; vertex r * columns + c. At least 3 by 3. */
@@ -43,9 +43,9 @@ Graph united(const Graph& first, const Graph& second);
 void draw_signs(Graph& graph, std::uint32_t seed);
 
 /** The model of a graph's Max-Cut problem. */
-Rows max_cut(Graph graph);
+GeneratedModel max_cut(Graph graph);
 
 /** The model of a complete graph with weights of 1 and -1, which needs no list of its edges. */
-Rows max_cut_of_signed_clique(int size, std::uint32_t seed);
+GeneratedModel max_cut_of_signed_clique(int size, std::uint32_t seed);
 
 }  // namespace orvex::toolkit::generate

@@ -4,7 +4,7 @@
 
 namespace orvex::toolkit::generate {
 
-Rows palubeckis(int size, float density, std::int64_t seed) {
+GeneratedModel palubeckis(int size, float density, std::int64_t seed) {
     return {size, [=](const TakeRow& take) {
                 Multiplicative sequence(seed);
                 const auto coefficient = [&] { return (sequence.next() * 201 >> 31) - 100; };
@@ -27,7 +27,7 @@ Rows palubeckis(int size, float density, std::int64_t seed) {
             }};
 }
 
-Rows dense(int size, Range range, std::uint64_t seed) {
+GeneratedModel dense(int size, Range range, std::uint64_t seed) {
     return {
         size, [=](const TakeRow& take) {
             Congruential sequence(seed);
@@ -42,7 +42,7 @@ Rows dense(int size, Range range, std::uint64_t seed) {
         }};
 }
 
-Rows sparse(int size, std::int64_t entries, Range range, std::uint64_t seed) {
+GeneratedModel sparse(int size, std::int64_t entries, Range range, std::uint64_t seed) {
     return {size, [=](const TakeRow& take) {
                 Congruential sequence(seed);
                 const bool spans_zero = range.smallest <= 0 && 0 <= range.largest;

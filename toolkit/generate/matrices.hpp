@@ -2,7 +2,7 @@
 // entry.
 #pragma once
 
-#include "toolkit/generate/rows.hpp"
+#include "toolkit/generate/generated_model.hpp"
 
 namespace orvex::toolkit::generate {
 
@@ -19,15 +19,15 @@ struct Range {
  * @param density per cent of the pairs that have a coefficient
  * @param seed from 1 to 2147483646
  */
-Rows palubeckis(int size, float density, std::int64_t seed);
+GeneratedModel palubeckis(int size, float density, std::int64_t seed);
 
 /** A weight for every pair i <= j, uniform in the range. */
-Rows dense(int size, Range range, std::uint64_t seed);
+GeneratedModel dense(int size, Range range, std::uint64_t seed);
 
 /**
- * Exactly so many entries, every set of pairs i <= j equally likely, with weights uniform among the
- * range's values other than 0.
+ * Exactly that many entries, every set of pairs i <= j equally likely, with weights uniform among
+ * the range's values other than 0.
  */
-Rows sparse(int size, std::int64_t entries, Range range, std::uint64_t seed);
+GeneratedModel sparse(int size, std::int64_t entries, Range range, std::uint64_t seed);
 
 }  // namespace orvex::toolkit::generate

@@ -34,7 +34,7 @@ class Text {
 
 }  // namespace
 
-void write_model(const Rows& model, OutputFile& file) {
+void write_model(const GeneratedModel& model, OutputFile& file) {
     std::int64_t entries = 0;
     std::int64_t smallest = std::numeric_limits<std::int64_t>::max();
     std::int64_t largest = std::numeric_limits<std::int64_t>::min();

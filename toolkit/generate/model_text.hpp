@@ -1,7 +1,7 @@
 // A generated model as a model file.
 #pragma once
 
-#include "toolkit/generate/rows.hpp"
+#include "toolkit/generate/generated_model.hpp"
 #include "toolkit/io/output_file.hpp"
 
 namespace orvex::toolkit::generate {
@@ -11,6 +11,6 @@ namespace orvex::toolkit::generate {
  *
  * @throws WriteError
  */
-void write_model(const Rows& model, OutputFile& file);
+void write_model(const GeneratedModel& model, OutputFile& file);
 
 }  // namespace orvex::toolkit::generate

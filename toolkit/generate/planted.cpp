@@ -118,7 +118,7 @@ Planted colouring(int vertices, int colours, std::int64_t edges, std::uint64_t s
             terms.add(u * colours + colour, v * colours + colour, 1);
         --edges;
     }
-    return {terms.rows(), -vertices};
+    return {terms.model(), -vertices};
 }
 
 Planted knapsack(int count, int largest, std::uint64_t seed) {
@@ -134,7 +134,7 @@ Planted knapsack(int count, int largest, std::uint64_t seed) {
     for (std::size_t k = 0; k < slack.size(); ++k)
         parts.push_back({count + static_cast<int>(k), slack[k]});
     terms.add_square(parts, -items.capacity, penalty);
-    return {terms.rows(), -items.best() - penalty * items.capacity * items.capacity};
+    return {terms.model(), -items.best() - penalty * items.capacity * items.capacity};
 }
 
 Planted assignment(int size, int largest, std::uint64_t seed) {
@@ -154,7 +154,7 @@ Planted assignment(int size, int largest, std::uint64_t seed) {
             least += is_hidden ? prices : 0;
         }
     add_one_to_one(terms, size, penalty);
-    return {terms.rows(), least - 2 * penalty * size};
+    return {terms.model(), least - 2 * penalty * size};
 }
 
 Planted quadratic_assignment(int size, int largest, std::uint64_t seed) {
@@ -190,7 +190,7 @@ Planted quadratic_assignment(int size, int largest, std::uint64_t seed) {
                         terms.add(i * size + k, j * size + l,
                                   2 * flow[place(i, j)] * distance[place(k, l)]);
     add_one_to_one(terms, size, penalty);
-    return {terms.rows(), least - 2 * penalty * size};
+    return {terms.model(), least - 2 * penalty * size};
 }
 
 Planted schedule(int machines, int jobs, int time, std::uint64_t seed) {
@@ -218,7 +218,7 @@ Planted schedule(int machines, int jobs, int time, std::uint64_t seed) {
             load.push_back({job * machines + machine, lengths[at(job)]});
         terms.add_square(load, -time, 1);
     }
-    return {terms.rows(), -penalty * all - std::int64_t{machines} * time * time};
+    return {terms.model(), -penalty * all - std::int64_t{machines} * time * time};
 }
 
 }  // namespace orvex::toolkit::generate

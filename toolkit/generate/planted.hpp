@@ -3,13 +3,13 @@
 // Broken constraints have penalties, and docs/generators.md shows why none pays off.
 #pragma once
 
-#include "toolkit/generate/rows.hpp"
+#include "toolkit/generate/generated_model.hpp"
 
 namespace orvex::toolkit::generate {
 
 /** A model and its lowest energy. */
 struct Planted {
-    Rows model;
+    GeneratedModel model;
     std::int64_t lowest;
 };
 

@@ -163,14 +163,14 @@ Graph regular(int size, int degree, std::uint64_t seed) {
     return graph;
 }
 
-Rows weighted(const Graph& graph, Range range, std::uint64_t seed) {
+GeneratedModel weighted(const Graph& graph, Range range, std::uint64_t seed) {
     Congruential sequence(seed);
     Terms terms(graph.size);
     for (int i = 0; i < graph.size; ++i)
         terms.add(i, i, sequence.between(range.smallest, range.largest));
     for (const Edge& edge : graph.edges)
         terms.add(edge.low, edge.high, sequence.between(range.smallest, range.largest));
-    return terms.rows();
+    return terms.model();
 }
 
 }  // namespace orvex::toolkit::generate

@@ -39,6 +39,6 @@ Graph regular(int size, int degree, std::uint64_t seed);
 
 /** The model with the graph's edges as couplings; these, and linear terms, are drawn from the
  * range. */
-Rows weighted(const Graph& graph, Range range, std::uint64_t seed);
+GeneratedModel weighted(const Graph& graph, Range range, std::uint64_t seed);
 
 }  // namespace orvex::toolkit::generate

@@ -20,7 +20,7 @@ void Terms::add_square(const std::vector<Part>& parts, std::int64_t constant, st
     }
 }
 
-Rows Terms::rows() {
+GeneratedModel Terms::model() {
     std::sort(terms_.begin(), terms_.end(),
               [](const Term& a, const Term& b) { return std::tie(a.i, a.j) < std::tie(b.i, b.j); });
     std::size_t kept = 0;
@@ -31,7 +31,7 @@ Rows Terms::rows() {
         if (sum.weight != 0) terms_[kept++] = sum;
     }
     terms_.resize(kept);
-    // Rows are copied with what they go by; the terms are not.
+    // Copies of a model share its terms.
     const auto terms = std::make_shared<const std::vector<Term>>(std::move(terms_));
     return {size_, [size = size_, terms](const TakeRow& take) {
                 auto term = terms->begin();

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "toolkit/generate/rows.hpp"
+#include "toolkit/generate/generated_model.hpp"
 
 namespace orvex::toolkit::generate {
 
@@ -24,7 +24,7 @@ class Terms {
     void add_square(const std::vector<Part>& parts, std::int64_t constant, std::int64_t times);
 
     /** The model; to be called once. */
-    Rows rows();
+    GeneratedModel model();
 
   private:
     struct Term {

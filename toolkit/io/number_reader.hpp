@@ -1,5 +1,5 @@
 // Reads a text file, plain or compressed, as whole numbers or as lines, and knows at each moment in
-// which line it stands. Decompression happens in the process: no name of a file ever reaches a
+// which line it is. Decompression happens in the process: no name of a file ever reaches a
 // shell.
 #pragma once
 

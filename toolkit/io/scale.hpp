@@ -30,7 +30,7 @@ struct Target {
     long searched;  ///< the greatest energy of the model that is sure to be at or below it
 };
 
-/** @throws InputError when the text is no number */
+/** @throws InputError when the text is not a number */
 Target target_of(const std::string& text, const Convention& convention);
 
 }  // namespace orvex::toolkit

@@ -51,7 +51,7 @@ Problem problem_of_terms(int size, std::span<const std::uint32_t> pairs,
 /** @throws InputError when there are no variables, or more than any problem has */
 void expect_problem_size(int size);
 
-/** @throws InputError when no model of the library has so many variables */
+/** @throws InputError when no model of the library has that many variables */
 void expect_model_size(int size);
 
 /** @throws MemoryShortage when this machine has not the memory free for a model's matrix */

@@ -47,7 +47,7 @@ class Weights {
     /**
      * The model that the library searches. Safe from several threads.
      *
-     * @throws InputError when no model of the library has so many variables
+     * @throws InputError when no model of the library has that many variables
      * @throws MemoryShortage when this machine has not the memory free for it
      */
     const Model& matrix() const;

@@ -161,7 +161,7 @@ std::optional<Surrounded::Found> Surrounded::tied_pair() const {
     return std::nullopt;
 }
 
-/** So many balls in vain are tried in any case, and so many more for each that is not. */
+/** Balls in vain that are tried in any case, and as many more for each that is not. */
 constexpr long PATIENCE = 500, MORE_PATIENCE = 100;
 
 void tie_in_balls(Reduction& reduction, SpinGraph::Watcher watcher, std::size_t most_nodes) {

@@ -25,7 +25,7 @@ std::size_t at(int i) {
     return static_cast<std::size_t>(i);
 }
 
-/** Where in the table of a part of a scope an assignment of the scope stands. */
+/** Where in the table of a part of a scope an assignment of the scope is. */
 class Indices {
   public:
     Indices(std::span<const std::int32_t> scope, std::span<const std::int32_t> part,
@@ -41,7 +41,7 @@ class Indices {
                 half.push_back(half[k] | value);
         }
     }
-    /** Calls with each assignment and where it stands. */
+    /** Calls with each assignment and its place. */
     template <class Function>
     void for_each(Function&& call) const {
         std::size_t assignment = 0;

@@ -1,7 +1,7 @@
 // Exact reductions before the search. A sparse model is mostly taken apart by rules that each keep
 // an optimum: what is left is a smaller model, or nothing, and then the answer is proven.
 // Invariant: the way back gives for every solution of the reduced model one of the original that
-// has at most the energy that it stands for, and an optimum for an optimum.
+// has at most the energy that it represents, and an optimum for an optimum.
 #pragma once
 
 #include <cstdint>

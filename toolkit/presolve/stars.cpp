@@ -13,7 +13,7 @@
 // Source. The transformation is that of statistical physics (L. Onsager 1944; M. E. Fisher 1959);
 // for Max-Cut, D. Rehfeldt, T. Koch, Y. Shinano, "Faster exact solution of sparse MaxCut and QUBO
 // problems" (2023).
-// In which order. Taking v out joins its neighbours, and one that comes to have four couplings
+// In which order. Taking v out joins its neighbours, and one that then has four couplings
 // cannot go any more. So the next node is always one that spoils fewest others, which leaves 1350
 // nodes of a sparse random graph where any order leaves 1420.
 // Cost. Constant for each node taken out, apart from finding a coupling in a sorted run.

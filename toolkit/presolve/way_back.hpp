@@ -68,7 +68,7 @@ class WayBack {
     /** A solution of the reduced model; what it restores to is never worse than the original. */
     Bits project(const Bits& original) const;
 
-    /** For each reduced variable the variable of the original that it stands for. */
+    /** For each reduced variable the variable of the original that it represents. */
     std::vector<int> origin() const;
 
     /** The field's number, one after the last variable. */

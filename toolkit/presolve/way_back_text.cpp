@@ -106,7 +106,7 @@ class WayBackReader {
         // Every sum over a model has fewer digits, and these never overflow.
         const bool right = text.size() > digits && text.size() - digits <= 37 &&
                            text.find_first_not_of("0123456789", digits) == std::string::npos;
-        if (!right) fail("its offset is no number");
+        if (!right) fail("its offset is not a number");
         Wide value = 0;
         for (std::size_t k = digits; k < text.size(); ++k)
             value = 10 * value + (text[k] - '0');

@@ -164,7 +164,7 @@ std::vector<Kept> read_checkpoint(const std::string& file, const Problem& proble
                 "energy " +
                 to_string(sum) + ", not " + std::to_string(energy));
         if (!solutions.empty() && energy < solutions.back().energy)
-            lines.fail("the best solution stands first");
+            lines.fail("the best solution comes first");
         solutions.push_back(std::move(kept));
     }
 }

@@ -5,6 +5,7 @@
 #include <sched.h>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <orvex/plan.hpp>
 
@@ -15,6 +16,9 @@ namespace {
 
 constexpr double FEW_NEIGHBOURS = 40;
 constexpr double SPARSE = 0.1;  // of the other variables
+
+constexpr double MOST_OF_ALL = 0.9;  // of the variables
+constexpr double SHARE_TO_MERGE = 0.25;
 
 /** Whether the library's blocks run on the host's processors too. */
 bool blocks_on_host(const Problem& searched) {
@@ -44,6 +48,27 @@ double share_of(const SolveOptions& options, const Problem& searched, const Grou
     return *options.companion;
 }
 
+/** Whether no connected component has most of the variables. */
+bool falls_apart(const SparseQubo& qubo) {
+    const auto size = static_cast<std::size_t>(qubo.size());
+    const auto most = static_cast<std::size_t>(MOST_OF_ALL * static_cast<double>(size));
+    std::vector<bool> seen(size);
+    std::vector<std::int32_t> component;
+    for (std::int32_t seed = 0; seed < qubo.size(); ++seed) {
+        if (seen[static_cast<std::size_t>(seed)]) continue;
+        component.assign(1, seed);
+        seen[static_cast<std::size_t>(seed)] = true;
+        for (std::size_t next = 0; next < component.size(); ++next)
+            for (const std::int32_t j : qubo.neighbours_of(component[next])) {
+                if (seen[static_cast<std::size_t>(j)]) continue;
+                seen[static_cast<std::size_t>(j)] = true;
+                component.push_back(j);
+            }
+        if (component.size() > most) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 double choose_companion_share(const Problem& searched, const Groups& groups) {
@@ -51,7 +76,10 @@ double choose_companion_share(const Problem& searched, const Groups& groups) {
     if (!groups.members.empty()) return 1;
     const double neighbours =
         2.0 * static_cast<double>(searched.couplings.count) / std::max(searched.size, 1);
-    return neighbours <= std::min(FEW_NEIGHBOURS, SPARSE * searched.size) ? 1 : 0;
+    if (neighbours <= std::min(FEW_NEIGHBOURS, SPARSE * searched.size)) return 1;
+    return searched.weights.stated_sparse() && falls_apart(searched.weights.sparse())
+               ? SHARE_TO_MERGE
+               : 0;
 }
 
 Crew crew_for(const SolveOptions& options, const Problem& searched, const Groups& groups) {

@@ -21,6 +21,8 @@ struct Crew {
  *   moves do not.
  * - Few couplings for each variable: the model falls into parts that the companion judges each by
  *   itself.
+ * - Several components, none of which has most of the variables: the library judges solutions as a
+ *   whole, and a companion beside it takes the best of each component from what it finds.
  * - Else the library alone: on dense models its blocks are ahead, and a merge has no parts.
  */
 double choose_companion_share(const Problem& searched, const Groups& groups);

@@ -121,4 +121,10 @@ struct Found {
     Source source = Source::SEARCH;  ///< who found it
 };
 
+/** One of several good solutions. */
+struct Ranked {
+    long energy;  ///< added up from the bits
+    Sol solution;
+};
+
 }  // namespace orvex::toolkit

@@ -1,5 +1,5 @@
 // JSON as it is written, value by value. Invariant: between object() or array() and its end()
-// everything that is added stands in it, and texts come out as valid UTF-8 whatever goes in.
+// everything that is added is in it, and texts come out as valid UTF-8 whatever goes in.
 #pragma once
 
 #include <string>
@@ -39,7 +39,7 @@ class JsonText {
 
     std::string text_;
     std::string closing_;  // of what is open, the innermost last
-    bool first_ = true;    // whether nothing stands yet in the innermost
+    bool first_ = true;    // whether there is nothing yet in the innermost
 };
 
 }  // namespace orvex::toolkit

@@ -74,11 +74,12 @@ Plan plan_of(const Problem& searched, const RunSettings& settings, Events& event
 }
 
 LibraryResult run_library(const Problem& searched, const RunSettings& settings, const Sol* start,
-                          Record& record, Companion* companion, Trace& trace) {
+                          int solutions, Record& record, Companion* companion, Trace& trace) {
     Param param;
     for (const auto& [key, value] : settings.params)
         param.set(key, value);
     Watcher watcher(record, companion, &trace);
+    watcher.want_solutions(solutions);
     param.set(watcher);
 
     const LibraryLock library;
@@ -99,7 +100,8 @@ LibraryResult run_library(const Problem& searched, const RunSettings& settings, 
     record.take(solution, Source::SEARCH, found_time.empty() ? search_time : std::stod(found_time));
     return {.solution = std::move(solution),
             .load_time = in_library.count() - search_time,
-            .search_time = search_time};
+            .search_time = search_time,
+            .pool = watcher.solutions()};
 }
 
 }  // namespace orvex::toolkit

@@ -23,16 +23,18 @@ struct LibraryResult {
     Sol solution;      ///< of the searched model, with what the library tells of it and of the run
     double load_time;  ///< seconds until the search began
     double search_time;
+    std::vector<Sol> pool;  ///< of the searched model: the pools' best distinct solutions
 };
 
 /**
  * Searches, and takes what is found into the record.
  *
  * @param start of the searched model; null for none
+ * @param solutions of the pools that are wanted
  * @param companion is started with the search and stopped with it; null for none
  * @throws EnergyMismatch, and what leaves an event of the caller's
  */
 LibraryResult run_library(const Problem& searched, const RunSettings& settings, const Sol* start,
-                          Record& record, Companion* companion, Trace& trace);
+                          int solutions, Record& record, Companion* companion, Trace& trace);
 
 }  // namespace orvex::toolkit

@@ -37,7 +37,7 @@ class View {
     /** The energy that a searched solution must reach so that the problem's is at most this. */
     Wide searched_energy(Wide energy) const;
 
-    /** The energy of the problem that an energy of the searched model stands for. */
+    /** The energy of the problem to which an energy of the searched model belongs. */
     Wide original_energy(Wide searched) const;
 
   private:

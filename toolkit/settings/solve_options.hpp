@@ -54,6 +54,12 @@ struct SolveOptions {
     bool engine_cycles = false;  ///< leaves an open "search_cycles" to the library
 
     /**
+     * Distinct good solutions that are wanted, at least 1: the best of the pools and of the history
+     * at the end, or of what the companion came by.
+     */
+    int solutions = 1;
+
+    /**
      * Solutions that count as found when the search begins. The best is searched from at once, the
      * others are given as hints.
      */

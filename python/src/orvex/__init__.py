@@ -15,6 +15,7 @@ from __future__ import annotations
 from typing import TYPE_CHECKING, Any
 
 from ._checkpoint import CheckpointWarning
+from ._events import Event, Pulse
 from ._files import FileWarning, Source
 from ._library import OrvexError, engine_version
 from ._maxcut import Cut, maxcut
@@ -22,7 +23,7 @@ from ._presolve import Presolved, RuleUse
 from ._problem import LargeProblemWarning, Problem, read
 from ._result import Result, Solution
 from ._settings import Settings
-from ._solve import Event, Pulse, solve
+from ._solve import solve
 
 if TYPE_CHECKING:
     from ._cqm import OrvexCQMSampler

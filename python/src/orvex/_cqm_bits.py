@@ -31,9 +31,9 @@ from ._cqm_penalty import (
 )
 from ._numbers import exact
 
-#: An integer variable, or a slack with a unit, has at most so many values: 2 ** 20.
+#: An integer variable, or a slack with a unit, has at most this many values: 2 ** 20.
 _MOST_VALUES = 1 << 20
-#: A slack of a constraint without a unit, or with too fine a one, has so many values.
+#: A slack of a constraint without a unit, or with too fine a one, has this many values.
 _COARSE = 1 << 10
 #: Passes over the constraints to find bounds of the integer variables.
 _PASSES = 10

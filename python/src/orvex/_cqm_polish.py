@@ -35,7 +35,7 @@ class Polish:
         size = self._size = model.model_bits
         # What priced bits stand for is no bit of a variable; constraints that may be broken count nothing.
         rows = [penalty.row for penalty in model.penalties if penalty.label is not None]
-        # Behind the bits is one more, which no row and no term has: for moves of one bit.
+        # After the bits is one more, which no row and no term has: for moves of one bit.
         self._rows: Floats = np.zeros((len(rows), size + 1))
         for row, into in zip(rows, self._rows):
             into[row.bits] = row.coefficients

@@ -24,7 +24,7 @@ _LOWER = 1.5
 #: The least and the most that a weight becomes, of the first.
 _LEAST_SHARE = 0.02
 _MOST_SHARE = 1e4
-#: The least first weight has so many steps at least.
+#: The least first weight has at least this many steps.
 _STEPS = 16
 #: What penalties add up to at most, in steps, so that energies fit into 64 bits.
 _WIDTH = 2.0**60

@@ -1,4 +1,4 @@
-"""Distinct good solutions: those of a search's history, and the lowest that lead on from them by one flip each.
+"""Distinct good solutions: those that a search came by, and the lowest that lead on from them by one flip each.
 
 Invariant: no two have the same bits, and they are in the order of the energies that their bits have.
 """
@@ -23,10 +23,10 @@ _PATIENCE = 1.0
 
 
 def best_distinct(
-    problem: Problem, history: Sequence[Words], count: int, search_time: float
+    problem: Problem, known: Sequence[Words], count: int, search_time: float
 ) -> list[Solution]:
-    """At most so many, of a history whose last is the best."""
-    found = list({words.tobytes(): words for words in history}.values())[::-1]
+    """At most `count`, of what is known from a search and what is near it."""
+    found = list({words.tobytes(): words for words in known}.values())
     if len(found) < count:
         found = _with_neighbours(problem, found, count, max(_PATIENCE, search_time))
     solutions = [

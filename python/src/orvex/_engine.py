@@ -45,6 +45,7 @@ class Question:
         hints: Sequence[Words] = (),
         seed: int = 1,
         checkpoint: bytes | None = None,
+        solutions: int = 1,
     ) -> None:
         texts = [text.encode() for pair in settings.items() for text in pair]
         self._words = np.concatenate([np.empty(0, dtype=np.uint64), *starts, *hints])
@@ -68,6 +69,7 @@ class Question:
             self._words.ctypes.data,
             seed,
             checkpoint,
+            solutions,
         )
 
 
@@ -109,6 +111,7 @@ class Run:
         self.flips = 0
         self.ending: str | None = None  #: why the library ended the search; None until it has
         self.checkpoint_failure = ""
+        self.solutions: list[Words] = []  #: distinct good ones, when the library has ended the search
         self.info: dict[str, str] = {}
         self.error: BaseException | None = None
         self._problem = problem
@@ -188,6 +191,10 @@ class Run:
             known = index < self._question.starts if self._best is None else energy.value >= self._best
             if not known:  # it came with the end alone
                 self.news.append((seconds.value, energy.value, self._words_at(bits)))
+        self.solutions = [
+            self._words_at(support.orvex_python_solution(result, index))
+            for index in range(summary.solutions)
+        ]
         self.info = {
             key: support.orvex_python_info(result, key.encode()).decode() for key in INFO
         }

@@ -33,7 +33,7 @@ class Source:
     index_base: int
     """The number of the first variable, node or vertex in the file."""
     factor: int
-    """The weight of a pair of two variables is so many times the entry of the file."""
+    """The weight of a pair of two variables is this multiple of the entry of the file."""
     sense: Literal["minimised", "maximised"]
     """What the file wants of its objective."""
     offset: int | float
@@ -99,7 +99,7 @@ class Scaled:
     largest_error: float
     """Of an energy of the search, where they were rounded."""
     reals: int
-    """So many coefficients were rounded, or none."""
+    """How many coefficients were rounded, if any."""
 
 
 def open_file(file: File, scale: Scale) -> tuple[int, Source, Scaled]:

@@ -19,7 +19,7 @@ from ._memory import expect_memory
 from ._model import Biases, Model, RealMatrix, Reals, RealTerms
 from ._numbers import NameOf, Scale, exact, floats, integers, listed, objects
 
-#: Numbered variables may be so many, with and without coefficients: each is a bit of every solution.
+#: Numbered variables are at most this many, with and without coefficients: each is a bit of every solution.
 _MOST_NUMBERED = 10_000_000
 
 

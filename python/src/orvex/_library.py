@@ -37,7 +37,7 @@ for _structure in (Facts, Plan):
 
 
 class Options(ctypes.Structure):
-    """What a search is given; null stands for what the caller leaves open."""
+    """What a search is given; null is what the caller leaves open."""
 
     _fields_ = [
         ("time_limit", POINTER(c_double)),
@@ -55,6 +55,7 @@ class Options(ctypes.Structure):
         ("words", c_void_p),  # of the starts, then of the hints
         ("seed", c_uint64),
         ("checkpoint", c_char_p),
+        ("solutions", c_int),
     ]
 
 
@@ -78,11 +79,12 @@ class Summary(ctypes.Structure):
     load_time: float
     search_time: float
     found: int
+    solutions: int
     ending: bytes
     checkpoint_failure: bytes
     _fields_ = [
-        ("load_time", c_double), ("search_time", c_double), ("found", c_int64), ("ending", c_char_p),
-        ("checkpoint_failure", c_char_p),
+        ("load_time", c_double), ("search_time", c_double), ("found", c_int64),
+        ("solutions", c_int64), ("ending", c_char_p), ("checkpoint_failure", c_char_p),
     ]  # fmt: skip
 
 
@@ -160,6 +162,7 @@ _declare(None, "orvex_python_summary", c_void_p, POINTER(Summary))
 _declare(
     c_void_p, "orvex_python_found", c_void_p, c_int64, POINTER(c_double), POINTER(c_int64)
 )  # fmt: skip
+_declare(c_void_p, "orvex_python_solution", c_void_p, c_int64)
 _declare(c_char_p, "orvex_python_info", c_void_p, c_char_p)
 _declare(None, "orvex_python_free_result", c_void_p)
 

@@ -71,7 +71,7 @@ class Result:
     solutions: list[npt.NDArray[np.bool_]] = field(repr=False)
     """The bits of every entry of `history`."""
     best: list[Solution] = field(repr=False)
-    """So many distinct solutions as were asked for (`solutions=` of :func:`solve`), best first, each with the
+    """As many distinct solutions as were asked for (`solutions=` of :func:`solve`), best first, each with the
     energy that its bits have."""
     trace: list[dict[str, Any]] | None = field(default=None, repr=False)
     """What the search did, second by second (docs/traces.md), where solve() was told to keep it."""

@@ -6,103 +6,47 @@ may take time or fail happens here.
 from __future__ import annotations
 
 import inspect
-import math
 import os
-import threading
 import time
 import warnings
-from collections.abc import Callable, Iterable
+from collections.abc import Iterable
 from contextlib import ExitStack
-from fractions import Fraction
 from typing import TYPE_CHECKING, Any, Literal, cast
 
-import numpy as np
-import numpy.typing as npt
-
-from ._checkpoint import CheckpointWarning, Path, read_checkpoint
-from ._distinct import best_distinct
+from ._arguments import (
+    Limits,
+    Presolve,
+    expect_callables,
+    hints_of,
+    presolve_of,
+    seed_of,
+    share_of,
+    starts_of,
+    wanted_of,
+)
+from ._bests import Bests
+from ._checkpoint import CheckpointWarning, Path
 from ._engine import Question, Run, expect_whole_process
-from ._library import OrvexError, expect_device
+from ._events import Callback, Event, Pulse, PulseCallback, expect_no_callback, tell
+from ._library import expect_device
 from ._memory import expect_memory
 from ._model import Words
-from ._numbers import Scale, exact
+from ._numbers import Scale
 from ._problem import Problem, as_problem
 from ._progress import Progress
-from ._result import Energy, Result, Status
-from ._settings import Settings, check_settings, real_number, whole_number
+from ._result import Result, Status
+from ._settings import Settings, check_settings
 from ._trace import Trace, Tracer, tracer_of
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
 
-#: What ends a search for which nothing else was said.
-DEFAULT_TIME_LIMIT = 10.0
 #: How long after a request to end the caller waits for the library before going on without it.
 _PATIENCE = 0.1
-
-
 #: The least time between two pulses of a search.
 _PULSE = 0.1
 #: What the library calls how much is tried before a search.
-_PRESOLVE: dict[object, int] = {False: 0, True: 1, "full": 2}
-#: What a search may be told anew while it goes on.
-_CHANGEABLE = ("batch_factor", "annealing_factor")
-#: Whether this thread is inside a callback.
-_inside = threading.local()
-
-
-class Steering:
-    """What a callback may ask of the search."""
-
-    def __init__(self, search: _Search) -> None:
-        self._search = search
-
-    def stop(self) -> None:
-        """Ends the search; the best solution so far is returned."""
-        self._search.end("stopped by callback")
-
-    def hint(self, x: Any) -> None:
-        """Gives the search a bit vector to search from."""
-        self._search.run.hint(self._search.problem._words(x, "the hint"))
-
-    def set(self, *, batch_factor: float | None = None, annealing_factor: float | None = None) -> None:
-        """Changes how long start instances and searches take from now on; see :class:`Settings`."""
-        given = {"batch_factor": batch_factor, "annealing_factor": annealing_factor}
-        self._search.run.set(check_settings(given, frozenset(_CHANGEABLE)))
-
-
-class Event(Steering):
-    """What a callback is given: a new best, and what it may ask for."""
-
-    x: npt.NDArray[np.bool_]
-    """The new best bit vector."""
-    energy: Energy
-    """Its energy, in exact integers where it is whole."""
-    time: float
-    """When it was found, in seconds since the search began."""
-
-    def __init__(self, search: _Search, x: npt.NDArray[np.bool_], energy: Energy, at: float) -> None:
-        super().__init__(search)
-        self.x, self.energy, self.time = x, energy, at
-
-
-class Pulse(Steering):
-    """What is given about every tenth of a second, however quiet the search is."""
-
-    time: float
-    """Seconds since the search began."""
-    best: Event | None
-    """The best solution so far; None as long as there is none."""
-    flips: int
-    """Flips of all blocks and of the companion so far."""
-
-    def __init__(self, search: _Search, at: float, best: Event | None, flips: int) -> None:
-        super().__init__(search)
-        self.time, self.best, self.flips = at, best, flips
-
-
-Callback = Callable[[Event], object]
-PulseCallback = Callable[[Pulse], object]
+_PRESOLVE: dict[Presolve, int] = {False: 0, True: 1, "full": 2}
 
 
 def solve(
@@ -174,10 +118,10 @@ def solve(
         Sets of variables, by their positions, of which exactly one is 1 in every solution that makes sense.
         By default those that the coefficients enforce are found. Energies do not depend on it.
     solutions
-        How many distinct good solutions are wanted in `best` of the result: the best of the search's history
-        and, where these are too few, the lowest that lead on from them by flips of single variables. There
-        are fewer only where the problem has fewer, or where finding them would take longer than the search
-        itself (or than a second).
+        How many distinct good solutions are wanted in `best` of the result: the best of the pools at the end
+        and of the search's history, and of what the companion came by; where these are too few, the lowest
+        that lead on from them by flips of single variables. There are fewer only where the problem has fewer,
+        or where finding them would take longer than the search itself (or than a second).
     seed
         From 0 to 2 ** 64 - 1: what the companion draws its random numbers from, and a random bit vector that the
         search gets as a hint. What a seed cannot repeat is the order in which threads meet, on which the course
@@ -206,48 +150,33 @@ def solve(
         The package was built for GPUs, and there is none; or this is called inside a callback.
     """
     begin = time.perf_counter()
-    if getattr(_inside, "callback", False):
-        raise OrvexError(
-            "solve() inside a callback would wait for the search that called it; one search at a time runs "
-            "in a process"
-        )
+    expect_no_callback()
     expect_device()
     expect_whole_process()
     params = check_settings(settings, _ARGUMENTS)
-    for name, function in (("callback", callback), ("pulse", pulse)):
-        if function is not None and not callable(function):
-            raise TypeError(f"{name} must be callable, not {function!r}")
-    if isinstance(presolve, (int, np.bool_)) and presolve in (0, 1):
-        presolve = bool(presolve)
-    elif presolve != "full":
-        raise ValueError(f'presolve must be True, False or "full", not {presolve!r}')
-    share = None if companion == "auto" else real_number("companion", companion, 0, 1)
-    limits = _Limits(time_limit, target, trial_limit)
-    wanted = whole_number("solutions", solutions, 1, 10**6)
-    if seed is not None:
-        seed = whole_number("seed", seed, 0, 2**64 - 1)
+    expect_callables(callback=callback, pulse=pulse)
+    effort = _PRESOLVE[presolve_of(presolve)]
+    share = share_of(companion)
+    limits = Limits(time_limit, target, trial_limit)
+    wanted = wanted_of(solutions)
+    seed = seed_of(seed)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
-    found = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
-    if resume is not None:
-        found += read_checkpoint(made, resume)
-    found.sort(key=made._energy)
+    found = starts_of(made, starts, resume)
     question = Question(
         params,
         settings.get("search_cycles") == "default",
         limits.time,
         limits.target_of(made),
         limits.trials,
-        _PRESOLVE[presolve],
+        effort,
         share,
         None if groups is None else made._groups(groups),
         found,
-        [
-            *(made._words(x, f"hints[{k}]") for k, x in enumerate(hints)),
-            *([] if seed is None else [made._random_words(seed)]),
-        ],
+        hints_of(made, hints) + ([] if seed is None else [made._random_words(seed)]),
         1 if seed is None else seed,
         None if checkpoint is None else os.fsencode(checkpoint),
+        wanted,
     )
     plan = made._plan(question.options)
     expect_memory(
@@ -267,35 +196,6 @@ def solve(
 _ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
 
 
-class _Limits:
-    """What ends a search by itself."""
-
-    def __init__(self, limit: float | None, target: float | None, trials: int | None) -> None:
-        self.time: float | None = None
-        if limit is not None:
-            self.time = real_number("time_limit", limit, 1e-6, 1e9)
-        self.trials = None
-        if trials is not None:
-            self.trials = whole_number("trial_limit", trials, 1, 2**62)
-        self._target: Fraction | None = None
-        if target is not None:
-            self._target = exact(target, "target")
-        if self.time is None and self.trials is None and target is None:
-            self.time = DEFAULT_TIME_LIMIT
-
-    def target_of(self, problem: Problem) -> int | None:
-        """The target in the problem's own units."""
-        if self._target is None:
-            return None
-        return max(-(2**63) + 1, min(problem._in_own_units(self._target), 2**63 - 1))
-
-    def target_holds(self, energy: Energy) -> bool:
-        """Whether an energy is at the target or below, but for what floats round."""
-        if self._target is None:
-            return False
-        return energy <= self._target or math.isclose(energy, float(self._target), rel_tol=1e-12)
-
-
 class _Search:
     """A search that runs, from the caller's side."""
 
@@ -304,7 +204,7 @@ class _Search:
         problem: Problem,
         question: Question,
         starts: list[Words],
-        limits: _Limits,
+        limits: Limits,
         callback: Callback | None,
         pulse: PulseCallback | None,
         tracer: Tracer | None,
@@ -318,11 +218,9 @@ class _Search:
         self._next_pulse = 0.0
         self._status: Status | None = None  # why the caller's side ended the search
         self._failure: BaseException | None = None
-        self._energies: list[Energy] = []  # of the history, as the caller counts them
-        self._words: list[Words] = []
-        self._times: list[float] = []
+        self._bests = Bests(problem)
         if starts:
-            self._note(0.0, problem._energy(starts[0]), starts[0])
+            self._bests.note(0.0, problem._energy(starts[0]), starts[0])
         self.run = Run(problem, question, None if tracer is None else tracer.news.append)
 
     def end(self, status: Status) -> None:
@@ -357,7 +255,7 @@ class _Search:
             run.changed.clear()
             self._take_news()
             if self.progress is not None:
-                self.progress.show(self._elapsed(), self._energies[-1] if self._energies else None)
+                self.progress.show(self._elapsed(), self._bests.energy if self._bests else None)
             if run.began is not None and self._elapsed() >= self._next_pulse:
                 self._tell_pulse()
         self._take_news()
@@ -367,44 +265,23 @@ class _Search:
             self._tracer.take()
         while self.run.news:
             at, energy, words = self.run.news.popleft()
-            if not self._note(at, energy, words):
+            if not self._bests.note(at, energy, words):
                 continue
             if self._callback is not None:
-                self._tell(self._callback, self._best())
+                tell(self._callback, self._best())
             # Where coefficients are rounded, the library's target is one that is sure to be low enough.
-            if self.problem.largest_error > 0 and self._limits.target_holds(self._energies[-1]):
+            if self.problem.largest_error > 0 and self._limits.target_holds(self._bests.energy):
                 self.end("target reached")
 
     def _tell_pulse(self) -> None:
         if self._pulse is None or self.run.ended.is_set():
             return
-        self._tell(self._pulse, Pulse(self, self._elapsed(), self._best() if self._words else None, self.run.flips))
+        best = self._best() if self._bests else None
+        tell(self._pulse, Pulse(self, self._elapsed(), best, self.run.flips))
         self._next_pulse = self._elapsed() + _PULSE
 
-    def _tell(self, callback: Callable[[Any], object], event: Steering) -> None:
-        _inside.callback = True
-        try:
-            if callback(event) is True:
-                event.stop()
-        finally:
-            _inside.callback = False
-
     def _best(self) -> Event:
-        x = self.problem._bits(self._words[-1])
-        return Event(self, x, self._energies[-1], self._times[-1])
-
-    def _note(self, at: float, energy: int, words: Words) -> bool:
-        """Enters what is better than all before in the caller's units, which may differ from the order of
-        the search where coefficients are rounded. What was found later and is worse never was the best."""
-        value = self.problem._in_callers_units(energy, words)
-        if self._energies and value >= self._energies[-1]:
-            return False
-        while self._times and self._times[-1] > at:
-            self._times.pop(), self._energies.pop(), self._words.pop()
-        self._times.append(at)
-        self._energies.append(value)
-        self._words.append(words)
-        return True
+        return Event(self, *self._bests.last)
 
     def _elapsed(self) -> float:
         return 0.0 if self.run.began is None else time.perf_counter() - self.run.began
@@ -417,17 +294,16 @@ class _Search:
             raise run.error
         self._callback = None  # what came while an interrupt was on its way is taken without it
         self._take_news()
-        if not self._energies:  # interrupted before there was anything
-            self._note(0.0, 0, problem._no_words())
+        if not self._bests:  # interrupted before there was anything
+            self._bests.note(0.0, 0, problem._no_words())
         if run.checkpoint_failure:
             warnings.warn(run.checkpoint_failure, CheckpointWarning, stacklevel=3)
-        energy = self._energies[-1]
         finished = run.ending is not None
-        return Result(
-            x=problem._bits(self._words[-1]),
-            energy=energy,
-            largest_error=problem.largest_error,
-            history=list(zip(self._times, self._energies)),
+        return self._bests.result(
+            Result,
+            self._elapsed(),
+            wanted,
+            others=run.solutions,
             status=self._why(),
             info=dict(run.info),
             timings={
@@ -436,12 +312,7 @@ class _Search:
                 "search": run.search_time if finished else self._elapsed(),
                 "total": time.perf_counter() - begin,
             },
-            objective=problem.objective(energy),
-            source=problem.source,
             bound=problem._bound(int(run.info["bound"])) if run.info.get("bound") else None,
-            variables=problem.variables,
-            solutions=[problem._bits(words) for words in self._words],
-            best=best_distinct(problem, self._words, wanted, self._elapsed()),
             trace=None if self._tracer is None else self._tracer.lines,
             _interrupted=self._status == "interrupted",
         )
@@ -453,6 +324,6 @@ class _Search:
             assert ending is not None
             if ending == "optimal" and self.problem.largest_error > 0:
                 # The least of rounded coefficients need not be that of the true ones.
-                return "target reached" if self._limits.target_holds(self._energies[-1]) else "ended"
+                return "target reached" if self._limits.target_holds(self._bests.energy) else "ended"
             return ending
         return self._status

@@ -1,7 +1,7 @@
 // Opens the namespace of the band that the three macros ORVEX_BAND_SIZE, ORVEX_BAND_MATRIX_BITS and
 // ORVEX_BAND_ARITH_BITS name, turns them into constants and types, and takes the macros away again:
-// what stands outside of the namespace cannot depend on a band by mistake, which would link
-// silently with one copy for all. Everything of the band stands between this and band_end.inl. No
+// what is outside of the namespace cannot depend on a band by mistake, which would link
+// silently with one copy for all. Everything of the band is between this and band_end.inl. No
 // include guard: a source may instantiate several bands. While a band is open, ORVEX_BAND_OPEN is
 // defined.
 #define ORVEX_BAND_OPEN

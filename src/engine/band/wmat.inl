@@ -5,7 +5,7 @@
 #include "engine/band/instance.inl"
 #endif
 
-#pragma pack(push, 4)  // no padding behind `n`, whatever the width of E
+#pragma pack(push, 4)  // no padding after `n`, whatever the width of E
 struct WMAT {
     E w[static_cast<std::size_t>(S) * S];  ///< row i starts at i * S
     E diag[S];                             ///< the diagonal, in row order

@@ -97,7 +97,7 @@ ORVEX_BLOCK_CODE bool selectBit(BLOCK& block, PHASE phase, std::uint32_t pass_fl
     }
 }
 
-/** Whether the pass of "TwoNeighbor" stops behind its flip number `pass_flips` (from 1). */
+/** Whether the pass of "TwoNeighbor" stops after its flip number `pass_flips` (from 1). */
 template <class BLOCK>
 ORVEX_BLOCK_CODE bool passStops(BLOCK& block, std::uint32_t pass_flips) {
     const std::int64_t last = 2 * static_cast<std::int64_t>(block.record.model_size) - 1;
@@ -117,7 +117,7 @@ ORVEX_BLOCK_CODE void beginSearch(BLOCK& block) {
     block.startSearch();
 }
 
-/** What comes behind the phase that has just ended; sets the new phase if there is one. */
+/** What comes after the phase that has just ended; sets the new phase if there is one. */
 template <class BLOCK>
 ORVEX_BLOCK_CODE NEXT follow(BLOCK& block, PHASE& phase) {
     auto& record = block.record;

@@ -1,5 +1,5 @@
 // The table of flip rules: what there is to know of a rule without knowing how it works. Names, the
-// progress display, settings and every loop over all rules go by it. Invariant: a rule stands at
+// progress display, settings and every loop over all rules go by it. Invariant: a rule is at
 // the position that is the number under which it travels.
 #pragma once
 

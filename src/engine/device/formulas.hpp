@@ -89,6 +89,7 @@ ORVEX_HD inline float unit_draw(unsigned long state) {
  */
 inline constexpr std::uint32_t BID_RANK = 0x7FFFFC00;
 inline constexpr std::int32_t BID_THREAD = 0x3FF;
+static_assert((BID_RANK ^ BID_THREAD) == 0x7FFFFFFF);  // they share no bit; no bid is negative
 
 ORVEX_HD constexpr std::int32_t bid(std::uint32_t rank, int thread) {
     return static_cast<std::int32_t>((rank & BID_RANK) | static_cast<std::uint32_t>(thread));

@@ -1,13 +1,14 @@
 #include "engine/device/model_rows.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace orvex::device {
 
 namespace {
 
-/** Below one element in so many that is not 0, the zeros of a row are not written. */
+/** Below one element in this number that is not 0, the zeros of a row are not written. */
 constexpr int SPARSE_BELOW = 8;
 
 template <class X>
@@ -35,6 +36,7 @@ void permute_nonzero(E* row, const X* elements, int count, const SHAPE& shape) {
 /** The first `count` elements of a model's row become a row of S. */
 template <class E, class X>
 void write_row(E* row, const X* elements, int count, const SHAPE& shape, bool zeros) {
+    assert(count >= 0 && count <= shape.size);
     if (zeros && is_sparse(elements, count)) return permute_nonzero(row, elements, count, shape);
     if (!zeros && count < shape.size) std::fill_n(row, shape.size, E{0});
     permute_row(row, elements, count, shape);

@@ -41,7 +41,7 @@ const X* model_row(const Model::Impl& model, int i) {
            static_cast<std::size_t>(i) * static_cast<std::size_t>(model.size);
 }
 
-/** Writes all elements of a row, from bit order into row order; what is behind them stays. */
+/** Writes all elements of a row, from bit order into row order; what is after them stays. */
 template <class N, class X>
 void permute_row(N* row, const X* elements, int count, const SHAPE& shape) {
     assert(count <= shape.size);

@@ -24,7 +24,7 @@ struct INST_BODY {
     std::uint64_t bits[static_cast<std::size_t>(W)];
 };
 
-/** Last part of an instance, the same in all bands; it stands right behind the bits. */
+/** Last part of an instance, the same in all bands; it follows the bits at once. */
 struct INST_TAIL {
     std::int32_t island;          ///< island that found it; set in the all-time best only
     std::int32_t reserved_a;      ///< zero
@@ -32,7 +32,7 @@ struct INST_TAIL {
     std::int64_t ticket;          ///< mailbox word of the rings, written last
     std::uint32_t cycles;         ///< sent: flip budget; returned: flips done
     std::uint32_t annealing;      ///< sent: steps of one search
-    std::int8_t inst;             ///< index of the generator that made it
+    std::int8_t inst;             ///< number of the generator that made it
     std::int8_t algorithm;        ///< index of the flip rule
     std::int8_t param;            ///< mutation parameter, -9 to 0
     std::uint8_t flag;            ///< kernel_flag of the run
@@ -133,5 +133,27 @@ struct BLOCK_RECORD {
     std::uint32_t flips;  ///< flips done on the present instance
     Type type;
 };
+
+/**
+ * What a block tells of the instance that it has done, beside energy, bits and ticket. From now on
+ * its generation counts as begun.
+ */
+template <class D>
+ORVEX_BLOCK_CODE void tell_result(BLOCK_RECORD<D>& record, std::uint64_t start_time,
+                                  INST_TAIL& out) {
+    out.found_time = record.best_time < start_time
+                         ? 0
+                         : static_cast<std::int64_t>(record.best_time - start_time);
+    out.cycles = record.flips;
+    out.inst = record.type.inst;
+    out.algorithm = record.type.A;
+    out.param = record.type.param;
+    out.flag = record.type.flag;
+    out.generation = record.generation;
+    out.wait_exponent = record.wait_exponent;
+    out.block = static_cast<std::int16_t>(record.block_sequence);
+    out.overflow = record.overflow;
+    record.done_generation = record.generation;
+}
 
 }  // namespace orvex::device

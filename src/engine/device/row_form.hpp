@@ -48,14 +48,14 @@ constexpr const char* form_name(ROW_FORM form, int record_bits) {
 template <class D>
 inline constexpr std::uint64_t CALM_REACH = std::uint64_t{1} << (sizeof(D) * 8 - 3);
 
-/** What decides on the form of the rows and the width of the deltas; one look at the whole matrix
- * tells it. */
-struct ROW_SURVEY {
+/** Statistics of the rows of a matrix, which decide on their form and on the width of the deltas;
+ * one look at the whole matrix gives them. */
+struct ROW_STATISTICS {
     std::uint64_t widest = 0;   ///< largest magnitude off the diagonal
     std::uint64_t entries = 0;  ///< elements off the diagonal that are not 0
     std::uint64_t reach = 0;    ///< largest sum of the magnitudes in a row, as far as it matters
 
-    /** Takes a row in, or the survey of some rows. */
+    /** Takes a row in, or the statistics of some rows. */
     constexpr void add(std::uint64_t row_widest, std::uint64_t row_entries,
                        std::uint64_t row_reach) {
         widest = std::max(widest, row_widest);
@@ -63,7 +63,8 @@ struct ROW_SURVEY {
         reach = std::max(reach, row_reach);
     }
 
-    /** Below one entry in so many elements, index lists beat dense rows of bytes (measured). */
+    /** Below one entry in this number of elements, index lists beat dense rows of bytes (measured).
+     */
     static constexpr std::uint64_t SPARSE_BELOW = 24;
 
     /** The form that a flip reads fastest; `size` is S of the band. */
@@ -75,7 +76,7 @@ struct ROW_SURVEY {
     }
 
     /**
-     * Bits of the narrowest deltas that hold all that a search can come to. Sums of 16 bits take
+     * Bits of the narrowest deltas that hold every value of a search. Sums of 16 bits take
      * rows that are no wider, and whole groups of their vectors, which have up to 128 bits.
      */
     constexpr int delta_bits(ROW_FORM form, int size, int arithmetic_bits) const {

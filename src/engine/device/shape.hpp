@@ -1,5 +1,5 @@
 // The shape of a block: how the S bits of a band are dealt to its T threads, K bits each, and where
-// a bit stands in a matrix row and in every other array that is kept in row order.
+// a bit is in a matrix row and in every other array that is kept in row order.
 #pragma once
 
 #include "engine/device/dialect.hpp"

@@ -9,7 +9,7 @@
 
 namespace orvex::device {
 
-/** One step of the generator. Zero is its only fixed point, so a state must not be zero. */
+/** One step of the RNG. Zero is its only fixed point, so a state must not be zero. */
 ORVEX_HD constexpr unsigned long xor_shift(unsigned long x) {
     x ^= x << 13;
     x ^= x >> 7;

@@ -1,4 +1,4 @@
-// The device operations on CPU threads. One device stands for the processors that this process may
+// The device operations on CPU threads. One device is all the processors that this process may
 // use; its memory is the machine's, so device pointers are plain pointers. Copies to and from it go
 // word by word with relaxed atomics, and a copy of one aligned 64-bit word (a ticket) acquires and
 // releases, which is what the ring protocol asks for. Operations on a stream are done when they

@@ -1,5 +1,5 @@
 // Streams, events and launches. A stream holds at most one kernel in flight; an event recorded
-// behind a kernel happens when the kernel ends.
+// after a kernel happens when the kernel ends.
 #include <mutex>
 #include <system_error>
 #include <utility>

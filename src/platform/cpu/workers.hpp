@@ -42,7 +42,7 @@ class LAUNCH {
     /** Waits until every block has left. One thread may wait. */
     void wait();
 
-    /** When the last block left; valid behind wait(). */
+    /** When the last block left; valid after wait(). */
     clock::time_point end() const { return end_; }
 
   private:

@@ -25,7 +25,7 @@ inline band::INST_t& record(const orvex::engine::INSTANCE& of) {
     return of;
 }
 
-/** Stands for the blocks of one island: takes what was sent, hands in what the test makes up. */
+/** In place of the blocks of one island: takes what was sent, hands in what the test makes up. */
 class BLOCKS {
   public:
     /** `handed_in` are the results of before. */
@@ -44,7 +44,7 @@ class BLOCKS {
         return instance;
     }
 
-    /** Hands in a result: the body first, the ticket behind it. */
+    /** Hands in a result: the body first, the ticket after it. */
     void handIn(band::INST_t result) {
         band::INST_t& slot = island_.recv_ring[handed_ % band::gv->ring_size];
         result.ticket = slot.ticket;
@@ -74,7 +74,7 @@ class RunByHand : public testing::Test {
   protected:
     ~RunByHand() override { finish(); }
 
-    /** The end of the run, behind which another one may begin. */
+    /** The end of the run, after which another one may begin. */
     void finish() {
         if (devices) {
             devices->destruct();
@@ -127,8 +127,8 @@ class RunByHand : public testing::Test {
     band::ISLAND& island(int i) { return *run->allisland->islands[static_cast<std::size_t>(i)]; }
     band::INST_t& allbest() { return *run->allisland->allbest; }
 
-    /** Hands a result in to the island and registers it, as the island's thread would. */
-    void registerResult(band::ISLAND& at, const band::INST_t& handed_in) {
+    /** Hands a result in to the island, as the island's thread would. */
+    void deliver(band::ISLAND& at, const band::INST_t& handed_in) {
         record(*at.recv_buf) = handed_in;
         at.regBest(0);
     }

@@ -146,7 +146,7 @@ TEST_F(FlatEvents, EndWithANullFunctionSetDuringOne) {
         callback.callback("init");
         callback.impl().abort_request = 0;
         callback.callback("new");
-        EXPECT_EQ(callback.impl().abort_request, 1) << "the request to end stands";
+        EXPECT_EQ(callback.impl().abort_request, 1) << "the request to end is kept";
     });
     EXPECT_EQ(events.size(), 1u);
 }
@@ -166,7 +166,7 @@ TEST_F(FlatEvents, OfOneHandleDoNotReachTheFunctionOfAnother) {
 
 class FlatTimer : public FlatEvents {
   protected:
-    /** What the callback asks for when the event function asked for a timer of so many seconds. */
+    /** What the callback asks for when the event function asked for a timer of these seconds. */
     std::pair<bool, double> alarm_for(double seconds) {
         listen();
         std::pair<bool, double> alarm;

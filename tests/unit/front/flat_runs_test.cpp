@@ -279,7 +279,7 @@ TEST_F(FlatEventRuns, EndInInit) {
     EXPECT_EQ(events.size(), 1u);
 }
 
-TEST_F(FlatEventRuns, RingATimerBehindItsDelay) {
+TEST_F(FlatEventRuns, RingATimerAfterItsDelay) {
     steady_clock::time_point begin, end;
     run([&](const EVENT& event) {
         if (event.code == 0) begin = steady_clock::now();

@@ -33,7 +33,7 @@ class FlatSearch : public FLAT_TEST {
     WORDS solution;
 };
 
-TEST_F(FlatSearch, WritesTheSolutionAndNothingBehindIt) {
+TEST_F(FlatSearch, WritesTheSolutionAndNothingAfterIt) {
     bands().on_solve = finding({0x123456789abcdef0, 0x25});
     EXPECT_EQ(search_into(solution), 0);
     EXPECT_EQ(solution, (WORDS{0x123456789abcdef0, 0x25, 7}));

@@ -74,7 +74,7 @@ TEST_F(FlatSettings, AWidthOfArithmeticThatIsOfferedChoosesTheBand) {
     EXPECT_EQ(bands().last_solve().arith_bits, 32);
 }
 
-TEST_F(FlatSettings, AWidthIsANumberWithWhateverStandsBehindIt) {
+TEST_F(FlatSettings, AWidthIsANumberWithWhateverComesAfterIt) {
     EXPECT_EQ(taken({"arithmetic_bits", " 64 bits"}), (PARAMS{{"arithmetic_bits", " 64 bits"}}));
     EXPECT_EQ(bands().last_solve().arith_bits, 64);
 }

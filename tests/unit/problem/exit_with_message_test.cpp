@@ -32,7 +32,7 @@ TEST(ExitWithMessage, WritesErrorAndTextAndExitsWithStatus1) {
     EXPECT_REFUSAL(exit_with_message("out of luck."), "out of luck.");
 }
 
-TEST(EndProcess, WritesTheTextAsItStandsAndExitsWithTheStatus) {
+TEST(EndProcess, WritesTheTextUnchangedAndExitsWithTheStatus) {
     EXPECT_EXIT(end_process(3, "as it stands"), testing::ExitedWithCode(3),
                 exactly("as it stands"));
 }

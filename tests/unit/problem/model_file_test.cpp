@@ -103,7 +103,7 @@ TEST_F(ModelFile, WhoseNameEndsInGzIsDecompressed) {
     EXPECT_EQ(model.get(2, 1), -1);
 }
 
-TEST_F(ModelFile, WhoseNameGoesOnBehindGzIsOpenedDirectly) {
+TEST_F(ModelFile, WhoseNameGoesOnAfterGzIsOpenedDirectly) {
     EXPECT_EQ(Model(folder.write("model.gz.txt", "2 1 0 1 1 1 1")).get(1, 1), 1);
 }
 
@@ -126,7 +126,7 @@ TEST_F(ModelFile, CompressedWithFarMoreEntriesThanItSaysLeavesNoProcessBehind) {
 }
 
 TEST_F(ModelFile, CompressedAndMissingIsWrong) {
-    // Behind what the shell has to say.
+    // After what the shell has to say.
     const std::string file = folder.path("missing.gz");
     EXPECT_EXIT(Model model(file), testing::ExitedWithCode(1),
                 testing::EndsWith("Error: Wrong file (" + file + ")\n"));

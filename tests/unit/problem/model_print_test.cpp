@@ -67,7 +67,7 @@ TEST(ModelPrint, AttrsWritesTheAttributesAlone) {
                 testing::AnyOf("size=2 bits=8\n", "bits=8 size=2\n"));
 }
 
-TEST(ModelPrint, CharacterBehindAttrsIsTheDelimiter) {
+TEST(ModelPrint, CharacterAfterAttrsIsTheDelimiter) {
     EXPECT_THAT(text_of(Model(2, 8), "attrs,"),
                 testing::AnyOf("size=2,bits=8\n", "bits=8,size=2\n"));
 }

@@ -78,7 +78,7 @@ TEST(ParamPrint, WritesSettingsOnALine) {
                 testing::AnyOf("time_limit=1 verbose=2\n", "verbose=2 time_limit=1\n"));
 }
 
-TEST(ParamPrint, DelimiterStandsBetweenSettingsWhole) {
+TEST(ParamPrint, DelimiterIsBetweenSettingsWhole) {
     Param param;
     param.set("time_limit", "1");
     param.set("verbose", "2");

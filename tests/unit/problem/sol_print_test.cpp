@@ -29,12 +29,12 @@ TEST(SolPrint, WritesTheSectionThatIsNamed) {
     EXPECT_EQ(text_of(example(), "log"), "first\nsecond");
 }
 
-TEST(SolPrint, CharacterBehindSolStandsBetweenDigits) {
+TEST(SolPrint, CharacterAfterSolIsBetweenDigits) {
     EXPECT_EQ(text_of(example(), "sol,"), "1,0,1\n");
     EXPECT_EQ(text_of(example(), "sol\n"), "1\n0\n1\n");
 }
 
-TEST(SolPrint, BlankBehindSolLeavesTheDigitsTogether) {
+TEST(SolPrint, BlankAfterSolLeavesTheDigitsTogether) {
     EXPECT_EQ(text_of(example(), "sol "), "101\n");
 }
 

@@ -55,7 +55,7 @@ TEST(Sol, SetWritesAttributesOfTheSolutionOnly) {
     EXPECT_EQ(sol.impl().env.at("solver"), "run's");
 }
 
-TEST(Sol, GetFindsAttributesOfTheRunBehindThoseOfTheSolution) {
+TEST(Sol, GetFindsAttributesOfTheRunAfterThoseOfTheSolution) {
     Sol sol(1);
     sol.impl().env["version"] = "run's";
     EXPECT_EQ(sol.get("version"), "run's");

@@ -77,7 +77,7 @@ TEST(Checkpoint, TellsWhatIsWrong) {
     EXPECT_THAT(refusal(replaced(good, "-6 11", "six 11")), HasSubstr("a number is expected"));
     EXPECT_THAT(refusal(replaced(good, "-6 11", "-99999999999999999999 11")),
                 HasSubstr("a number is expected"));
-    EXPECT_THAT(refusal(replaced(good, "-6 11", "0 00")), HasSubstr("the best solution stands"));
+    EXPECT_THAT(refusal(replaced(good, "-6 11", "0 00")), HasSubstr("the best solution comes"));
     EXPECT_THAT(refusal(replaced(good, "-5 10", "-5 20")), HasSubstr("line 6"));
 }
 

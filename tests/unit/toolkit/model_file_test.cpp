@@ -27,7 +27,7 @@ Problem read(const std::string& contents, const std::string& ending = ".qubo") {
     return ModelFile(TemporaryFile(contents, ending).path()).read();
 }
 
-/** The message behind the name of the file; empty if the file is accepted. */
+/** The message after the name of the file; empty if the file is accepted. */
 std::string refusal(const std::string& contents) {
     const TemporaryFile file(contents);
     try {

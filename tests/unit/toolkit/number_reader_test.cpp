@@ -16,7 +16,7 @@ namespace {
 using testing::EndsWith;
 using testing::HasSubstr;
 
-/** What reading all numbers of a file ends with; empty if it comes to the end. */
+/** What reading all numbers of a file ends with; empty if it reaches the end. */
 std::string failure(const std::string& path) {
     try {
         NumberReader reader(path);

@@ -20,7 +20,7 @@ inline Problem read_as(const std::string& format, const std::string& contents) {
     return read(contents, {.format = format});
 }
 
-/** The message behind the name of the file; empty if it is read. */
+/** The message after the name of the file; empty if it is read. */
 inline std::string refusal(const std::string& contents, ReadOptions options = {}) {
     const TemporaryFile file(contents, ".txt");
     try {

@@ -17,7 +17,7 @@ using testing::HasSubstr;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 
-/** A problem of ten variables whose energies are proven to fit into so many bits. */
+/** A problem of ten variables whose energies are proven to fit into that many bits. */
 Problem problem_of_width(int proven_bits, int width) {
     Problem problem;
     problem.size = 10;

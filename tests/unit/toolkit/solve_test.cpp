@@ -3,6 +3,8 @@
 
 #include <limits>
 #include <memory>
+#include <random>
+#include <set>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -103,6 +105,62 @@ TEST(Solve, SearchesASparseModelByTheCompanionAlone) {
     EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
     for (const Found& found : result.history)
         EXPECT_EQ(found.energy, problem.weights.energy(found.solution));
+}
+
+/** Cliques of 28 variables with random weights, with nothing between them. */
+Problem cliques(int count, std::int64_t link) {
+    std::mt19937 random(5);
+    const auto weight = [&] { return static_cast<std::int64_t>(random() % 201) - 100; };
+    const int size = 28 * count;
+    std::vector<std::int64_t> linear(static_cast<std::size_t>(size));
+    std::vector<Coupling> couplings;
+    for (int i = 0; i < size; ++i) {
+        linear[static_cast<std::size_t>(i)] = weight();
+        for (int j = i + 1; j < 28 * (i / 28 + 1); ++j)
+            couplings.push_back({i, j, weight()});
+        if (i >= 28 && link != 0) couplings.push_back({i - 28, i, link});
+    }
+    return problem_of(sparse_qubo(std::move(linear), std::move(couplings)));
+}
+
+TEST(Solve, HasTheBestOfEachComponentMerged) {
+    const Problem apart = cliques(9, 0);
+    const SolveOptions options{.time_limit = 0.5, .presolve = PresolveEffort::OFF};
+    const Result result = solve(apart, options);
+    EXPECT_TRUE(result.preparation.library);
+    EXPECT_GT(result.preparation.companion_threads, 0);
+    EXPECT_EQ(apart.weights.energy(result.solution), result.energy);
+    EXPECT_EQ(solve(cliques(9, 7), options).preparation.companion_threads, 0) << "one component";
+}
+
+/** Searched by the library, by the companion, by both, and by presolve alone. */
+TEST(Solve, GivesSeveralDistinctSolutions) {
+    const Problem dense = random_problem(250, 50), sparse = ring_with_chords(250),
+                  large = ring_with_chords(1500);
+    const auto expect_several = [](const Problem& problem, const SolveOptions& options,
+                                   std::size_t least) {
+        const Result result = solve(problem, options);
+        ASSERT_GE(result.solutions.size(), least) << "of " << result.preparation.size;
+        ASSERT_LE(std::ssize(result.solutions), options.solutions);
+        EXPECT_EQ(result.solutions.front().energy, result.energy);
+        std::set<std::string> different;
+        long last = result.energy;
+        for (const Ranked& ranked : result.solutions) {
+            EXPECT_EQ(problem.weights.energy(ranked.solution), ranked.energy);
+            EXPECT_GE(ranked.energy, last);
+            last = ranked.energy;
+            const Bits bits = bits_of(ranked.solution);
+            different.emplace(bits.begin(), bits.end());
+        }
+        EXPECT_EQ(different.size(), result.solutions.size());
+    };
+    const PresolveEffort off = PresolveEffort::OFF;
+    expect_several(dense, {.trials = 3000, .presolve = off, .companion = 0, .solutions = 30}, 30);
+    expect_several(large, {.time_limit = 0.5, .companion = 1, .solutions = 30}, 30);
+    expect_several(sparse, {.time_limit = 1, .companion = 0.5, .solutions = 30}, 30);
+    expect_several(random_problem(12, 50), {.time_limit = 5, .solutions = 30}, 1);
+    expect_several(dense, {.trials = 100, .presolve = off, .companion = 0}, 1);
+    EXPECT_EQ(refusal(dense, {.solutions = 0}), "at least one solution must be wanted");
 }
 
 TEST(Solve, SearchesByLibraryAndCompanionSideBySide) {

@@ -15,14 +15,14 @@ struct Beginning {
     /** @param whole whether nothing follows the text; else its last line, or word, is left out */
     Beginning(std::string_view text, bool whole);
 
-    /** Whether the first line has so many words, all of which are whole numbers. */
+    /** Whether the first line has that many words, all of which are whole numbers. */
     bool starts_with_numbers(std::size_t count) const;
 
     /** Whether line k exists and has at least `least` and at most `most` words. */
     bool has_words(std::size_t k, std::size_t least, std::size_t most) const;
     bool has_words(std::size_t k, std::size_t count) const { return has_words(k, count, count); }
 
-    /** Whether the lines from k on have so many words. */
+    /** Whether the lines from k on have that many words. */
     bool all_have_words(std::size_t k, std::size_t least, std::size_t most) const;
 
     /** Whether a comment has this text in it. */

@@ -47,7 +47,7 @@ bool split(std::string_view word, Digits& number) {
     const char* const end = word.data() + word.size();
     const auto [stop, error] = std::from_chars(word.data() + at, end, exponent);
     if (stop != end || error == std::errc::invalid_argument) return false;
-    // An exponent beyond an int stands for one that is beyond every use.
+    // An exponent beyond an int is taken for one that is beyond every use.
     if (error != std::errc()) exponent = word[at] == '-' ? -1'000'000'000 : 1'000'000'000;
     number.behind -= exponent;
     return true;

@@ -24,7 +24,7 @@ struct DecimalNumber {
     static constexpr int MOST_DIGITS = 27;  ///< which leaves room in Wide to add up any model
 
     Wide digits = 0;
-    long behind = 0;     ///< the point; negative where zeros follow the digits
+    long behind = 0;     ///< digits after the point; negative where zeros follow the digits
     bool cut = false;    ///< whether it had more digits
     long magnitude = 0;  ///< of a number but 0: the least power of ten above it
 };

@@ -1,5 +1,5 @@
 // MatrixMarket matrices, coordinate or array, from index 1. The objective is x'Qx, whichever way
-// the matrix is stored: an entry off the diagonal of a symmetric one, which stands there once,
+// the matrix is stored: an entry off the diagonal of a symmetric one, which is there once,
 // counts twice. Entries of the same place are summed.
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // qbsolv's .qubo: comments "c", a line "p qubo 0 maxNodes nNodes nCouplers", a line "i i weight"
 // for each node that has one and "i j weight" for each coupler, from index 0. The program minimises
 // unless it is told to maximise, so the sense is not the file's. By its rule a node or coupler
-// stands once.
+// is given once.
 #include "toolkit/io/formats/entries.hpp"
 
 namespace orvex::toolkit {

@@ -36,7 +36,7 @@ class Statement {
      * is read, which may change them.
      *
      * @param times what the number is multiplied by
-     * @throws InputError when it is no number, or none that the scale makes whole
+     * @throws InputError when it is not a number, or none that the scale makes whole
      */
     Wide coefficient(std::string_view word, const std::string& what, int times = 1);
     Wide coefficient(std::size_t k, const std::string& what, int times = 1) {

@@ -1,5 +1,5 @@
 // TSPLIB's .tsp and .atsp: lines "KEYWORD: value" and sections of numbers, cities from 1. The
-// length of the tour is minimised; bit c * n + p says that city c stands at place p of the tour.
+// length of the tour is minimised; bit c * n + p says that city c is at place p of the tour.
 #include <algorithm>
 #include <array>
 #include <limits>

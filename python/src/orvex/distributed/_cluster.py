@@ -131,7 +131,7 @@ class Cluster:
         self, number: int, turn: int, worker: str, payload: Future,
         limit: float | None, share: tuple[int, int],
     ) -> Future:  # fmt: skip
-        """Dask's dashboard groups tasks by what stands before the first "-"."""
+        """Dask's dashboard groups tasks by what is before the first "-"."""
         key = f"orvex_search_{number}-{self.run}-{turn}"
         future = self.client.submit(
             search, payload, self.run, number, key, limit, share, pure=False, workers=[worker], key=key,

@@ -9,8 +9,9 @@ from typing import Any, NamedTuple
 
 import numpy as np
 
+from .._events import Pulse
 from .._problem import Problem
-from .._solve import Pulse, solve
+from .._solve import solve
 from ._mail import TOPIC, Mailbox, true_words
 from ._payload import Payload
 

@@ -12,21 +12,29 @@ import warnings
 from collections.abc import Iterable, Iterator
 from contextlib import ExitStack, contextmanager
 from pathlib import Path as FilePath
-from typing import TYPE_CHECKING, Any, Literal, Union, cast
+from typing import TYPE_CHECKING, Any, Literal, Union
 
 from distributed import Client, LocalCluster
 
-from .. import _solve as single
-from .._checkpoint import Checkpoint, CheckpointWarning, Path, read_checkpoint
-from .._distinct import best_distinct
-from .._library import OrvexError
+from .._arguments import (
+    Limits,
+    expect_callables,
+    hints_of,
+    presolve_of,
+    seed_of,
+    share_of,
+    starts_of,
+    wanted_of,
+)
+from .._checkpoint import Checkpoint, CheckpointWarning, Path
+from .._events import Callback, PulseCallback, expect_no_callback
 from .._numbers import Scale
-from .._problem import Problem, as_problem
+from .._problem import as_problem
 from .._progress import Progress
-from .._result import Status
-from .._settings import Settings, check_settings, real_number, whole_number
+from .._settings import Settings, check_settings, whole_number
 from ._cluster import Cluster
-from ._hub import Hub, thread_message
+from ._hub import Hub
+from ._members import thread_message
 from ._payload import Payload
 from ._result import Result
 
@@ -48,8 +56,8 @@ def solve(
     trial_limit: int | None = None,
     starts: Iterable[Any] = (),
     hints: Iterable[Any] = (),
-    callback: single.Callback | None = None,
-    pulse: single.PulseCallback | None = None,
+    callback: Callback | None = None,
+    pulse: PulseCallback | None = None,
     progress: bool = False,
     scale: Scale | None = None,
     presolve: bool | Literal["full"] = True,
@@ -104,35 +112,26 @@ def solve(
         The scheduler cannot be reached.
     """
     begin = time.perf_counter()
-    if getattr(single._inside, "callback", False):
-        raise OrvexError("solve() inside a callback would wait for the search that called it")
+    expect_no_callback()
     check_settings(settings, _ARGUMENTS)
-    for name, function in (("callback", callback), ("pulse", pulse)):
-        if function is not None and not callable(function):
-            raise TypeError(f"{name} must be callable, not {function!r}")
-    if presolve not in (False, True, "full"):
-        raise ValueError(f'presolve must be True, False or "full", not {presolve!r}')
-    if companion != "auto":
-        companion = real_number("companion", companion, 0, 1)
+    expect_callables(callback=callback, pulse=pulse)
+    effort = presolve_of(presolve)
+    share = share_of(companion)
     if searches is not None:
         searches = whole_number("searches", searches, 1, 100_000)
-    wanted = whole_number("solutions", solutions, 1, 10**6)
-    if seed is not None:
-        seed = whole_number("seed", seed, 0, 2**64 - 1)
-    limits = single._Limits(time_limit, target, trial_limit)
+    wanted = wanted_of(solutions)
+    seed = seed_of(seed)
+    limits = Limits(time_limit, target, trial_limit)
     made = as_problem(problem, scale)
     built = 0.0 if made is problem else time.perf_counter() - begin
-    found = [made._words(x, f"starts[{k}]") for k, x in enumerate(starts)]
-    if resume is not None:
-        found += read_checkpoint(made, resume)
-    found.sort(key=made._energy)
+    found = starts_of(made, starts, resume)
     arguments: dict[str, Any] = dict(
         target=target,
         trial_limit=trial_limit,
         starts=[made._bits(words) for words in found],
-        hints=[made._bits(made._words(x, f"hints[{k}]")) for k, x in enumerate(hints)],
-        presolve=presolve,
-        companion=companion,
+        hints=[made._bits(words) for words in hints_of(made, hints)],
+        presolve=effort,
+        companion="auto" if share is None else share,
         groups=None if groups is None else [[int(i) for i in group] for group in groups],
         # Companions of one seed would do the same.
         seed=secrets.randbits(64) if seed is None else seed,
@@ -157,9 +156,9 @@ def solve(
             failure = file.close() if file is not None else ""
         if failure:
             warnings.warn(failure, CheckpointWarning, stacklevel=2)
-        for text in hub.ignored.values():
+        for text in hub.members.ignored.values():
             warnings.warn(f"{text}; it was left out", UserWarning, stacklevel=2)
-    return _result(hub, built, begin, wanted)
+    return _result(hub, limits, built, begin, wanted)
 
 
 _ARGUMENTS = frozenset(inspect.signature(solve).parameters) - {"settings"}
@@ -195,38 +194,30 @@ def _expect_single_threads(client: Client) -> None:
             raise ValueError(thread_message(address, threads))
 
 
-def _result(hub: Hub, built: float, begin: float, wanted: int) -> Result:
-    problem: Problem = hub.problem
-    if not hub.words:  # ended before there was anything
-        hub._found(problem._no_words(), 0.0, None)
-    energy = hub.energies[-1]
-    reports = [row.report for row in hub.rows if row.report is not None]
+def _result(hub: Hub, limits: Limits, built: float, begin: float, wanted: int) -> Result:
+    if not hub.bests:  # ended before there was anything
+        hub.bests.note(0.0, 0, hub.problem._no_words())
+    reports = [search.report for search in hub.searches if search.report is not None]
     finder = hub.finder.report if hub.finder is not None else None
     info = dict(finder.info if finder is not None else reports[0].info if reports else {})
     if info:
-        info["total_flips"] = str(hub.flips)
-    bounds = [report.bound for report in reports if report.bound is not None]
-    status = hub.status
-    if status in ("optimal", "ended") and hub._limits.target_holds(energy) and status != "optimal":
+        info["total_flips"] = str(hub.searches.flips)
+    status = hub.course.status
+    if status == "ended" and limits.target_holds(hub.bests.energy):
         status = "target reached"
-    return Result(
-        x=problem._bits(hub.words[-1]),
-        energy=energy,
-        largest_error=problem.largest_error,
-        history=list(zip(hub.times, hub.energies)),
-        status=cast(Status, status),
+    searched = hub.course.elapsed
+    return hub.bests.result(
+        Result,
+        searched,
+        wanted,
+        status=status,
         info=info,
         timings={
             "build": built,
-            "load": max(0.0, time.perf_counter() - begin - built - hub.elapsed),
-            "search": hub.elapsed,
+            "load": max(0.0, time.perf_counter() - begin - built - searched),
+            "search": searched,
             "total": time.perf_counter() - begin,
         },
-        objective=problem.objective(energy),
-        source=problem.source,
-        bound=max(bounds, default=None),
-        variables=problem.variables,
-        solutions=[problem._bits(words) for words in hub.words],
-        best=best_distinct(problem, hub.words, wanted, hub.elapsed),
-        searches=hub.table(),
+        bound=max((report.bound for report in reports if report.bound is not None), default=None),
+        searches=hub.searches.rows(hub.problem),
     )

@@ -25,7 +25,7 @@ ROUND = 0.25
 ANNOUNCEMENTS = 400
 #: A search that finds nothing says so this many pauses after its last announcement.
 QUIET = 4
-#: Up to so many searches each gets its messages directly.
+#: Up to this many searches each gets its messages directly.
 DIRECT = 16
 
 
@@ -35,7 +35,7 @@ def pause(searches: int) -> float:
 
 
 def ways(searches: int) -> int:
-    """Over how many ways a message reaches so many searches."""
+    """Over how many ways a message reaches that many searches."""
     return searches if searches <= DIRECT else max(DIRECT, math.isqrt(searches - 1) + 1)
 
 

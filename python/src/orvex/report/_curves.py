@@ -8,7 +8,7 @@ from typing import Any
 
 from ._runs import Run
 
-#: The pictures by their names, with what stands beside the axis.
+#: The pictures by their names, with what is written beside the axis.
 PICTURES: dict[str, str] = {
     "energy": "best energy",
     "gap": "energy above the lowest known",

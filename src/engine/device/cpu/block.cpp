@@ -32,31 +32,31 @@ std::size_t bytes_of_block(const SHAPE& shape) {
     return counting.used();
 }
 
-/** What the rule's next selection wants to know of the deltas. */
-SURVEY_FOR survey_of(std::int8_t rule) {
+/** What a flip prepares for a search with the rule. */
+PREPARE_FOR preparation_for(std::int8_t rule) {
     switch (rule) {
         case MAX_MIN:
-            return SURVEY_FOR::MAX_MIN;
+            return PREPARE_FOR::MAX_MIN;
         case POSITIVE_MIN:
-            return SURVEY_FOR::POSITIVE_MIN;
+            return PREPARE_FOR::POSITIVE_MIN;
         case RANDOM_MIN:
-            return SURVEY_FOR::RANDOM_MIN;
+            return PREPARE_FOR::RANDOM_MIN;
         default:
-            return SURVEY_FOR::NOTHING;
+            return PREPARE_FOR::NOTHING;
     }
 }
 
 /** That one of the functions by what they look up. */
 template <class FUNCTIONS>
-typename FUNCTIONS::FUNCTION of_rule(const FUNCTIONS& functions, SURVEY_FOR rule) {
+typename FUNCTIONS::FUNCTION of_rule(const FUNCTIONS& functions, PREPARE_FOR rule) {
     switch (rule) {
-        case SURVEY_FOR::MAX_MIN:
+        case PREPARE_FOR::MAX_MIN:
             return functions.max_min;
-        case SURVEY_FOR::POSITIVE_MIN:
+        case PREPARE_FOR::POSITIVE_MIN:
             return functions.positive_min;
-        case SURVEY_FOR::RANDOM_MIN:
+        case PREPARE_FOR::RANDOM_MIN:
             return functions.random_min;
-        case SURVEY_FOR::NOTHING:
+        case PREPARE_FOR::NOTHING:
             break;
     }
     return functions.nothing;
@@ -98,7 +98,7 @@ CPU_BLOCK<E, D, N>::CPU_BLOCK(int block_index, const CPU_LAUNCH<E>& launch)
     tabu_ = TABU_LIST(placed.arrays.barred, placed.barred_until, launch.size);
     bindRows();
     const std::size_t threads = static_cast<std::size_t>(arrays_.shape.threads);
-    generator_ = usable_seed(launch.seeds[static_cast<std::size_t>(block_index) * threads]);
+    rng_ = usable_seed(launch.seeds[static_cast<std::size_t>(block_index) * threads]);
     enter();
     reset();
 }
@@ -166,7 +166,7 @@ void CPU_BLOCK<E, D, N>::reset() {
 
 // ---- flips ---------------------------------------------------------------------------------
 
-/** What stands behind the last word is neither the lowest nor the highest of anything. */
+/** What follows the last word is neither the lowest nor the highest of anything. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::fillWords() {
     const std::size_t words = BLOCK_MEMORY<N>::words_of(static_cast<std::size_t>(launch_.size));
@@ -179,7 +179,7 @@ void CPU_BLOCK<E, D, N>::fillWords() {
 /** Settles how flips go over the rows, for as long as the block lives. */
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::bindRows() {
-    const bool calm = launch_.rows && launch_.rows->survey().reach < CALM_REACH<N>;
+    const bool calm = launch_.rows && launch_.rows->statistics().reach < CALM_REACH<N>;
     if constexpr (sizeof(N) == sizeof(D)) {
         if (!calm) {
             change_deltas_ = &CPU_BLOCK::addTestedRow;
@@ -204,7 +204,7 @@ void CPU_BLOCK<E, D, N>::bindRows() {
         case ROW_FORM::LISTS:
             sweeps_ = ops_.summed;
             change_deltas_ = &CPU_BLOCK::addListedRow;
-            keeps_words_ = touches_few_words(launch_.rows->survey().entries, launch_.size);
+            keeps_words_ = touches_few_words(launch_.rows->statistics().entries, launch_.size);
             break;
     }
     assert(sweeps_.nothing);  // there are none over the record's rows for deltas narrower than it
@@ -212,7 +212,7 @@ void CPU_BLOCK<E, D, N>::bindRows() {
 
 /** Adds the row of the selected bit, at place p, where sums might leave the range of D. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, SURVEY_FOR) {
+void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, PREPARE_FOR) {
     assert(p == place(record.selected));
     const E* row = launch_.weights + static_cast<std::size_t>(record.selected) *
                                          static_cast<std::size_t>(launch_.size);
@@ -230,28 +230,31 @@ void CPU_BLOCK<E, D, N>::addTestedRow(int p, bool one, SURVEY_FOR) {
         sum.low == rest && rest != MAX ? ops_.lowest(arrays_) : std::min(sum.low, arrays_.delta[p]);
     if (sizeof(E) == 8) wide_ = sum.wide || is_wide(arrays_.delta[p]);
     if (sum.overflow) record.overflow = 1;
-    surveyed_ = SURVEY_FOR::NOTHING;
+    prepared_for_ = PREPARE_FOR::NOTHING;
 }
 
 /** All that a step does to every bit in one sweep, which looks up what the rule's next selection
  * wants. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, SURVEY_FOR rule) {
+void CPU_BLOCK<E, D, N>::sweep(const void* row, std::int8_t sign, PREPARE_FOR rule) {
+    assert(of_rule(sweeps_, rule));
     sweep_ = of_rule(sweeps_, rule)(arrays_, row, sign);
-    surveyed_ = rule;
+    prepared_for_ = rule;
     lowest_ = sweep_.low;
 }
 
 /** Rows of bytes or words do not have the bit's own element. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, SURVEY_FOR rule) {
+void CPU_BLOCK<E, D, N>::sweepRow(int p, bool one, PREPARE_FOR rule) {
+    assert(p == place(record.selected));
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
     sweep(launch_.rows->row(record.selected), one ? -1 : 0, rule);
 }
 
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, SURVEY_FOR rule) {
+void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, PREPARE_FOR rule) {
+    assert(p == place(record.selected) && launch_.rows->form() == ROW_FORM::RECORD);
     const std::int8_t sign = one ? -1 : 0;
     const void* const row = launch_.rows->row(record.selected);
     // The sweep will add the row's own element, which must not count.
@@ -263,20 +266,21 @@ void CPU_BLOCK<E, D, N>::sweepRecordRow(int p, bool one, SURVEY_FOR rule) {
 
 /** A short list changes few deltas, and the numbers of few words. */
 template <class E, class D, class N>
-void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, SURVEY_FOR rule) {
+void CPU_BLOCK<E, D, N>::addListedRow(int p, bool one, PREPARE_FOR rule) {
     const std::int8_t sign = one ? -1 : 0;
     const LIST_ENTRY<E>* const begin = launch_.rows->begin(record.selected);
     const LIST_ENTRY<E>* const end = launch_.rows->end(record.selected);
+    assert(begin <= end && end - begin < launch_.size);
     N& delta = arrays_.delta[p];
     delta = static_cast<N>(-delta);
     if (keeps_words_) {
         // The lowest delta of each word is known whatever the rule was.
         const bool known =
-            words_known_for_ && (*words_known_for_ == rule || rule == SURVEY_FOR::NOTHING);
+            words_known_for_ && (*words_known_for_ == rule || rule == PREPARE_FOR::NOTHING);
         sweep_ = of_rule(ops_.lists, rule)(arrays_, begin, end,
                                            {p, tabu_.freed()[0], tabu_.freed()[1]}, sign, known);
         words_known_for_ = rule;
-        surveyed_ = rule;
+        prepared_for_ = rule;
         lowest_ = sweep_.low;
         return;
     }
@@ -296,7 +300,8 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
     const std::uint32_t first = first_tenure(launch_.size);
     tabu_.bar(p, tenure(record.step, first, launch_.params->tabu_cycles), record.step < first);
     if (searching && counts_tabu_down(record.type.A)) tabu_.countDown();
-    (this->*change_deltas_)(p, one, searching ? survey_of(record.type.A) : SURVEY_FOR::NOTHING);
+    (this->*change_deltas_)(p, one,
+                            searching ? preparation_for(record.type.A) : PREPARE_FOR::NOTHING);
 
     const D energy = static_cast<D>(record.energy);
     const D new_energy = wrapping_add(energy, delta);
@@ -314,6 +319,7 @@ void CPU_BLOCK<E, D, N>::flipBit(bool searching) {
 /** Whether energy + delta may leave 64 bits for some bit; only models near that range get here. */
 template <class E, class D, class N>
 bool CPU_BLOCK<E, D, N>::mayWrap() const {
+    assert(sizeof(E) == 8 || !wide_);
     return wide_ || record.energy >= WIDE<std::int64_t> || record.energy <= -WIDE<std::int64_t>;
 }
 
@@ -331,6 +337,7 @@ NEIGHBOUR CPU_BLOCK<E, D, N>::lowestWrappedNeighbour() const {
             wrapping_add<std::int64_t>(record.energy, arrays_.delta[own * shape.threads + t]);
         if (energy <= best.energy) best = {energy, t * shape.own + own};
     }
+    assert(best.bit < shape.size);
     return best;
 }
 
@@ -346,6 +353,7 @@ bool CPU_BLOCK<E, D, N>::trackBest() {
     record.selected = wraps ? neighbour.bit : ops_.find(arrays_, stored(lowest_));
     assert(wraps || arrays_.delta[place(record.selected)] == stored(lowest_));
     best_[place(record.selected)] = static_cast<std::int8_t>(~best_[place(record.selected)]);
+    assert(record.best_candidate < record.best_energy);
     record.best_energy = record.best_candidate;
     record.best_time = global_timer();
     return true;
@@ -358,7 +366,7 @@ std::unique_ptr<platform::BLOCK_TASK> make_block(int block_index, const CPU_LAUN
     if constexpr (sizeof(E) == sizeof(std::int32_t)) {  // wider elements need wide deltas
         assert(launch.rows);
         const CPU_ROWS<E>& rows = *launch.rows;
-        switch (rows.survey().delta_bits(rows.form(), launch.size, 8 * sizeof(D))) {
+        switch (rows.statistics().delta_bits(rows.form(), launch.size, 8 * sizeof(D))) {
             case 16:
                 return std::make_unique<CPU_BLOCK<E, D, std::int16_t>>(block_index, launch);
             case 32:

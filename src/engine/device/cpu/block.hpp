@@ -1,6 +1,6 @@
 // A block on a CPU thread: the private state of all its T threads in arrays in row order, so that a
-// step of the block is a pass over S elements, one generator that draws for all of them
-// (one_generator.hpp), and the shared record beside them. It implements the operations that the
+// step of the block is a pass over S elements, one random number generator that draws for all of
+// them (one_rng.hpp), and the shared record beside them. It implements the operations that the
 // cycle (cycle.hpp) asks of a block, and takes instances from its island's ring.
 //
 // The class knows S as a number, not as a band: it is compiled once per pair of widths.
@@ -41,7 +41,7 @@ struct CPU_LAUNCH {
     const GPU_PARAMS* params;
 };
 
-/** Nanoseconds of a clock that only rises; stands in for the device's global timer. */
+/** Nanoseconds of a clock that only rises; in place of the device's global timer. */
 std::uint64_t global_timer();
 
 /** A solution next to the block's own: its energy, and the bit that leads to it. */
@@ -81,7 +81,10 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void startWalk() { record.walk_start_energy = record.energy; }
     bool walkToTarget();
     bool descend();
-    void select(int bit) { record.selected = bit; }
+    void select(int bit) {
+        assert(bit >= 0 && bit < arrays_.shape.size);
+        record.selected = bit;
+    }
     void startSearch();
     void selectMaxMin();
     void selectPositiveMin();
@@ -104,7 +107,7 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     D lowestDelta() const { return lowest_; }
     /** The tabu counters, by place. */
     TABU_LIST& tabu() { return tabu_; }
-    unsigned long& generator() { return generator_; }
+    unsigned long& rng() { return rng_; }
 
   private:
     int place(int bit) const {
@@ -130,11 +133,11 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     void bindRows();
     void fillWords();
     // What a flip of the bit at place p does to the deltas, by the form of the rows.
-    void addTestedRow(int p, bool one, SURVEY_FOR rule);
-    void sweepRow(int p, bool one, SURVEY_FOR rule);
-    void sweepRecordRow(int p, bool one, SURVEY_FOR rule);
-    void addListedRow(int p, bool one, SURVEY_FOR rule);
-    void sweep(const void* row, std::int8_t sign, SURVEY_FOR rule);
+    void addTestedRow(int p, bool one, PREPARE_FOR rule);
+    void sweepRow(int p, bool one, PREPARE_FOR rule);
+    void sweepRecordRow(int p, bool one, PREPARE_FOR rule);
+    void addListedRow(int p, bool one, PREPARE_FOR rule);
+    void sweep(const void* row, std::int8_t sign, PREPARE_FOR rule);
     bool mayWrap() const;
     NEIGHBOUR lowestWrappedNeighbour() const;
 
@@ -144,10 +147,10 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
         int thread;
         bool lowest_rank;  ///< all threads drew the lowest rank
     };
-    unsigned long draw() { return generator_ = xor_shift(generator_); }
+    unsigned long draw() { return rng_ = xor_shift(rng_); }
     int tryPlaces(N threshold);
     /** Whether the numbers of the words are right for the present selection. */
-    bool byWords() const { return keeps_words_ && surveyed_ != SURVEY_FOR::NOTHING; }
+    bool byWords() const { return keeps_words_ && prepared_for_ != PREPARE_FOR::NOTHING; }
     const std::uint64_t* tiedBits();
     WINNER drawThread(const WEIGHED& weighed);
     int pickByWeight(const WINNER& winner, const WEIGHED& weighed);
@@ -160,17 +163,17 @@ class CPU_BLOCK : public platform::BLOCK_TASK {
     std::int8_t* target_;
     std::int8_t* best_;
     TABU_LIST tabu_;
-    unsigned long generator_;
+    unsigned long rng_;
     std::vector<int> left_out_;  // places, empty between selections
-    void (CPU_BLOCK::*change_deltas_)(int p, bool one, SURVEY_FOR rule);
-    SWEEPS<N> sweeps_{};                         // over the rows, or over what they were added to
-    SURVEY_FOR surveyed_ = SURVEY_FOR::NOTHING;  // by the last flip, about the present state
+    void (CPU_BLOCK::*change_deltas_)(int p, bool one, PREPARE_FOR rule);
+    SWEEPS<N> sweeps_{};  // over the rows, or over what they were added to
+    PREPARE_FOR prepared_for_ = PREPARE_FOR::NOTHING;  // by the last flip, about the present state
     SWEEP<N> sweep_{};
-    bool weighed_by_words_ = false;                // "PositiveMin": the tied bits are not noted yet
-    bool keeps_words_ = false;                     // rows are short: see words.hpp
-    std::optional<SURVEY_FOR> words_known_for_{};  // the rule whose numbers are right, if any
-    D lowest_ = 0;                                 // kept by every flip and reset
-    bool wide_ = false;                            // see ROW_SUM
+    bool weighed_by_words_ = false;  // "PositiveMin": the tied bits are not noted yet
+    bool keeps_words_ = false;       // rows are short: see words.hpp
+    std::optional<PREPARE_FOR> words_known_for_{};  // the rule whose numbers are right, if any
+    D lowest_ = 0;                                  // kept by every flip and reset
+    bool wide_ = false;                             // see ROW_SUM
     std::uint64_t waits_since_ = 0;  // global timer when the present wait began, 0 for none
 };
 

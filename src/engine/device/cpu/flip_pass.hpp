@@ -40,17 +40,17 @@ hn::Vec<TAG> signedElements(TAG lanes, const R* row, const std::int8_t* ones, st
 }
 
 /**
- * The sweep behind a flip. R is the row's element type, or void for a row that is in the deltas
+ * The sweep after a flip. R is the row's element type, or void for a row that is in the deltas
  * already. `sign` is as in addRow.
  */
-template <class R, SURVEY_FOR FOR, class D>
+template <class R, PREPARE_FOR FOR, class D>
 SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t sign) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     assert(block.shape.size % WORD == 0);
     assert(std::is_void_v<R> || row_memory);
     assert(sign == 0 || sign == -1);
-    constexpr bool GROUPS = FOR == SURVEY_FOR::RANDOM_MIN;
+    constexpr bool GROUPS = FOR == PREPARE_FOR::RANDOM_MIN;
     const R* HWY_RESTRICT row = static_cast<const R*>(row_memory);
     D* HWY_RESTRICT delta = block.delta;
     const std::int8_t* HWY_RESTRICT ones = block.ones;
@@ -72,16 +72,16 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
                 hn::Store(values, lanes, delta + q);
             }
             low = hn::Min(low, values);
-            if constexpr (FOR == SURVEY_FOR::NOTHING) continue;
+            if constexpr (FOR == PREPARE_FOR::NOTHING) continue;
             const auto free = freeLanes(lanes, barred + q);
             const auto plays = hn::IfThenElse(free, values, highest);
             if constexpr (GROUPS) group = hn::Min(group, plays);
-            if constexpr (FOR == SURVEY_FOR::MAX_MIN) {
+            if constexpr (FOR == PREPARE_FOR::MAX_MIN) {
                 free_low = hn::Min(free_low, plays);
                 free_high = hn::IfThenElse(free, hn::Max(free_high, values), free_high);
             }
             // Without a sign, all that is not above 0 becomes higher than any delta.
-            if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN)
+            if constexpr (FOR == PREPARE_FOR::POSITIVE_MIN)
                 positive = hn::Min(positive, hn::Sub(hn::BitCast(magnitudes, plays), one));
         }
         if constexpr (GROUPS) {
@@ -91,11 +91,11 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
     }
     SWEEP<D> found{};
     found.low = hn::GetLane(hn::MinOfLanes(lanes, low));
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN || FOR == SURVEY_FOR::RANDOM_MIN)
+    if constexpr (FOR == PREPARE_FOR::MAX_MIN || FOR == PREPARE_FOR::RANDOM_MIN)
         found.free.low = hn::GetLane(hn::MinOfLanes(lanes, free_low));
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN)
+    if constexpr (FOR == PREPARE_FOR::MAX_MIN)
         found.free.high = hn::GetLane(hn::MaxOfLanes(lanes, free_high));
-    if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {
+    if constexpr (FOR == PREPARE_FOR::POSITIVE_MIN) {
         // What is left is below the highest delta, so its sign says nothing any more.
         const auto left = hn::BitCast(lanes, positive);
         const D above_zero = hn::GetLane(hn::MinOfLanes(lanes, left));
@@ -106,10 +106,10 @@ SWEEP<D> sweep(const BLOCK_ARRAYS<D>& block, const void* row_memory, std::int8_t
 
 template <class R, class D>
 SWEEPS<D> sweeps() {
-    return {.nothing = sweep<R, SURVEY_FOR::NOTHING, D>,
-            .max_min = sweep<R, SURVEY_FOR::MAX_MIN, D>,
-            .positive_min = sweep<R, SURVEY_FOR::POSITIVE_MIN, D>,
-            .random_min = sweep<R, SURVEY_FOR::RANDOM_MIN, D>};
+    return {.nothing = sweep<R, PREPARE_FOR::NOTHING, D>,
+            .max_min = sweep<R, PREPARE_FOR::MAX_MIN, D>,
+            .positive_min = sweep<R, PREPARE_FOR::POSITIVE_MIN, D>,
+            .random_min = sweep<R, PREPARE_FOR::RANDOM_MIN, D>};
 }
 
 }  // namespace orvex::device::HWY_NAMESPACE

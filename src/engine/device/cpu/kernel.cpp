@@ -38,6 +38,7 @@ struct CPU_MATRIX : platform::DEVICE_COPY {
 /** An argument of a launch by its number in the order of the kernel's parameters. */
 template <class X>
 X argument(void** arguments, int number) {
+    assert(arguments[number]);
     return *static_cast<X*>(arguments[number]);
 }
 
@@ -50,7 +51,7 @@ std::unique_ptr<platform::DEVICE_COPY> CPU_KERNEL<E, D>::copyOf(void* record,
     const Model::Impl& model = *static_cast<const Model::Impl*>(source);
     E* const weights = static_cast<E*>(record);
     auto matrix = std::make_unique<CPU_MATRIX<E>>(weights, model, size_);
-    if (matrix->rows.survey().needs_record(matrix->rows.form(), 8 * sizeof(D))) {
+    if (matrix->rows.statistics().needs_record(matrix->rows.form(), 8 * sizeof(D))) {
         const std::size_t size = static_cast<std::size_t>(size_);
         if (!platform::has_room(size * size * sizeof(E))) return nullptr;
         const std::lock_guard lock(filling);

@@ -1,5 +1,5 @@
 // What the loops of a CPU block share: bytes and deltas as vector lanes, minima and searches under
-// a condition, generators advanced as vectors. Included once per instruction set.
+// a condition, random numbers as vectors. Included once per instruction set.
 #if defined(ORVEX_CPU_LANES_HPP) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVEX_CPU_LANES_HPP
 #undef ORVEX_CPU_LANES_HPP
@@ -92,7 +92,7 @@ std::uint64_t maskBits(TAG lanes, hn::Mask<TAG> mask) {
 
 /** Calls look(place, deltas, lanes of free bits) for every vector. */
 template <class D, class LOOK>
-void surveyFree(const BLOCK_ARRAYS<D>& block, LOOK look) {
+void visitFree(const BLOCK_ARRAYS<D>& block, LOOK look) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     assert(block.shape.size % step == 0);
@@ -102,7 +102,7 @@ void surveyFree(const BLOCK_ARRAYS<D>& block, LOOK look) {
 
 /** The same, and writes `group_low`. */
 template <class D, class LOOK>
-void surveyGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
+void visitGroups(const BLOCK_ARRAYS<D>& block, LOOK look) {
     const hn::ScalableTag<D> lanes;
     const int step = static_cast<int>(hn::Lanes(lanes));
     assert(block.shape.size % WORD == 0);

@@ -52,6 +52,7 @@ struct BLOCK_MEMORY {
 
     BLOCK_MEMORY(const SHAPE& shape, ARENA& arena) : arrays{.shape = shape} {
         const std::size_t size = static_cast<std::size_t>(shape.size);
+        assert(size % WORD == 0);
         arrays.delta = arena.take<N>(size);
         arrays.ones = arena.take<std::int8_t>(size);
         arrays.differs = arena.take<std::int8_t>(size);

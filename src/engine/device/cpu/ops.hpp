@@ -19,7 +19,7 @@ namespace orvex::device {
 
 /**
  * What is kept about each word of places (see WORD) where rows are short (words.hpp), as the rule
- * asks. The arrays are whole vectors, filled with what no search comes to.
+ * asks. The arrays are whole vectors, filled with values that no search reaches.
  */
 template <class D>
 struct WORD_NUMBERS {
@@ -56,7 +56,7 @@ struct BLOCK_ARRAYS {
  */
 inline constexpr int WORD = 64;
 
-/** Whether rows of so many elements on average change few of a block's words. */
+/** Whether rows with that many elements on average change few of a block's words. */
 constexpr bool touches_few_words(std::uint64_t entries, int size) {
     const auto rows = static_cast<std::uint64_t>(size);
     return (entries + rows) * 4 * WORD <= rows * rows;
@@ -84,16 +84,16 @@ struct DELTA_RANGE {
 /** What a row did to the deltas. */
 template <class D>
 struct ROW_SUM {
-    D low;          ///< lowest delta behind the sum
+    D low;          ///< lowest delta after the sum
     bool overflow;  ///< some sum left the range of D
     /** 64-bit elements only: some delta is so large that an energy plus a delta might wrap. */
     bool wide;
 };
 
-/** The rule for which a sweep looks something up, beside the lowest delta. */
-enum class SURVEY_FOR { NOTHING, MAX_MIN, POSITIVE_MIN, RANDOM_MIN };
+/** The rule whose next selection a flip prepares, by what it looks up beside the lowest delta. */
+enum class PREPARE_FOR { NOTHING, MAX_MIN, POSITIVE_MIN, RANDOM_MIN };
 
-/** What a sweep found behind the flip; of `free` and `positive` only what was asked for. */
+/** What a sweep found after the flip; of `free` and `positive` only what was asked for. */
 template <class D>
 struct SWEEP {
     D low;                ///< lowest delta of all

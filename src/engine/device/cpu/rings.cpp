@@ -57,6 +57,7 @@ void CPU_BLOCK<E, D, N>::enter() {
     record.block_sequence = state.block_count;
     const int islands = launch_.islands_per_gpu;
     const int island = islands == 0 ? 0 : static_cast<int>(record.block_sequence) % islands;
+    assert(island >= 0 && island < std::max(islands, 1));
     record.island = static_cast<std::uint8_t>(island);
     record.model_size = launch_.model_size;
     if (record.block_sequence == 0) state.start_time = global_timer();
@@ -114,6 +115,7 @@ typename CPU_BLOCK<E, D, N>::TAKEN CPU_BLOCK<E, D, N>::takeInstance() {
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::readInstance(unsigned char* slot) {
     const SHAPE& shape = arrays_.shape;
+    assert(shape.threads * shape.own == shape.size);
     const std::uint64_t* words = reinterpret_cast<const std::uint64_t*>(slot + 8);
     for (int t = 0, j = 0; t < shape.threads; ++t)
         for (int c = 0; c < shape.own; ++c, ++j)
@@ -154,19 +156,7 @@ void CPU_BLOCK<E, D, N>::handIn() {
 
     INST_TAIL& out = tail(result);
     assert(out.ticket != static_cast<std::int64_t>(ticket + 1));  // not handed in yet
-    const std::uint64_t start = state.start_time;
-    out.found_time =
-        record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);
-    out.cycles = record.flips;
-    out.inst = record.type.inst;
-    out.algorithm = record.type.A;
-    out.param = record.type.param;
-    out.flag = record.type.flag;
-    out.generation = record.generation;
-    out.wait_exponent = record.wait_exponent;
-    out.block = static_cast<std::int16_t>(record.block_sequence);
-    out.overflow = record.overflow;
-    record.done_generation = record.generation;
+    tell_result(record, state.start_time, out);
     __atomic_store_n(&out.ticket, static_cast<std::int64_t>(ticket + 1), __ATOMIC_RELEASE);
     platform::block_wrote(&out.ticket).notify();
 }

@@ -19,7 +19,7 @@
 
 namespace orvex::device {
 
-/** What is known of a row behind a look at it. */
+/** What is known of a row after a look at it. */
 struct ROW_LOOK {
     std::uint64_t widest = 0;  ///< largest magnitude off the diagonal
     std::uint32_t length = 0;  ///< elements off the diagonal that are not 0
@@ -110,14 +110,14 @@ class RECORD_SOURCE {
   public:
     RECORD_SOURCE(const E* weights, int size) : weights_(weights), shape_(size) {}
 
-    std::uint32_t look(int i, ROW_SURVEY& survey) const {
+    std::uint32_t look(int i, ROW_STATISTICS& statistics) const {
         const E* const elements = row(i);
         const int own = shape_.place(i);
         ROW_LOOK seen;
         look_at(elements, own, seen);
         look_at(elements + own + 1, shape_.size - own - 1, seen);
         seen.sum += summand_of(elements[own]);
-        survey.add(seen.widest, seen.length, reach_of<E>(seen.sum, shape_.size));
+        statistics.add(seen.widest, seen.length, reach_of<E>(seen.sum, shape_.size));
         return seen.length;
     }
 
@@ -140,6 +140,7 @@ class RECORD_SOURCE {
 
   private:
     const E* row(int i) const {
+        assert(i >= 0 && i < shape_.size);
         return weights_ + static_cast<std::size_t>(i) * static_cast<std::size_t>(shape_.size);
     }
 
@@ -148,16 +149,18 @@ class RECORD_SOURCE {
 };
 
 /** The rows of a model with elements of type X, as a record of elements of type E would have them:
- * behind the model's are those of the fillers, which have nothing off the diagonal. */
+ * after the model's are those of the fillers, which have nothing off the diagonal. */
 template <class E, class X>
 class MODEL_SOURCE {
   public:
     MODEL_SOURCE(const Model::Impl& model, const WRITTEN_PAGES& pages, int size)
-        : model_(model), pages_(pages), shape_(size) {}
+        : model_(model), pages_(pages), shape_(size) {
+        assert(model.size <= size && sizeof(X) <= sizeof(E));
+    }
 
-    std::uint32_t look(int i, ROW_SURVEY& survey) const {
+    std::uint32_t look(int i, ROW_STATISTICS& statistics) const {
         if (i >= model_.size) {
-            survey.add(0, 0, FILLER);
+            statistics.add(0, 0, FILLER);
             return 0;
         }
         const X* const elements = model_row<X>(model_, i);
@@ -169,7 +172,7 @@ class MODEL_SOURCE {
             look_at(behind, to - behind, seen);
         });
         seen.sum += summand_of(elements[i]);
-        survey.add(seen.widest, seen.length, reach_of<X>(seen.sum, model_.size));
+        statistics.add(seen.widest, seen.length, reach_of<X>(seen.sum, model_.size));
         return seen.length;
     }
 
@@ -193,6 +196,7 @@ class MODEL_SOURCE {
         });
         std::sort(begin, to,
                   [](const LIST_ENTRY<E>& a, const LIST_ENTRY<E>& b) { return a.place < b.place; });
+        assert(to - begin < shape_.size);
         return to;
     }
 

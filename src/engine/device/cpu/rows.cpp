@@ -64,7 +64,7 @@ CPU_ROWS<E>::CPU_ROWS(const E* weights, int size, const Model::Impl& model)
         using X = std::remove_cvref_t<decltype(*type)>;
         const MODEL_SOURCE<E, X> source(model, pages, size);
         const std::vector<std::uint32_t> lengths = look(source);
-        take(source, survey_.best_form(size), lengths);
+        take(source, statistics_.best_form(size), lengths);
     });
 }
 
@@ -72,7 +72,7 @@ template <class E>
 CPU_ROWS<E>::CPU_ROWS(const E* weights, int size) : CPU_ROWS(size, weights) {
     const RECORD_SOURCE<E> source(weights, size);
     const std::vector<std::uint32_t> lengths = look(source);
-    take(source, survey_.best_form(size), lengths);
+    take(source, statistics_.best_form(size), lengths);
 }
 
 template <class E>
@@ -87,15 +87,15 @@ template <class E>
 template <class SOURCE>
 std::vector<std::uint32_t> CPU_ROWS<E>::look(const SOURCE& source) {
     std::vector<std::uint32_t> lengths(static_cast<std::size_t>(size_));
-    ROW_SURVEY surveys[MOST_SHARES];
+    ROW_STATISTICS of_shares[MOST_SHARES];
     share_rows(size_, [&](int first, int last, int share) {
-        ROW_SURVEY survey;
+        ROW_STATISTICS statistics;
         for (int i = first; i < last; ++i)
-            lengths[static_cast<std::size_t>(i)] = source.look(i, survey);
-        surveys[share] = survey;
+            lengths[static_cast<std::size_t>(i)] = source.look(i, statistics);
+        of_shares[share] = statistics;
     });
-    for (const ROW_SURVEY& survey : surveys)
-        survey_.add(survey.widest, survey.entries, survey.reach);
+    for (const ROW_STATISTICS& statistics : of_shares)
+        statistics_.add(statistics.widest, statistics.entries, statistics.reach);
     return lengths;
 }
 
@@ -104,14 +104,14 @@ template <class SOURCE>
 void CPU_ROWS<E>::take(const SOURCE& source, ROW_FORM form,
                        const std::vector<std::uint32_t>& lengths) {
     static_assert(sizeof(LIST_ENTRY<E>) == 2 * sizeof(E));
-    const std::size_t bytes = survey_.bytes(form, size_, sizeof(E));
+    const std::size_t bytes = statistics_.bytes(form, size_, sizeof(E));
     if (bytes == 0) return;
     void* memory = nullptr;
     if (platform::allocate_zeros(&memory, bytes) != platform::cudaSuccess) return;
     memory_.reset(memory);
     form_ = form;
-    assert(form != ROW_FORM::BYTES || survey_.widest <= 127);
-    assert(form != ROW_FORM::WORDS || survey_.widest <= 32767);
+    assert(form != ROW_FORM::BYTES || statistics_.widest <= 127);
+    assert(form != ROW_FORM::WORDS || statistics_.widest <= 32767);
     if (form == ROW_FORM::BYTES) narrowRows<std::int8_t>(source);
     if (form == ROW_FORM::WORDS) narrowRows<std::int16_t>(source);
     if (form == ROW_FORM::LISTS) listRows(source, lengths);
@@ -137,7 +137,7 @@ void CPU_ROWS<E>::listRows(const SOURCE& source, const std::vector<std::uint32_t
     LIST_ENTRY<E>* const entries = reinterpret_cast<LIST_ENTRY<E>*>(starts + size_ + 1);
     for (int i = 0; i < size_; ++i)
         starts[i + 1] = starts[i] + lengths[static_cast<std::size_t>(i)];
-    assert(starts[size_] == survey_.entries);
+    assert(starts[size_] == statistics_.entries);
     share_rows(size_, [=](int first, int last, int) {
         for (int i = first; i < last; ++i) {
             [[maybe_unused]] const LIST_ENTRY<E>* const end = source.list(i, entries + starts[i]);

@@ -29,7 +29,7 @@ class CPU_ROWS {
     /** The same with a form of the caller's choice, which must be able to hold the elements. */
     CPU_ROWS(const E* weights, int size, ROW_FORM form);
 
-    const ROW_SURVEY& survey() const { return survey_; }
+    const ROW_STATISTICS& statistics() const { return statistics_; }
     ROW_FORM form() const { return form_; }
 
     /** The dense row of a bit in the present form. */
@@ -61,7 +61,7 @@ class CPU_ROWS {
 
     const E* const weights_;
     const int size_;
-    ROW_SURVEY survey_;
+    ROW_STATISTICS statistics_;
     ROW_FORM form_ = ROW_FORM::RECORD;
     std::unique_ptr<void, void (*)(void*)> memory_;
     const unsigned char* dense_;

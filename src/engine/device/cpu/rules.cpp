@@ -1,10 +1,10 @@
 // How a CPU block selects the bit of a step: the walk, the descent and the flip rules. What it
-// draws for them is told in one_generator.hpp.
+// draws for them is told in one_rng.hpp.
 #include <algorithm>
 #include <cassert>
 
 #include "engine/device/cpu/block.hpp"
-#include "engine/device/cpu/one_generator.hpp"
+#include "engine/device/cpu/one_rng.hpp"
 #include "engine/device/formulas.hpp"
 
 namespace orvex::device {
@@ -31,9 +31,9 @@ bool CPU_BLOCK<E, D, N>::descend() {
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::startSearch() {
     record.step = 0;
-    surveyed_ = SURVEY_FOR::NOTHING;
+    prepared_for_ = PREPARE_FOR::NOTHING;
     // What words have free is another now; their lowest deltas still hold.
-    if (words_known_for_) words_known_for_ = SURVEY_FOR::NOTHING;
+    if (words_known_for_) words_known_for_ = PREPARE_FOR::NOTHING;
     if (record.type.A != CYCLIC_MIN) tabu_.clear();
 }
 
@@ -65,7 +65,7 @@ int CPU_BLOCK<E, D, N>::tryPlaces(N threshold) {
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::selectMaxMin() {
     const DELTA_RANGE<N> range =
-        surveyed_ == SURVEY_FOR::MAX_MIN ? sweep_.free : ops_.freeRange(arrays_);
+        prepared_for_ == PREPARE_FOR::MAX_MIN ? sweep_.free : ops_.freeRange(arrays_);
     record.maxmin_low = arithmetic(range.low);
     record.maxmin_high = arithmetic(range.high);
     record.maxmin_threshold = maxmin_threshold(record.maxmin_low, record.maxmin_high,
@@ -77,7 +77,7 @@ void CPU_BLOCK<E, D, N>::selectMaxMin() {
         if (eligible == 0) {
             record.maxmin_bid = -1;
             // The bid names the last thread of a full block, which has nothing to choose from; in
-            // other blocks it names nobody, and the last selection stands.
+            // other blocks it names nobody, and the last selection is kept.
             if (arrays_.shape.threads > BID_THREAD)
                 record.selected = BID_THREAD * arrays_.shape.own;
             return;
@@ -86,7 +86,7 @@ void CPU_BLOCK<E, D, N>::selectMaxMin() {
         p = ops_.pick(arrays_.chosen, static_cast<int>(r));
     }
     assert(arrays_.barred[p] == 0 && arrays_.delta[p] <= threshold);
-    record.maxmin_bid = bid(low_word(generator_), p % arrays_.shape.threads);
+    record.maxmin_bid = bid(low_word(rng_), p % arrays_.shape.threads);
     record.selected = arrays_.shape.bit(p);
 }
 
@@ -99,6 +99,7 @@ int CPU_BLOCK<E, D, N>::lastThreadOf(const std::uint64_t* noted) const {
     for (int word = 0; word < arrays_.shape.size / WORD; ++word)
         for (std::uint64_t rest = noted[word]; rest != 0; rest &= rest - 1)
             last = std::max(last, (word * WORD + __builtin_ctzll(rest)) % arrays_.shape.threads);
+    assert(last >= 0);  // some bit is noted
     return last;
 }
 
@@ -118,7 +119,7 @@ typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED
     const auto owner = [&](const std::uint64_t* noted, std::uint32_t r) {
         return WINNER{ops_.pick(noted, static_cast<int>(r)) % arrays_.shape.threads, false};
     };
-    assert(below + tied_free > 0);
+    assert(below + tied_free > 0 && tied_free <= tied);
     if (below == 0) {
         const unsigned long drawn = draw();
         if (tied_free < tied && open_unit(high_word(drawn)) < lowest_rank_chance(weighed.total()))
@@ -138,6 +139,7 @@ typename CPU_BLOCK<E, D, N>::WINNER CPU_BLOCK<E, D, N>::drawThread(const WEIGHED
 /** The own bit that the thread takes. */
 template <class E, class D, class N>
 int CPU_BLOCK<E, D, N>::pickByWeight(const WINNER& winner, const WEIGHED& weighed) {
+    assert(winner.thread >= 0 && winner.thread < arrays_.shape.threads);
     const D m = record.positive_threshold;
     std::uint32_t below = 0;
     std::uint32_t equal = 0;
@@ -171,13 +173,14 @@ int CPU_BLOCK<E, D, N>::pickByWeight(const WINNER& winner, const WEIGHED& weighe
 
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::selectPositiveMin() {
-    record.positive_low = arithmetic(
-        surveyed_ == SURVEY_FOR::POSITIVE_MIN ? sweep_.positive : ops_.lowestPositive(arrays_));
+    record.positive_low =
+        arithmetic(prepared_for_ == PREPARE_FOR::POSITIVE_MIN ? sweep_.positive
+                                                              : ops_.lowestPositive(arrays_));
     const D m = record.positive_low == BLOCK_RECORD<D>::MAX ? 0 : record.positive_low;
     record.positive_threshold = m;
     weighed_by_words_ = byWords() && m > 0;
     // Without a free delta above 0 the words' numbers are no help, and are lost.
-    if (!weighed_by_words_ && words_known_for_) words_known_for_ = SURVEY_FOR::NOTHING;
+    if (!weighed_by_words_ && words_known_for_) words_known_for_ = PREPARE_FOR::NOTHING;
     const WEIGHED weighed =
         weighed_by_words_ ? ops_.weighWords(arrays_, stored(m)) : ops_.weigh(arrays_, stored(m));
     record.positive_count = weighed.tied;
@@ -188,7 +191,7 @@ void CPU_BLOCK<E, D, N>::selectPositiveMin() {
     const bool selects = winner.thread < arrays_.shape.threads;
     if (selects)
         record.selected = winner.thread * arrays_.shape.own + pickByWeight(winner, weighed);
-    record.positive_bid = nobody ? -1 : bid(low_word(generator_), winner.thread);
+    record.positive_bid = nobody ? -1 : bid(low_word(rng_), winner.thread);
 }
 
 // ---- "CyclicMin" ---------------------------------------------------------------------------
@@ -214,6 +217,7 @@ void CPU_BLOCK<E, D, N>::selectCyclicMin() {
         assert(arrays_.delta[place(record.selected)] == low);
     }
     record.cycle_start = end % threads;
+    assert(record.selected >= 0 && record.selected < arrays_.shape.size);
 }
 
 // ---- "RandomMin" ---------------------------------------------------------------------------
@@ -221,10 +225,11 @@ void CPU_BLOCK<E, D, N>::selectCyclicMin() {
 template <class E, class D, class N>
 void CPU_BLOCK<E, D, N>::selectRandomMin() {
     record.random_threshold = random_threshold(record.step, record.steps);
+    assert(left_out_.empty());
     // If no bit stays in the race, all threads offer their first one.
     record.selected = (arrays_.shape.threads - 1) * arrays_.shape.own;
     constexpr N NONE = std::numeric_limits<N>::max();
-    N low = surveyed_ == SURVEY_FOR::RANDOM_MIN ? sweep_.free.low : ops_.lowestFree(arrays_);
+    N low = prepared_for_ == PREPARE_FOR::RANDOM_MIN ? sweep_.free.low : ops_.lowestFree(arrays_);
     while (low != NONE) {
         const int bit = ops_.findFree(arrays_, low, byWords());
         if (low_word(draw()) <= record.random_threshold) {

@@ -57,7 +57,7 @@ DELTA_RANGE<D> freeRange(const BLOCK_ARRAYS<D>& block) {
     const auto lowest = hn::Set(lanes, std::numeric_limits<D>::min());
     auto low = highest;
     auto high = lowest;
-    surveyFree(block, [&](int, auto values, auto free) {
+    visitFree(block, [&](int, auto values, auto free) {
         // The maximum of D is out of play; as the lowest it changes nothing.
         const auto plays = hn::And(free, hn::Lt(values, highest));
         low = hn::Min(low, hn::IfThenElse(free, values, highest));
@@ -98,7 +98,7 @@ D lowestPositive(const BLOCK_ARRAYS<D>& block) {
     const hn::ScalableTag<D> lanes;
     const auto highest = hn::Set(lanes, MAX<D>);
     auto low = highest;
-    surveyFree(block, [&](int, auto values, auto free) {
+    visitFree(block, [&](int, auto values, auto free) {
         const auto plays = hn::And(free, hn::Gt(values, hn::Zero(lanes)));
         low = hn::Min(low, hn::IfThenElse(plays, values, highest));
     });
@@ -109,6 +109,7 @@ template <class D>
 WEIGHED weigh(const BLOCK_ARRAYS<D>& block, D m) {
     const hn::ScalableTag<D> lanes;
     const auto limit = hn::Set(lanes, m);
+    assert(block.shape.size % WORD == 0);
     WEIGHED weighed{};
     std::uint64_t* chosen = block.chosen;
     std::uint64_t* tied = block.tied;
@@ -133,7 +134,7 @@ D lowestFree(const BLOCK_ARRAYS<D>& block) {
     const hn::ScalableTag<D> lanes;
     const auto highest = hn::Set(lanes, MAX<D>);
     auto low = highest;
-    surveyGroups(block, [&](int, auto values, auto free) {
+    visitGroups(block, [&](int, auto values, auto free) {
         low = hn::Min(low, hn::IfThenElse(free, values, highest));
     });
     return hn::GetLane(hn::MinOfLanes(lanes, low));

@@ -21,6 +21,7 @@ class TABU_LIST {
     /** On arrays of `size` bytes, which the owner keeps. */
     TABU_LIST(std::uint8_t* barred, std::uint8_t* until, int size)
         : barred_(barred), until_(until), size_(size) {
+        assert(barred && until && size > 0);
         clear();
     }
 
@@ -33,7 +34,7 @@ class TABU_LIST {
 
     /**
      * Bars a bit for that many counts; 0 frees it. A search has two tenures, of `kind` 1 in its
-     * first steps and 0 behind them, and counts down after each flip: so no two bits of a kind come
+     * first steps and 0 after them, and counts down after each flip: so no two bits of a kind come
      * free at the same time. Bits that were barred while time stood stay so until all are cleared.
      */
     void bar(int place, std::uint8_t tenure, std::size_t kind) {
@@ -49,6 +50,7 @@ class TABU_LIST {
         for (std::size_t kind = 0; kind < 2; ++kind) {
             int& place = waiting_[kind][now_];
             freed_[kind] = NOBODY;
+            assert(place >= NOBODY && place < size_);
             // A bit that was flipped again meanwhile waits for another time.
             if (place != NOBODY && barred_[place] != 0 && until_[place] == now_) {
                 barred_[place] = 0;

@@ -5,12 +5,12 @@
 // to 32 to a vector.
 //
 // A number for each word and not one for each lane, as in a dense sweep: the reductions are a dozen
-// instructions for each neighbour, and spare reading 32 times as many lows behind every flip. Lows
-// by lane of spans of 16 vectors were here before, for the walk, the descent and "CyclicMin" alone,
-// and took "CyclicMin" 196 ns a flip at 10240 variables of 4 neighbours, where these take 167.
-// Buckets of bits by delta would save the numbers for unweighted graphs, but the order of bits in a
-// bucket comes of all flips before, so that which bit a draw means would not be a matter of the
-// block's state. Included once per instruction set.
+// instructions for each neighbour, and spare reading 32 times as many lows after every flip. Lows
+// by lane of groups of 16 vectors were here before, for the walk, the descent and "CyclicMin"
+// alone, and took "CyclicMin" 196 ns a flip at 10240 variables of 4 neighbours, where these take
+// 167. Buckets of bits by delta would save the numbers for unweighted graphs, but the order of bits
+// in a bucket comes of all flips before, so that which bit a draw means would not be a matter of
+// the block's state. Included once per instruction set.
 #if defined(ORVEX_CPU_WORDS_HPP) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVEX_CPU_WORDS_HPP
 #undef ORVEX_CPU_WORDS_HPP
@@ -42,7 +42,7 @@ hn::TFromD<TAG> lowestAboveZero(TAG lanes, V less_one) {
 }
 
 /** Takes the numbers of a word anew, those that the rule asks for. */
-template <SURVEY_FOR FOR, class D>
+template <PREPARE_FOR FOR, class D>
 void takeWord(const BLOCK_ARRAYS<D>& block, int w) {
     const hn::ScalableTag<D> lanes;
     const hn::RebindToUnsigned<decltype(lanes)> magnitudes;
@@ -60,26 +60,26 @@ void takeWord(const BLOCK_ARRAYS<D>& block, int w) {
     for (int q = first; q < first + WORD; q += step) {
         const auto values = hn::Load(lanes, block.delta + q);
         low = hn::Min(low, values);
-        if constexpr (FOR == SURVEY_FOR::NOTHING) continue;
+        if constexpr (FOR == PREPARE_FOR::NOTHING) continue;
         const auto free = freeLanes(lanes, block.barred + q);
         const auto plays = hn::IfThenElse(free, values, highest);
-        if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {
+        if constexpr (FOR == PREPARE_FOR::POSITIVE_MIN) {
             above_zero = hn::Min(above_zero, hn::Sub(hn::BitCast(magnitudes, values), one));
             free_above_zero =
                 hn::Min(free_above_zero, hn::Sub(hn::BitCast(magnitudes, plays), one));
         } else {
             free_low = hn::Min(free_low, plays);
         }
-        if constexpr (FOR == SURVEY_FOR::MAX_MIN)
+        if constexpr (FOR == PREPARE_FOR::MAX_MIN)
             free_high = hn::Max(free_high, hn::IfThenElse(free, values, lowest));
     }
     const WORD_NUMBERS<D>& words = block.words;
     words.low[w] = hn::GetLane(hn::MinOfLanes(lanes, low));
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN || FOR == SURVEY_FOR::RANDOM_MIN)
+    if constexpr (FOR == PREPARE_FOR::MAX_MIN || FOR == PREPARE_FOR::RANDOM_MIN)
         words.free_low[w] = hn::GetLane(hn::MinOfLanes(lanes, free_low));
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN)
+    if constexpr (FOR == PREPARE_FOR::MAX_MIN)
         words.free_high[w] = hn::GetLane(hn::MaxOfLanes(lanes, free_high));
-    if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {
+    if constexpr (FOR == PREPARE_FOR::POSITIVE_MIN) {
         const D above = lowestAboveZero(lanes, above_zero);
         const D free_above = lowestAboveZero(lanes, free_above_zero);
         const auto deltas = [&](int q) { return hn::Load(lanes, block.delta + q); };
@@ -100,7 +100,7 @@ void takeWord(const BLOCK_ARRAYS<D>& block, int w) {
     }
 }
 
-/** The lowest number of all words; those behind the last one are as high as can be. */
+/** The lowest number of all words; those after the last one are as high as can be. */
 template <class D>
 D lowestOfWords(const BLOCK_ARRAYS<D>& block, const D* numbers) {
     const hn::ScalableTag<D> lanes;
@@ -121,10 +121,11 @@ D highestOfWords(const BLOCK_ARRAYS<D>& block, const D* numbers) {
     return hn::GetLane(hn::MaxOfLanes(lanes, high));
 }
 
-template <SURVEY_FOR FOR, class E, class D>
+template <PREPARE_FOR FOR, class E, class D>
 SWEEP<D> flipList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin,
                   const LIST_ENTRY<E>* end, const CHANGED_PLACES& changed, std::int8_t sign,
                   bool words_known) {
+    assert(begin <= end);
     addList(block, begin, end, sign);
     if (words_known && (end - begin) * 2 < block.shape.size / WORD) {
         for (const int p : changed)
@@ -132,7 +133,7 @@ SWEEP<D> flipList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin,
         for (const LIST_ENTRY<E>* entry = begin; entry != end; ++entry)
             takeWord<FOR>(block, entry->place / WORD);
     } else {
-        if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN) {
+        if constexpr (FOR == PREPARE_FOR::POSITIVE_MIN) {
             std::fill_n(block.chosen, block.shape.size / WORD, std::uint64_t{0});
             *block.words.below = 0;
         }
@@ -141,21 +142,21 @@ SWEEP<D> flipList(const BLOCK_ARRAYS<D>& block, const LIST_ENTRY<E>* begin,
     }
     SWEEP<D> found{};
     found.low = lowestOfWords(block, block.words.low);
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN || FOR == SURVEY_FOR::RANDOM_MIN)
+    if constexpr (FOR == PREPARE_FOR::MAX_MIN || FOR == PREPARE_FOR::RANDOM_MIN)
         found.free.low = lowestOfWords(block, block.words.free_low);
-    if constexpr (FOR == SURVEY_FOR::MAX_MIN)
+    if constexpr (FOR == PREPARE_FOR::MAX_MIN)
         found.free.high = highestOfWords(block, block.words.free_high);
-    if constexpr (FOR == SURVEY_FOR::POSITIVE_MIN)
+    if constexpr (FOR == PREPARE_FOR::POSITIVE_MIN)
         found.positive = lowestOfWords(block, block.words.free_above);
     return found;
 }
 
 template <class E, class D>
 LIST_FLIPS<E, D> listFlips() {
-    return {.nothing = flipList<SURVEY_FOR::NOTHING, E, D>,
-            .max_min = flipList<SURVEY_FOR::MAX_MIN, E, D>,
-            .positive_min = flipList<SURVEY_FOR::POSITIVE_MIN, E, D>,
-            .random_min = flipList<SURVEY_FOR::RANDOM_MIN, E, D>};
+    return {.nothing = flipList<PREPARE_FOR::NOTHING, E, D>,
+            .max_min = flipList<PREPARE_FOR::MAX_MIN, E, D>,
+            .positive_min = flipList<PREPARE_FOR::POSITIVE_MIN, E, D>,
+            .random_min = flipList<PREPARE_FOR::RANDOM_MIN, E, D>};
 }
 
 template <class D>
@@ -183,6 +184,7 @@ WEIGHED weighWords(const BLOCK_ARRAYS<D>& block, D m) {
                 first, [&](int q) { return hn::Eq(hn::Load(lanes, block.delta + q), limit); }));
         }
     }
+    assert(weighed.below >= 0 && weighed.tied_free <= weighed.tied);
     return weighed;
 }
 
@@ -202,7 +204,8 @@ void noteTied(const BLOCK_ARRAYS<D>& block, D m) {
 
 template <class D>
 D lowestFreeAfter(const BLOCK_ARRAYS<D>& block, int place) {
-    takeWord<SURVEY_FOR::RANDOM_MIN>(block, place / WORD);
+    assert(place >= 0 && place < block.shape.size);
+    takeWord<PREPARE_FOR::RANDOM_MIN>(block, place / WORD);
     return lowestOfWords(block, block.words.free_low);
 }
 

@@ -3,8 +3,8 @@
 // (cycle.hpp) asks of a block are run by all T threads together.
 //
 // Two rules keep the threads of a block together and the record sound:
-//   * When an operation returns, what it wrote to the record lies behind a barrier; and it writes a
-//     cell that the cycle or an earlier operation reads only behind a barrier that follows that
+//   * When an operation returns, what it wrote to the record lies after a barrier; and it writes a
+//     cell that the cycle or an earlier operation reads only after a barrier that follows that
 //     read. So every thread finds the same record wherever the cycle branches.
 //   * Loops over own bits are unrolled in full and private arrays are indexed by constants only: an
 //     index known at run time would move the array to memory.
@@ -67,6 +67,7 @@ class CUDA_BLOCK {
     static constexpr D LOWEST = BLOCK_RECORD<D>::LOWEST;
     using BITS = OWN_BITS<S>;
     using SHARED = CUDA_SHARED<S, D>;
+    static_assert(T % WARP == 0 && K <= static_cast<int>(8 * sizeof(BITS)));
 
     /** Enters: blocks of a launch deal themselves to its islands in the order of their entry. */
     ORVEX_BLOCK_CODE CUDA_BLOCK(SHARED& shared, const CUDA_LAUNCH<E>& launch);
@@ -108,7 +109,7 @@ class CUDA_BLOCK {
     ORVEX_BLOCK_CODE bool free(int c) const { return (tabu_[c / 4] >> 8 * (c % 4) & 0xFF) == 0; }
     ORVEX_BLOCK_CODE bool differs(int c, BITS from) const { return (bits_ ^ from) >> c & 1; }
     ORVEX_BLOCK_CODE void clearTabu();
-    ORVEX_BLOCK_CODE unsigned long draw() { return generator_ = xor_shift(generator_); }
+    ORVEX_BLOCK_CODE unsigned long draw() { return rng_ = xor_shift(rng_); }
 
     /** The lowest of the own deltas that are wanted; the maximum of D if there is none. */
     template <class WANTED>
@@ -139,7 +140,7 @@ class CUDA_BLOCK {
     D delta_[K];
     std::uint32_t tabu_[TABU_WORDS];
     BITS bits_;  ///< the current solution
-    unsigned long generator_;
+    unsigned long rng_;
 };
 
 /** The whole life of a block. */

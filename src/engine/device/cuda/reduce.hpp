@@ -3,7 +3,7 @@
 // to the block's cell in one atomic operation. All lanes take part in every reduction: a thread
 // without a value brings the neutral one, which is never posted.
 //
-// The cell holds the neutral value from before a barrier; behind a further barrier it holds the
+// The cell holds the neutral value from before a barrier; after a further barrier it holds the
 // block's result.
 #pragma once
 

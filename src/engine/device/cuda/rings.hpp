@@ -1,10 +1,10 @@
 // How a block of device threads enters, takes instances and hands in results. Part of the CUDA
 // block: block.hpp includes this.
 //
-// A block takes a ticket only when the slot it stands for is ready, and reads the slot at once. It
+// A block takes a ticket only when its slot is ready, and reads the slot at once. It
 // never holds a ticket while it sleeps, so a slot cannot be filled anew before it was read, however
 // far the other blocks of the island get meanwhile. The contents of a slot are read past the caches
-// and only behind the fence that follows the look at its sequence word; results go out in the
+// and only after the fence that follows the look at its sequence word; results go out in the
 // opposite order.
 //
 // A grid may hold more blocks than the device can keep at once. The blocks that do not fit start
@@ -16,12 +16,12 @@
 //     in the course of the run as the host sends it stop marks. Each block takes one mark and
 //     leaves, which makes room for one that waits; that one is counted to an island whose marks are
 //     not used up, finds nothing but a mark (or an instance that is still owed, and then a mark),
-//     and leaves in its turn. Marks stand behind all instances of the island, so nothing sent is
+//     and leaves in its turn. Marks stand after all instances of the island, so nothing sent is
 //     left lying.
 //   * An island whose blocks all wait outside (there are more islands than blocks that fit) has its
 //     instances done once the other islands have stopped, or never if they never stop, which is the
 //     caller's choice of shape. Its results then find the run stopped and it stops too.
-//   * The kill byte is looked at before a block waits for anything, so a block that enters behind a
+//   * The kill byte is looked at before a block waits for anything, so a block that enters after a
 //     kill leaves at once.
 #pragma once
 
@@ -42,7 +42,7 @@ ORVEX_BLOCK_CODE CUDA_BLOCK<S, E, D>::CUDA_BLOCK(SHARED& shared, const CUDA_LAUN
     __syncthreads();  // redundant: the reset ends with a barrier
     __threadfence();
     const std::size_t place = static_cast<std::size_t>(blockIdx.x) * T + threadIdx.x;
-    generator_ = usable_seed(launch_.seeds[place]);
+    rng_ = usable_seed(launch_.seeds[place]);
     reset();
 }
 
@@ -164,19 +164,7 @@ ORVEX_BLOCK_CODE void CUDA_BLOCK<S, E, D>::handIn() {
     INST_TAIL& out = tail(result);
     if (first()) {
         *reinterpret_cast<std::int64_t*>(result) = record.best_energy;
-        const std::uint64_t start = peek(state.start_time);
-        out.found_time =
-            record.best_time < start ? 0 : static_cast<std::int64_t>(record.best_time - start);
-        out.cycles = record.flips;
-        out.inst = record.type.inst;
-        out.algorithm = record.type.A;
-        out.param = record.type.param;
-        out.flag = record.type.flag;
-        out.generation = record.generation;
-        out.wait_exponent = record.wait_exponent;
-        out.block = static_cast<std::int16_t>(record.block_sequence);
-        out.overflow = record.overflow;
-        record.done_generation = record.generation;
+        tell_result(record, peek(state.start_time), out);
     }
     __syncthreads();
     __threadfence_system();

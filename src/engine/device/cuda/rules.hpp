@@ -2,7 +2,7 @@
 // block: block.hpp includes this.
 //
 // In each rule thread 0 brings the rule's cells to their neutral values in front of the first
-// barrier; between two barriers a cell is only posted to, behind them it is only read.
+// barrier; between two barriers a cell is only posted to, after them it is only read.
 #pragma once
 
 #include "engine/device/cuda/block.hpp"
@@ -136,7 +136,7 @@ ORVEX_BLOCK_CODE int CUDA_BLOCK<S, E, D>::pickByWeight(D threshold, std::int32_t
     }
     if (below + equal == 1) return first_free;
     std::int32_t rest =
-        remainder_pick(low_word(generator_), static_cast<std::uint32_t>(tied) * below + equal);
+        remainder_pick(low_word(rng_), static_cast<std::uint32_t>(tied) * below + equal);
     int own = -1;
     ORVEX_UNROLL
     for (int c = 0; c < K; ++c) {

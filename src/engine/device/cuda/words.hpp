@@ -12,7 +12,7 @@
 
 namespace orvex::device {
 
-/** A load that is made where it stands and bypasses the caches that are not coherent. */
+/** A load that is made where it is written and bypasses the caches that are not coherent. */
 template <class X>
 ORVEX_BLOCK_CODE X peek(const X& word) {
     return *const_cast<const volatile X*>(&word);

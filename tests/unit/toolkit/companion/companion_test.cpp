@@ -17,7 +17,7 @@ using namespace test;
 
 constexpr Wide HIGHEST = static_cast<Wide>(1) << 120;
 
-/** Its best once it is at or below the target, or after so many seconds. */
+/** Its best once it is at or below the target, or after that many seconds. */
 Companion::Best best_of(Companion& companion, Wide target, double seconds = 20) {
     companion.start();
     EXPECT_TRUE(companion.wait_for_better(target + 1, seconds));

@@ -58,6 +58,12 @@ TEST(MERGE_TEST, is_the_best_of_all_combinations_of_components) {
         EXPECT_EQ(merged.gain, energy_of(qubo, one) - best);
         EXPECT_EQ(merged.components, count);
         EXPECT_EQ(merged.kept + merged.refused, count);
+        Merger merger(qubo);
+        Solution again{one, energy_of(qubo, one)};
+        EXPECT_EQ(merger.merge(again, other).loss, energy_of(qubo, other) - best);
+        for (const std::int32_t i : merger.refused())
+            again.bits[static_cast<std::size_t>(i)] ^= 1;
+        EXPECT_EQ(again.bits, other) << "but for what was refused";
         several += merged.kept > 0 && merged.refused > 0;
     }
     EXPECT_GT(several, 100) << "hardly ever was there anything to choose";

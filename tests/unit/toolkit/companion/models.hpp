@@ -10,7 +10,7 @@
 
 namespace orvex::toolkit::test {
 
-/** So many couplings of random pairs, weights from -range to range without 0. */
+/** That many couplings of random pairs, weights from -range to range without 0. */
 inline SparseQubo random_sparse(int size, int couplings, std::int64_t range, unsigned seed,
                                 bool linear = true) {
     std::mt19937_64 random(seed);
@@ -80,7 +80,7 @@ inline void expect_one(const std::vector<std::int32_t>& members, std::int64_t pe
     }
 }
 
-/** Rows and columns of a permutation of so many things: variable thing * count + place. */
+/** Rows and columns of a permutation of that many things: variable thing * count + place. */
 inline std::vector<std::vector<std::int32_t>> permutation_groups(int count) {
     std::vector<std::vector<std::int32_t>> groups;
     for (int thing = 0; thing < count; ++thing) {

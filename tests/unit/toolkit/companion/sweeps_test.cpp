@@ -16,7 +16,7 @@ namespace {
 
 using namespace test;
 
-/** The generators of a block, one after the other, and the same random numbers as the sweeps. */
+/** The RNGs of a block, one after the other, and the same random numbers as the sweeps. */
 class PlainRandoms {
   public:
     explicit PlainRandoms(const Randoms& randoms) : states_(randoms) {}

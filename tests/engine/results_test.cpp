@@ -1,4 +1,4 @@
-// What a result achieves when it is registered: the best of its island's generation, of the island,
+// What a result achieves when it is handed in: the best of its island's generation, of the island,
 // and of the run.
 #include "engine/names.hpp"
 #include "engine/support/run_by_hand.hpp"
@@ -9,19 +9,19 @@ using namespace orvex;
 using namespace engine_tests;
 using band::INST_t;
 
-class Registration : public RunByHand {
+class Results : public RunByHand {
   protected:
-    /** Registers a result of this energy on the island; its bits and time tell it apart. */
+    /** Hands in a result of this energy on the island; its bits and time tell it apart. */
     void at(int i, long energy, int mark = 0, int generation = 0) {
         INST_t handed_in = result_of(energy);
         handed_in.bits[0] = static_cast<std::uint64_t>(mark);
         handed_in.found_time = mark * 1000000000L;
         handed_in.generation = static_cast<std::uint16_t>(generation);
-        registerResult(island(i), handed_in);
+        deliver(island(i), handed_in);
     }
 };
 
-TEST_F(Registration, TheFirstResultIsTheBestOfAll) {
+TEST_F(Results, TheFirstResultIsTheBestOfAll) {
     prepare(2, 1);
     at(1, -5, 1);
     EXPECT_EQ(island(1).current.energy, -5);
@@ -33,7 +33,7 @@ TEST_F(Registration, TheFirstResultIsTheBestOfAll) {
     EXPECT_EQ(island(0).current.energy, 0) << "another island's business";
 }
 
-TEST_F(Registration, TiesNeverReplace) {
+TEST_F(Results, TiesNeverReplace) {
     prepare(2, 1);
     at(0, -5, 1);
     at(0, -5, 2);
@@ -46,7 +46,7 @@ TEST_F(Registration, TiesNeverReplace) {
     EXPECT_EQ(island(1).current.bits[0], 3u) << "the other island has its own best";
 }
 
-TEST_F(Registration, AWorseResultChangesNothing) {
+TEST_F(Results, AWorseResultChangesNothing) {
     prepare(1, 1);
     at(0, -5, 1);
     at(0, -4, 2);
@@ -54,7 +54,7 @@ TEST_F(Registration, AWorseResultChangesNothing) {
     EXPECT_EQ(allbest().bits[0], 1u);
 }
 
-TEST_F(Registration, AResultAbove0IsABestOfTheGenerationAndTheRunButNotOfTheIsland) {
+TEST_F(Results, AResultAbove0IsABestOfTheGenerationAndTheRunButNotOfTheIsland) {
     prepare(1, 1);
     at(0, 7, 1);
     EXPECT_EQ(island(0).current.energy, 7);
@@ -63,7 +63,7 @@ TEST_F(Registration, AResultAbove0IsABestOfTheGenerationAndTheRunButNotOfTheIsla
     EXPECT_EQ(island(0).best.bits[0], 0u);
 }
 
-TEST_F(Registration, TheFirstResultOfAGenerationStandsWhateverItsEnergy) {
+TEST_F(Results, TheFirstResultOfAGenerationIsKeptWhateverItsEnergy) {
     prepare(1, 1);
     at(0, -9, 1);
     island(0).generation = 1;
@@ -74,7 +74,7 @@ TEST_F(Registration, TheFirstResultOfAGenerationStandsWhateverItsEnergy) {
     EXPECT_EQ(island(0).last_generation, 1);
 }
 
-TEST_F(Registration, AResultOfAPastGenerationCompetesForTheRunsBestAlone) {
+TEST_F(Results, AResultOfAPastGenerationCompetesForTheRunsBestAlone) {
     prepare(1, 1);
     at(0, -5, 1);
     island(0).generation = 1;
@@ -87,7 +87,7 @@ TEST_F(Registration, AResultOfAPastGenerationCompetesForTheRunsBestAlone) {
     EXPECT_EQ(island(0).last_generation, 0);
 }
 
-TEST_F(Registration, BehindAResultOfAPastGenerationThePresentOneStartsAfresh) {
+TEST_F(Results, AfterAResultOfAPastGenerationThePresentOneStartsAfresh) {
     prepare(1, 1);
     island(0).generation = 1;
     at(0, -7, 1, 1);
@@ -97,7 +97,7 @@ TEST_F(Registration, BehindAResultOfAPastGenerationThePresentOneStartsAfresh) {
     EXPECT_EQ(island(0).best.energy, -7);
 }
 
-TEST_F(Registration, GenerationsAreComparedWith16Bits) {
+TEST_F(Results, GenerationsAreComparedWith16Bits) {
     prepare(1, 1);
     island(0).generation = 65536;
     at(0, -7, 1, 0);
@@ -105,7 +105,7 @@ TEST_F(Registration, GenerationsAreComparedWith16Bits) {
     EXPECT_EQ(allbest().energy, -7);
 }
 
-TEST_F(Registration, AResultBehindTheEndStopsTheRun) {
+TEST_F(Results, AResultAfterTheEndStopsTheRun) {
     param.set("time_limit", "10");
     prepare(1, 1);
     at(0, -5);
@@ -116,14 +116,14 @@ TEST_F(Registration, AResultBehindTheEndStopsTheRun) {
     EXPECT_EQ(allbest().energy, -6) << "it still counts";
 }
 
-TEST_F(Registration, WithoutATimeLimitTheClockDoesNotStopTheRun) {
+TEST_F(Results, WithoutATimeLimitTheClockDoesNotStopTheRun) {
     prepare(1, 1);
     run->restart_clock->end = engine::now() - 1;
     at(0, -5);
     EXPECT_EQ(run->stop_code, 0);
 }
 
-TEST_F(Registration, ABestOfTheRunIsLogged) {
+TEST_F(Results, ABestOfTheRunIsLogged) {
     param.set("log", "1");
     prepare(2, 1);
     at(0, -5, 1);
@@ -132,16 +132,16 @@ TEST_F(Registration, ABestOfTheRunIsLogged) {
     EXPECT_EQ(result.impl().log.str(), "1.000000,-5\n3.000000,-12345\n");
 }
 
-TEST_F(Registration, NothingIsLoggedUnlessAskedFor) {
+TEST_F(Results, NothingIsLoggedUnlessAskedFor) {
     prepare(1, 1);
     at(0, -5, 1);
     EXPECT_EQ(result.impl().log.str(), "");
 }
 
 /** Which events are delivered for the results. */
-class RegistrationEvents : public Registration {
+class ResultEvents : public Results {
   protected:
-    RegistrationEvents() {
+    ResultEvents() {
         param.set(callback);
         callback.set("new");
         callback.set("alarm", "0");
@@ -151,7 +151,7 @@ class RegistrationEvents : public Registration {
     ON_EVENT callback{[](ON_EVENT& self, const std::string&) { self.set("alarm", "0"); }};
 };
 
-TEST_F(RegistrationEvents, ANewBestIsNewAndEverythingElseAChanceForTheAlarm) {
+TEST_F(ResultEvents, ANewBestIsNewAndEverythingElseAChanceForTheAlarm) {
     at(0, -5);
     at(0, -4);
     at(1, -5);
@@ -159,14 +159,14 @@ TEST_F(RegistrationEvents, ANewBestIsNewAndEverythingElseAChanceForTheAlarm) {
     EXPECT_EQ(callback.events, (std::vector<std::string>{"new", "alarm", "alarm", "new"}));
 }
 
-TEST_F(RegistrationEvents, ANewBestOfAPastGenerationIsNew) {
+TEST_F(ResultEvents, ANewBestOfAPastGenerationIsNew) {
     at(0, -5);
     island(0).generation = 1;
     at(0, -6, 0, 0);
     EXPECT_EQ(callback.events, (std::vector<std::string>{"new", "new"}));
 }
 
-TEST_F(RegistrationEvents, TheSolutionShownIsTheNewBest) {
+TEST_F(ResultEvents, TheSolutionShownIsTheNewBest) {
     at(0, -5, 0b101);
     EXPECT_EQ(callback.get().get("energy"), "-5");
     EXPECT_TRUE(callback.get().get(0));
@@ -175,7 +175,7 @@ TEST_F(RegistrationEvents, TheSolutionShownIsTheNewBest) {
 }
 
 /** When a progress line is written. */
-class RegistrationLines : public Registration {
+class ResultLines : public Results {
   protected:
     int linesOf(long energy, int generation = 0) {
         const std::string text = stderr_of([&] { at(0, energy, 0, generation); });
@@ -183,7 +183,7 @@ class RegistrationLines : public Registration {
     }
 };
 
-TEST_F(RegistrationLines, AreWrittenForBestsOfTheIslandAndOfTheRun) {
+TEST_F(ResultLines, AreWrittenForBestsOfTheIslandAndOfTheRun) {
     param.set("verbose", "1");
     prepare(2, 1);
     EXPECT_EQ(stderr_of([&] { at(1, -50); }).empty(), false);
@@ -195,7 +195,7 @@ TEST_F(RegistrationLines, AreWrittenForBestsOfTheIslandAndOfTheRun) {
     EXPECT_EQ(linesOf(-70, 0), 1) << "the run's best, of a past generation";
 }
 
-TEST_F(RegistrationLines, AreNotWrittenUnlessAskedFor) {
+TEST_F(ResultLines, AreNotWrittenUnlessAskedFor) {
     prepare(2, 1);
     EXPECT_EQ(linesOf(-5), 0);
 }

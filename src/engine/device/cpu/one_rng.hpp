@@ -1,7 +1,7 @@
-// How one generator draws for all threads of a block. The flip rules are told with a generator in
-// each thread; what a search depends on is which bit comes out, and how often. A block on a CPU
-// thread therefore has one generator and draws from the distribution of that bit at once, instead
-// of moving hundreds of generators to take one bit.
+// How one random number generator (RNG) draws for all threads of a block. The flip rules are told
+// with an RNG in each thread; what a search depends on is which bit comes out, and how often. A
+// block on a CPU thread therefore has one RNG and draws from the distribution of that bit at once,
+// instead of moving hundreds of RNGs to take one bit.
 //
 // "MaxMin". Each eligible bit draws a number, the largest wins its thread the step, and the thread
 // takes one of its eligible bits evenly. A thread with e of n such bits holds the largest number
@@ -18,12 +18,11 @@
 // the thread choose by the word that it won with, of which u is the low half. It is not even: a
 // winner's u is near 1 where many threads have drawn, which shows in the choice where the weights
 // add up to a multiple of a power of 2. So a V is drawn, which gives the low half, and an even high
-// half beside it. Bits of the thread that are not free weigh in this choice as they do with thread
-// generators.
+// half beside it. Bits of the thread that are not free weigh in this choice as they do with an RNG
+// in each thread.
 //   Ranks have 21 bits. If all keys are below 2^-21, which has chance 2^(-21 W), all ranks are 0
-//   and
-// the highest thread wins. W is 1 or more unless nothing is below m and some of the tied bits are
-// barred, so this is looked at then and only then.
+// and the highest thread wins. W is 1 or more unless nothing is below m and some of the tied bits
+// are barred, so this is looked at then and only then.
 //   Left out is that u has 16 bits: two threads of equal weight may draw the same, and then the
 // higher one wins. Of N threads the highest comes out more often than the lowest by N / 65536 of
 // itself at most, 1.6 % in a full block; 10^6 draws do not show it.
@@ -37,6 +36,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 
@@ -44,11 +44,12 @@ namespace orvex::device {
 
 /** An even number below `count` from 32 even bits; counts here are at most 65537. */
 constexpr std::uint32_t scaled(std::uint32_t word, std::uint32_t count) {
+    assert(count > 0 && count <= 65537);
     return static_cast<std::uint32_t>(std::uint64_t{word} * count >> 32);
 }
 
-/** Places that "MaxMin" draws at a time, from the halves of as many steps of the generator as it
- * takes. */
+/** Places that "MaxMin" draws at a time, from the halves of as many steps of the RNG as it takes.
+ */
 inline constexpr int TRIES = 8;
 
 /**
@@ -74,6 +75,7 @@ inline double lowest_rank_chance(double total) {
  * share is the thread's of all weights and `below` is 1, unless all ranks are the lowest.
  */
 inline std::uint32_t winning_draw(std::uint32_t word, double share, double below) {
+    assert(share > 0 && share <= 1 && below > 0 && below <= 1);
     const double u = std::pow(open_unit(word), share) * below;
     return std::min(static_cast<std::uint32_t>(u * 65536.0), 65535u);
 }

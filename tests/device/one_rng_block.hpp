@@ -1,20 +1,20 @@
-// The plain block with one generator for all its threads: the same steps as REFERENCE_BLOCK's, and
-// the three selections that draw, told anew as distributions over bits. It is what a CPU block is
-// held to, flip by flip. That both blocks have the same distributions is shown by
-// distributions_test.cpp.
+// The plain block with one random number generator for all its threads: the same steps as
+// REFERENCE_BLOCK's, and the three selections that draw, told anew as distributions over bits. It
+// is what a CPU block is held to, flip by flip. That both blocks have the same distributions is
+// shown by distributions_test.cpp.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-#include "engine/device/cpu/one_generator.hpp"
+#include "engine/device/cpu/one_rng.hpp"
 #include "reference_block.hpp"
 
 namespace orvex::device::test {
 
 template <class E, class D>
-class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
+class ONE_RNG_BLOCK : public REFERENCE_BLOCK<E, D> {
     using PLAIN = REFERENCE_BLOCK<E, D>;
     using PLAIN::deltaOf, PLAIN::K, PLAIN::MAX, PLAIN::LOWEST, PLAIN::shape, PLAIN::T,
         PLAIN::thread;
@@ -23,7 +23,7 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
     using PLAIN::PLAIN;
     using PLAIN::record;
 
-    unsigned long& generator() { return thread(0).generator; }
+    unsigned long& rng() { return thread(0).rng; }
 
     /** Places are tried at random before the eligible bits are counted. */
     void selectMaxMin() {
@@ -41,8 +41,8 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
             std::vector<int> tried;
             for (int i = 0; i < TRIES / 2; ++i) {
                 draw();
-                tried.push_back(among(low_word(generator()), shape.size));
-                tried.push_back(among(high_word(generator()), shape.size));
+                tried.push_back(among(low_word(rng()), shape.size));
+                tried.push_back(among(high_word(rng()), shape.size));
             }
             for (const int p : tried)
                 if (eligible(p)) return selectForMaxMin(p);
@@ -75,7 +75,7 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
         const int own =
             ownBitByWeight(t, m, lowest_rank, weight(std::ssize(below), std::ssize(tied)));
         record.selected = t * K + own;
-        record.positive_bid = static_cast<std::int32_t>(generator() & 0x7FFFFC00) | t;
+        record.positive_bid = static_cast<std::int32_t>(rng() & 0x7FFFFC00) | t;
     }
 
     /** Free bits are looked at from the lowest on, each kept with the same chance. */
@@ -96,7 +96,7 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
     }
 
   private:
-    unsigned long draw() { return generator() = xor_shift(generator()); }
+    unsigned long draw() { return rng() = xor_shift(rng()); }
 
     // By place, that is, in row order: own bit 0 of all threads, then own bit 1, ...
     D at(int p) { return deltaOf(p % T, p / T); }
@@ -119,10 +119,10 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
 
     void selectForMaxMin(int p) {
         record.selected = shape.bit(p);
-        record.maxmin_bid = static_cast<std::int32_t>(generator() & 0x7FFFFC00) | (p % T);
+        record.maxmin_bid = static_cast<std::int32_t>(rng() & 0x7FFFFC00) | (p % T);
     }
 
-    /** Of so many free bits below m and so many that tie. */
+    /** Of that many free bits below m and that many that tie. */
     double weight(std::ptrdiff_t below, std::ptrdiff_t tied) {
         const double ties = tied == 0 ? 0.0 : static_cast<double>(tied) / record.positive_count;
         return static_cast<double>(below) + ties;
@@ -133,8 +133,8 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
             draw();
             // Weights of less than 1 together: all ranks may have been cut to 0.
             const double all = weight(0, std::ssize(tied));
-            lowest_rank = all < 1 && open_unit(high_word(generator())) < lowest_rank_chance(all);
-            if (!lowest_rank) return oneOf(tied, low_word(generator())) % T;
+            lowest_rank = all < 1 && open_unit(high_word(rng())) < lowest_rank_chance(all);
+            if (!lowest_rank) return oneOf(tied, low_word(rng())) % T;
             int highest = 0;
             for (const int p : tied)
                 highest = std::max(highest, p % T);
@@ -142,9 +142,9 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
         }
         for (;;) {
             draw();
-            const int r = among(high_word(generator()), std::ssize(below) + 1);
+            const int r = among(high_word(rng()), std::ssize(below) + 1);
             if (r < std::ssize(below)) return below[static_cast<std::size_t>(r)] % T;
-            const int r_tied = among(low_word(generator()), record.positive_count);
+            const int r_tied = among(low_word(rng()), record.positive_count);
             if (r_tied < std::ssize(tied)) return tied[static_cast<std::size_t>(r_tied)] % T;
         }
     }
@@ -166,9 +166,9 @@ class ONE_GENERATOR_BLOCK : public REFERENCE_BLOCK<E, D> {
             draw();
             const double own = weight(l, e);
             const std::uint32_t won_with =
-                lowest_rank ? winning_draw(high_word(generator()), 1.0, lowest_rank_chance(own))
-                            : winning_draw(high_word(generator()), own / weight_of_all, 1.0);
-            r = ((low_word(generator()) & 0xFFFF0000) | won_with) % weights;
+                lowest_rank ? winning_draw(high_word(rng()), 1.0, lowest_rank_chance(own))
+                            : winning_draw(high_word(rng()), own / weight_of_all, 1.0);
+            r = ((low_word(rng()) & 0xFFFF0000) | won_with) % weights;
         }
         int c = 0;
         for (;; ++c) {

@@ -21,7 +21,7 @@ using Row = std::vector<Entry>;
 using TakeRow = std::function<void(int number, const Row& row)>;
 
 /** The upper triangle of a model's matrix: `each_row` calls what it is given with every row. */
-struct Rows {
+struct GeneratedModel {
     int size;
     std::function<void(const TakeRow& take)> each_row;
 };
