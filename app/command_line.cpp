@@ -47,8 +47,8 @@ Examples:
 
 constexpr const char* BENCH_FOOTER =
     R"(Every run ends at the target, or at --time-limit (10 seconds by default) or
---trials. Without --target, the lowest energy that these runs found takes the place of
-it. Times count from the start of presolve, without reading the file.
+--trials. Without --target, the lowest energy that these runs found takes its
+place. Times count from the start of presolve, without reading the file.
 
 The 99 % time is the time in which repeated runs reach the target with a
 probability of 99 %: t ln(1 - 0.99) / ln(1 - p(t)), p(t) being the share of the

@@ -42,9 +42,9 @@
 
 namespace orvex::device {
 
-/** An even number below `count` from 32 even bits; counts here are at most 65537. */
+/** An even number below `count` from 32 even bits, and 0 below 0; counts here are at most 65537. */
 constexpr std::uint32_t scaled(std::uint32_t word, std::uint32_t count) {
-    assert(count > 0 && count <= 65537);
+    assert(count <= 65537);
     return static_cast<std::uint32_t>(std::uint64_t{word} * count >> 32);
 }
 
