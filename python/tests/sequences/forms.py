@@ -17,6 +17,8 @@ _SIZES = [1, 2, 3, 4, 6, 8, 10, 10, 12, 20, 40, 63, 64, 65, 120, 200, 250]
 #: Magnitudes of integers, and the numbers that they are divided by.
 _WHOLE = [1, 9, 100, 3000, 10**9, 2**40]
 _DENOMINATORS = [10, 100, 8, 3]
+#: Larger problems are in no form that takes long for each coefficient.
+_MOST_OF_OBJECTS = 40
 
 
 class Given(NamedTuple):
@@ -38,23 +40,27 @@ def random_table(draws: np.random.Generator) -> Table:
     most = int(draws.choice(_WHOLE)) if kind == "whole" else 1000
     least = 0 if draws.random() < 0.1 else -most
     numbers = draws.integers(least, most, (size, size), endpoint=True) * chosen
-    return Table(numbers, int(draws.choice(_DENOMINATORS)) if kind == "fractions" else 1)
+    if kind == "whole":
+        return Table(numbers)
+    denominators = _DENOMINATORS if size <= _MOST_OF_OBJECTS else _DENOMINATORS[:-1]
+    return Table(numbers, int(draws.choice(denominators)))
 
 
 def _elements(table: Table, draws: np.random.Generator) -> np.ndarray:
     """The table as an array of a type that holds its numbers."""
+    objects: list[Any] = ["O"] if table.size <= _MOST_OF_OBJECTS else []
     if table.rounded:
-        kinds = ["<f8", ">f8", "O", np.longdouble]
+        kinds: list[Any] = ["<f8", ">f8", np.longdouble, *objects]
         return table.table.astype(draws.choice(np.array(kinds, dtype=object)))
     if table.denominator == 3:
         elements = np.empty((table.size, table.size), dtype=object)
         elements[:] = [[Fraction(k, 3) for k in row] for row in table.table.tolist()]
         return elements
     if table.denominator > 1:
-        kinds = ["<f8", ">f8", "O"] + (["<f4"] if table.denominator == 8 else [])
+        kinds = ["<f8", ">f8", *(["<f4"] if table.denominator == 8 else []), *objects]
         return (table.table / table.denominator).astype(draws.choice(kinds))
     least, most = int(table.table.min()), int(table.table.max())
-    kinds = ["O"]
+    kinds = objects
     for kind in ("i1", "u1", "<i2", ">i2", "u2", "<i4", ">i4", "u4", "<i8", ">i8", "u8"):
         if np.iinfo(kind).min <= least and most <= np.iinfo(kind).max:
             kinds.append(kind)
@@ -153,6 +159,8 @@ def random_given(numbers: tuple[int, ...], folder: pathlib.Path) -> Given:
         forms.remove("file")  # of integers
     if table.denominator == 3:
         forms = ["matrix", "list", "mapping", "labels"]  # which fractions can be in
+    if table.size > _MOST_OF_OBJECTS and "bqm" in forms:
+        forms.remove("bqm")
     form = str(draws.choice(forms))
     problem = _FORMS[form](table, draws, folder)
     scale: Any = draws.choice(np.array([None, "auto", "exact", table.denominator], dtype=object))
@@ -166,7 +174,7 @@ def random_given(numbers: tuple[int, ...], folder: pathlib.Path) -> Given:
 def random_bqm(numbers: tuple[int, ...], folder: pathlib.Path) -> tuple[Any, Table]:
     draws = np.random.default_rng(numbers)
     table = random_table(draws)
-    while table.denominator == 3:
+    while table.denominator == 3 or table.size > _MOST_OF_OBJECTS:
         table = random_table(draws)
     return _bqm(table, draws, folder), table
 
