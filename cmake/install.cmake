@@ -41,8 +41,13 @@ install(FILES "${PROJECT_BINARY_DIR}/orvex-config.cmake"
 file(RELATIVE_PATH ORVEX_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 set(packages orvex)
 set(ORVEX_PC_LIBS "-lorvex")
-if(ORVEX_STATIC)  # what the shared library would bring along
-  string(APPEND ORVEX_PC_LIBS " -lhwy -lstdc++ -lm -pthread")
+if(ORVEX_STATIC)
+  # What the shared library would bring along, the C++ library for callers in C too. It is in Libs, not in
+  # Libs.private: there is no shared library for which a caller could leave it out.
+  set(language_libraries ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+  list(REMOVE_ITEM language_libraries ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
+  list(TRANSFORM language_libraries PREPEND "-l")
+  string(JOIN " " ORVEX_PC_LIBS "${ORVEX_PC_LIBS}" -lhwy ${language_libraries} -pthread)
 endif()
 if(ORVEX_TOOLKIT_IS_INSTALLED)
   list(APPEND packages orvex-toolkit)
