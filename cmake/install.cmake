@@ -26,6 +26,14 @@ if(TARGET orvex_toolkit)
           DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 endif()
 
+# Highway, unless it is inside.
+set(ORVEX_NEEDS_HIGHWAY FALSE)
+set(ORVEX_PC_HIGHWAY "")
+if((ORVEX_STATIC OR ORVEX_TOOLKIT_IS_INSTALLED) AND NOT ORVEX_HIGHWAY_IS_FETCHED)
+  set(ORVEX_NEEDS_HIGHWAY TRUE)
+  set(ORVEX_PC_HIGHWAY " -lhwy")
+endif()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvex)
 install(EXPORT orvex NAMESPACE orvex:: FILE orvex-targets.cmake DESTINATION ${package_dir}
         COMPONENT development)
@@ -47,7 +55,7 @@ if(ORVEX_STATIC)
   set(language_libraries ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
   list(REMOVE_ITEM language_libraries ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
   list(TRANSFORM language_libraries PREPEND "-l")
-  string(JOIN " " ORVEX_PC_LIBS "${ORVEX_PC_LIBS}" -lhwy ${language_libraries} -pthread)
+  string(JOIN " " ORVEX_PC_LIBS "${ORVEX_PC_LIBS}${ORVEX_PC_HIGHWAY}" ${language_libraries} -pthread)
 endif()
 if(ORVEX_TOOLKIT_IS_INSTALLED)
   list(APPEND packages orvex-toolkit)
