@@ -26,6 +26,14 @@ if(TARGET orvex_toolkit)
           DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 endif()
 
+# Highway, unless it is inside.
+set(ORVEX_NEEDS_HIGHWAY FALSE)
+set(ORVEX_PC_HIGHWAY "")
+if((ORVEX_STATIC OR ORVEX_TOOLKIT_IS_INSTALLED) AND NOT ORVEX_HIGHWAY_IS_FETCHED)
+  set(ORVEX_NEEDS_HIGHWAY TRUE)
+  set(ORVEX_PC_HIGHWAY " -lhwy")
+endif()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvex)
 install(EXPORT orvex NAMESPACE orvex:: FILE orvex-targets.cmake DESTINATION ${package_dir}
         COMPONENT development)
@@ -41,8 +49,13 @@ install(FILES "${PROJECT_BINARY_DIR}/orvex-config.cmake"
 file(RELATIVE_PATH ORVEX_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 set(packages orvex)
 set(ORVEX_PC_LIBS "-lorvex")
-if(ORVEX_STATIC)  # what the shared library would bring along
-  string(APPEND ORVEX_PC_LIBS " -lhwy -lstdc++ -lm -pthread")
+if(ORVEX_STATIC)
+  # What the shared library would bring along, the C++ library for callers in C too. It is in Libs, not in
+  # Libs.private: there is no shared library for which a caller could leave it out.
+  set(language_libraries ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+  list(REMOVE_ITEM language_libraries ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
+  list(TRANSFORM language_libraries PREPEND "-l")
+  string(JOIN " " ORVEX_PC_LIBS "${ORVEX_PC_LIBS}${ORVEX_PC_HIGHWAY}" ${language_libraries} -pthread)
 endif()
 if(ORVEX_TOOLKIT_IS_INSTALLED)
   list(APPEND packages orvex-toolkit)

@@ -17,6 +17,14 @@ fi
 # What is installed is what its users build.
 examples=$(dirname "$(find "$work/prefix" -path '*/examples/solve.cpp')")
 
+# Bands enter themselves, whichever kind of library they come in.
+bands=$(grep -c '"file": ".*/src/bands/qb[^/]*\.cpp"' "$build_dir/compile_commands.json")
+cat >"$work/bands.cpp" <<'CPP'
+#include <iostream>
+#include <orvex/registry.hpp>
+int main() { std::cout << qubo_multi::band_count() << "\n"; }
+CPP
+
 cat >"$work/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
 project(consumer LANGUAGES CXX)
@@ -25,6 +33,8 @@ foreach(example solve callback)
   add_executable(${example} ${EXAMPLES}/${example}.cpp)
   target_link_libraries(${example} PRIVATE orvex::orvex)
 endforeach()
+add_executable(bands bands.cpp)
+target_link_libraries(bands PRIVATE orvex::orvex)
 if(TARGET orvex::toolkit)
   foreach(example toolkit travelling_salesman graph_colouring spin_glass)
     add_executable(${example} ${EXAMPLES}/${example}.cpp)
@@ -39,6 +49,7 @@ cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" -DEXAMPLES="$examples" >"$work/configure.log"
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/build/solve"
+[ "$("$work/build/bands")" = "$bands" ]
 ! cmake -S "$work/other" -B "$work/other/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" 2>"$work/refusal"
 grep -q "version" "$work/refusal"  # of another major version
 "$work/build/callback" | tail -n 1
@@ -61,6 +72,10 @@ export PKG_CONFIG_PATH=$pkgconfig
 "$compiler" -std=c++20 "$examples/solve.cpp" $(pkg-config --cflags --libs orvex) \
     $(pkg-config --variable=rpath orvex) -o "$work/solve-pkg-config"
 env -u LD_LIBRARY_PATH "$work/solve-pkg-config"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$work/bands.cpp" $(pkg-config --cflags --libs orvex) \
+    $(pkg-config --variable=rpath orvex) -o "$work/bands-pkg-config"
+[ "$("$work/bands-pkg-config")" = "$bands" ]
 if [ "$toolkit" = yes ]; then
     # shellcheck disable=SC2046
     "$compiler" -std=c++20 "$examples/toolkit.cpp" $(pkg-config --cflags --libs orvex-toolkit) \

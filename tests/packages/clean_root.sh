@@ -1,26 +1,14 @@
 #!/usr/bin/env bash
-# clean_root.sh ROOT [SUITE]: installs the packages of `make deb` and the wheel of `make wheel` into a Debian
-# without anything else, as a user does, and builds and runs there a program in C99, one in C++ and one in
-# Python. ROOT is a folder for the Debian, made by debootstrap if it is not there (SUITE is bookworm by
-# default); its packages come from the mirror that MIRROR names. To be run as root.
+# clean_root.sh [SUITE]: installs the packages of `make deb` and the wheel of `make wheel` into a Debian (bookworm
+# by default) without anything else, as a user does, and builds and runs there a program in C99, one in C++ and
+# one in Python. To be run as root.
 set -euo pipefail
-source_folder=$(cd "$(dirname "$0")/../.." && pwd)
-root=$1 suite=${2:-bookworm}
-mirror=${MIRROR:-http://deb.debian.org/debian}
-[ -e "$root/etc/debian_version" ] ||
-    debootstrap --variant=minbase --include=ca-certificates "$suite" "$root" "$mirror" >"$root.log"
+cd "$(dirname "$0")/../.."
+. tests/packages/roots.sh
+fresh_root "${1:-bookworm}"
 
-within() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
-    DEBIAN_FRONTEND=noninteractive "$@"; }
-mounted() { mountpoint -q "$root/proc" || mount -t proc proc "$root/proc"; }
-mounted
-trap 'umount "$root/proc"' EXIT
-cp /etc/resolv.conf "$root/etc/resolv.conf"
-
-rm -rf "$root/orvex"
 mkdir -p "$root/orvex"
-cp "$source_folder"/build-deb/*.deb "$source_folder"/build-wheel/orvex-*.whl "$root/orvex/"
-cp "$source_folder"/examples/{flat.c,solve.cpp,toolkit.cpp} "$root/orvex/"
+cp build-deb/*.deb build-wheel/orvex-*.whl examples/{flat.c,solve.cpp,toolkit.cpp} "$root/orvex/"
 
 within apt-get update -qq
 within sh -c 'apt-get install -y -qq --no-install-recommends /orvex/*.deb >/orvex/install.log'
