@@ -236,9 +236,9 @@ class ROW_FORMS_TEST : public BLOCK_TEST<BLOCK> {
 };
 
 using BLOCKS_OF_WIDE_DELTAS =
-    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>,
-                     CPU_BLOCK<std::int64_t, std::int64_t>,
-                     CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>>;
+    BLOCK_TYPES<CPU_BLOCK<std::int32_t, std::int64_t, std::int32_t>,
+                CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>,
+                CPU_BLOCK<std::int64_t, std::int64_t>>;
 TYPED_TEST_SUITE(ROW_FORMS_TEST, BLOCKS_OF_WIDE_DELTAS, NAMES);
 
 TYPED_TEST(ROW_FORMS_TEST, DenseModels) {

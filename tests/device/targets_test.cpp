@@ -92,8 +92,8 @@ class TARGETS_ROW_FORMS_TEST : public TARGETS_TEST<BLOCK> {
     }
 };
 using BLOCKS_BY_DELTAS =
-    ::testing::Types<CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>,
-                     CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>>;
+    BLOCK_TYPES<CPU_BLOCK<std::int32_t, std::int32_t, std::int16_t>,
+                CPU_BLOCK<std::int32_t, std::int32_t>, CPU_BLOCK<std::int32_t, std::int64_t>>;
 TYPED_TEST_SUITE(TARGETS_ROW_FORMS_TEST, BLOCKS_BY_DELTAS, NAMES);
 
 TYPED_TEST(TARGETS_ROW_FORMS_TEST, DenseModels) {
