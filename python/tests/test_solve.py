@@ -310,6 +310,35 @@ print("in time")
 """
 
 
+LOST = """
+import os, signal, time
+import orvex
+class Last:
+    def __del__(self):  # Python drops what is raised here
+        os.kill(os.getpid(), signal.SIGINT)
+        time.sleep(0.01)
+def lose(pulse):
+    if pulse.time > 0.3 and not lost:
+        lost.append(1)
+        Last()
+lost = []
+before = signal.getsignal(signal.SIGINT)
+result = orvex.solve([[-1, 2], [0, -1]], time_limit=60, presolve=False, companion=0, pulse=lose)
+assert result.status == "interrupted" and result.timings["total"] < 30, result
+assert signal.getsignal(signal.SIGINT) is before
+print("noticed")
+"""
+
+
+def test_an_interrupt_at_the_end_of_an_object_is_not_lost():
+    run = subprocess.run(
+        [sys.executable, "-c", LOST], capture_output=True, text=True, timeout=100,
+        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
+    )  # fmt: skip
+    assert run.stdout == "noticed\n", run.stderr
+    assert "Exception ignored" in run.stderr
+
+
 @pytest.mark.parametrize("cycles", [(2_000_000, 1_000_000), ENDLESS["search_cycles"]], ids=str)
 @pytest.mark.parametrize("size", [12, 250])
 def test_an_interrupt_ends_the_search_at_once(size, cycles):

@@ -18,6 +18,7 @@ from ._cqm_bits import BitModel
 from ._cqm_penalty import Bits
 from ._cqm_polish import Polish
 from ._cqm_weights import Weights
+from ._interrupts import Interrupts
 from ._library import engine_version
 from ._problem import Problem
 from ._result import Result
@@ -152,9 +153,14 @@ class _Call:
 
     def search(self) -> None:
         """Makes searches until there is a reason to end. An interrupt may come in one or between two."""
+        with Interrupts() as interrupts:
+            self._search(interrupts)
+
+    def _search(self, interrupts: Interrupts) -> None:
         while not self._status:
             try:
                 self._round()
+                interrupts.expect_none()
             except KeyboardInterrupt:
                 if self._best is None:
                     raise

@@ -28,6 +28,7 @@ from ._bests import Bests
 from ._checkpoint import CheckpointWarning, Path
 from ._engine import Question, Run, expect_whole_process
 from ._events import Callback, Event, Pulse, PulseCallback, expect_no_callback, tell
+from ._interrupts import Interrupts
 from ._library import expect_device
 from ._memory import expect_memory
 from ._model import Words
@@ -232,7 +233,8 @@ class _Search:
     def follow(self) -> None:
         """Goes with the search until its end. An interrupt may come anywhere within."""
         try:
-            self._watch()
+            with Interrupts() as interrupts:
+                self._watch(interrupts)
         except KeyboardInterrupt:
             self.end("interrupted")
             self._leave()
@@ -248,9 +250,10 @@ class _Search:
         except KeyboardInterrupt:
             pass
 
-    def _watch(self) -> None:
+    def _watch(self, interrupts: Interrupts) -> None:
         run = self.run
         while not run.ended.is_set():
+            interrupts.expect_none()
             run.changed.wait(0.05)
             run.changed.clear()
             self._take_news()

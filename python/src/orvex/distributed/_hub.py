@@ -30,6 +30,7 @@ from .._arguments import Limits
 from .._bests import Bests
 from .._checkpoint import Checkpoint
 from .._events import Callback, Event, Pulse, PulseCallback, tell
+from .._interrupts import Interrupts
 from .._model import Words
 from .._problem import Problem
 from .._progress import Progress
@@ -100,7 +101,8 @@ class Hub:
     def follow(self) -> None:
         """Goes with the run until its end. An interrupt may come anywhere within."""
         try:
-            self._work()
+            with Interrupts() as interrupts:
+                self._work(interrupts)
         except KeyboardInterrupt:
             self.end("interrupted")
             try:
@@ -129,8 +131,10 @@ class Hub:
 
     # ---- the run
 
-    def _work(self) -> None:
+    def _work(self, interrupts: Interrupts | None = None) -> None:
         while not self._over():
+            if interrupts is not None:
+                interrupts.expect_none()
             try:
                 what, whom, answer = self._cluster.news.get(timeout=0.02)
                 self._hear[what](whom, answer)
