@@ -131,7 +131,7 @@ std::vector<std::string> lines_of(const Preparation& preparation, int size) {
                         (preparation.groups > 0
                              ? ", " + number_text(preparation.groups) + " one-hot groups"
                              : "") +
-                        (preparation.library ? "" : ", alone"));
+                        (preparation.has_library ? "" : ", alone"));
     return lines;
 }
 

@@ -87,7 +87,7 @@ Record::Limits limits_of(const RunSettings& settings, const SolveOptions& option
                          const Crew& crew) {
     Record::Limits limits{.shown = settings.time_limit, .abort = settings.abort};
     // The library ends a run at whole seconds by itself.
-    if (!crew.library && settings.time_limit > 0) limits.abort = settings.time_limit;
+    if (!crew.has_library && settings.time_limit > 0) limits.abort = settings.time_limit;
     limits.target = options.target;
     const auto given = options.settings.find("target_energy");
     if (given != options.settings.end())
@@ -166,7 +166,7 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
     std::vector<Sol> good;
     if (!record.history().empty()) start = view.searched_of(record.history().front().solution);
     // Of many offers the oldest are dropped, which are the worst.
-    if (companion && !crew.library)
+    if (companion && !crew.has_library)
         for (const Sol& hint : record.take_hints())
             companion->offer(bits_of(hint));
     if (start && companion) companion->offer(bits_of(*start));
@@ -178,7 +178,7 @@ Result search(const Problem& problem, const SolveOptions& options, std::vector<F
         record.take(Sol(0), Source::PRESOLVE);
         record.tell();
         result.search_time = seconds_since(searching);
-    } else if (crew.library) {
+    } else if (crew.has_library) {
         result.plan = plan_of(searched, settings, events);
         result.parameters = settings.params;
         if (limits.target) result.parameters["target_energy"] = std::to_string(*limits.target);

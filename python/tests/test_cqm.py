@@ -352,7 +352,15 @@ def test_wrong_arguments_are_refused():
         solve(cqm)
 
 
-def test_an_interrupt_returns_the_best_so_far():
+@pytest.fixture
+def interruptible():
+    """Python's own handler of Ctrl-C, which a process that was started in the background does not have."""
+    before = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, before)
+
+
+def test_an_interrupt_returns_the_best_so_far(interruptible):
     cqm = matching(12)
     cqm.add_constraint([((0, 0), 3), ((1, 1), 3), ((2, 2), 5), (-4,)], "<=", label="some")
     for seconds in (1.0, 1.2, 1.33):  # in a search, or between two

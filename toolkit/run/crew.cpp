@@ -89,13 +89,13 @@ Crew crew_for(const SolveOptions& options, const Problem& searched, const Groups
     crew.processors = host_processors(crew.shares_processors);
     crew.companion_threads =
         share == 0 ? 0 : std::max(1, static_cast<int>(std::lround(share * crew.processors)));
-    crew.library = share < 1;
+    crew.has_library = share < 1;
     // Instances are the library's, and so is what ends after a number of them.
     const bool counts_trials = options.trials || options.settings.contains("trial_limit");
-    if (counts_trials && !options.companion) crew.library = true;
-    if (!crew.library && counts_trials)
+    if (counts_trials && !options.companion) crew.has_library = true;
+    if (!crew.has_library && counts_trials)
         throw InputError("a limit of trials needs the library's search: the companion has none");
-    if (crew.library && searched.size > MAX_SIZE)
+    if (crew.has_library && searched.size > MAX_SIZE)
         throw InputError("presolve leaves " + std::to_string(searched.size) +
                          " variables, of which the library searches " + std::to_string(MAX_SIZE) +
                          " at most; the companion can search them alone (companion=1)");

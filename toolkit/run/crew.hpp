@@ -9,7 +9,7 @@ namespace orvex::toolkit {
 
 struct Crew {
     int companion_threads = 0;
-    bool library = true;
+    bool has_library = true;
     int processors = 1;              ///< of this host
     bool shares_processors = false;  ///< whether the library's blocks run on them too
 };

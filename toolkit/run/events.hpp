@@ -38,7 +38,7 @@ struct Preparation {
     std::vector<RuleUse> rules;  ///< what presolve did; empty if it was not asked
     long groups = 0;             ///< one-hot groups that the companion keeps
     int companion_threads = 0;   ///< 0: there is no companion
-    bool library = true;         ///< whether the library searches
+    bool has_library = true;     ///< whether the library searches
 };
 
 /** A moment of a search. Times are in seconds since it began. */

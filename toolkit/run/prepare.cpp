@@ -67,14 +67,14 @@ Prepared prepare(const Problem& problem, const SolveOptions& options) {
     told.presolve_time = std::chrono::duration<double>(Clock::now() - begin).count();
     if (const Presolved* presolved = prepared.view.presolved()) told.rules = presolved->rules();
     if (searched.size == 0) {
-        prepared.crew.library = told.library = false;
+        prepared.crew.has_library = told.has_library = false;
         return prepared;
     }
     prepared.groups = groups_of(prepared.view, options);
     prepared.crew = crew_for(options, searched, prepared.groups);
     told.groups = static_cast<long>(prepared.groups.members.size());
     told.companion_threads = prepared.crew.companion_threads;
-    told.library = prepared.crew.library;
+    told.has_library = prepared.crew.has_library;
     return prepared;
 }
 

@@ -51,7 +51,7 @@ void add_preparation(JsonText& line, const Preparation& preparation) {
     line.end();
     line.add("groups", preparation.groups);
     line.add("companion_threads", preparation.companion_threads);
-    line.add("library", preparation.library);
+    line.add("library", preparation.has_library);
 }
 
 void add_plan(JsonText& line, const Plan& plan) {

@@ -97,7 +97,7 @@ TEST(Solve, ProvesTheOptimumOfWhatPresolveTakesApart) {
 TEST(Solve, SearchesASparseModelByTheCompanionAlone) {
     const Problem problem = ring_with_chords(1500);
     const Result result = solve(problem, {.time_limit = 0.5});
-    EXPECT_FALSE(result.preparation.library);
+    EXPECT_FALSE(result.preparation.has_library);
     EXPECT_GT(result.preparation.companion_threads, 0);
     EXPECT_GT(result.companion_flips, 0);
     EXPECT_EQ(result.ending, Ending::TIME_LIMIT);
@@ -127,7 +127,7 @@ TEST(Solve, HasTheBestOfEachComponentMerged) {
     const Problem apart = cliques(9, 0);
     const SolveOptions options{.time_limit = 0.5, .presolve = PresolveEffort::OFF};
     const Result result = solve(apart, options);
-    EXPECT_TRUE(result.preparation.library);
+    EXPECT_TRUE(result.preparation.has_library);
     EXPECT_GT(result.preparation.companion_threads, 0);
     EXPECT_EQ(apart.weights.energy(result.solution), result.energy);
     EXPECT_EQ(solve(cliques(9, 7), options).preparation.companion_threads, 0) << "one component";
@@ -166,7 +166,7 @@ TEST(Solve, GivesSeveralDistinctSolutions) {
 TEST(Solve, SearchesByLibraryAndCompanionSideBySide) {
     const Problem problem = ring_with_chords(250);
     const Result result = solve(problem, {.time_limit = 1, .companion = 0.5});
-    EXPECT_TRUE(result.preparation.library);
+    EXPECT_TRUE(result.preparation.has_library);
     EXPECT_GT(result.companion_flips, 0);
     EXPECT_NE(result.solution.get("total_flips"), "0");
     EXPECT_EQ(problem.weights.energy(result.solution), result.energy);
