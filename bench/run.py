@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Measures the search on this machine's processors and writes docs/performance.md.
 
-The time to the best known energy of benchmark instances, and the same with other solvers from PyPI
-on the same cores under the same limit: ours runs on all processors; a peer is started once for each
-processor with different seeds, and the first that reaches the energy counts. Then flips per second
+The time to the best known energy of benchmark instances, as the program searches them by itself and with the
+library alone, and the same with other solvers from PyPI on the same cores under the same limit: ours runs on
+all processors; a peer is started once for each processor with different seeds, and the first that reaches
+the energy counts. Then flips per second
 beside the machine's limit (bench/flips.cpp), by rule, size, form of rows and instruction set, the
 growth with processors, and what a run costs beside its search (bench/startup.cpp).
 """
@@ -29,6 +30,7 @@ PEERS = {
     "openjij": "OpenJij, simulated annealing, 1000 sweeps a read",
     "bifurcation": "simulated-bifurcation, discrete, 32 agents, 2000 steps a read",
 }
+OURS = {"orvex": [], "library": ["--presolve", "off", "--companion", "0"]}
 INSTANCES = ["bqp1000-1", "bqp2500-1", "p3000.1", "G43", "K2000", "G22"]
 GROWTH_INSTANCES = ["bqp1000-1", "bqp2500-1", "p3000.1", "G43"]
 
@@ -43,6 +45,7 @@ def arguments():
     parser.add_argument("--instances", nargs="+", help="all of these that there are by default: "
                         + " ".join(INSTANCES))
     parser.add_argument("--runs", type=int, default=7)
+    parser.add_argument("--peer-runs", type=int, default=3, help="of each of the other solvers")
     parser.add_argument("--limit", type=float, default=30, help="seconds of a run")
     parser.add_argument("--sizes", default="256,1024,2000,4096,10240")
     parser.add_argument("--peers", nargs="*", default=list(PEERS), choices=list(PEERS))
@@ -90,7 +93,7 @@ def startup_table(args):
 
 
 def growth_table(args, best):
-    """Whole runs on the first 1, 2, 4, ... processors: flips per second, times to the best known."""
+    """Runs of the library alone on the first 1, 2, 4, ... processors: flips per second, times to the best known."""
     processors = sorted(os.sched_getaffinity(0))
     counts = [2**i for i in range(len(processors).bit_length()) if 2**i < len(processors)]
     counts.append(len(processors))
@@ -100,9 +103,9 @@ def growth_table(args, best):
         speeds = []
         for count in counts:
             first = ["taskset", "-c", ",".join(map(str, processors[:count]))]
-            result = solve(args, instance, 5, first)
+            result = solve(args, instance, 5, first, OURS["library"])
             speeds.append(result["total_flips"] / result["kernel_time"] / 1e6)
-            times = summary([our_run(args, instance, best[instance], first)
+            times = summary([our_run(args, instance, best[instance], first, OURS["library"])
                              for _ in range(args.runs)])
             lines.append(f"| {instance} | {count} | {speeds[-1]:.2f} | "
                          f"{speeds[-1] / speeds[0]:.2f} | "
@@ -117,8 +120,8 @@ def solve(args, instance, limit, command=(), options=()):
         check=True, stdout=subprocess.PIPE, text=True).stdout)
 
 
-def our_run(args, instance, target, command=()):
-    result = solve(args, instance, args.limit, command, ["--target", str(target)])
+def our_run(args, instance, target, command=(), options=()):
+    result = solve(args, instance, args.limit, command, ["--target", str(target), *options])
     return {"reached": result["target_reached"], "seconds": result["tts"],
             "energy": result["energy"]}
 
@@ -239,12 +242,14 @@ def main():
     python = peer_python(args.build)
     best = best_energies(args)
     args.instances = args.instances or [name for name in INSTANCES if name in best]
-    solvers = ["orvex", *args.peers]
+    solvers = [*OURS, *args.peers]
     runs = {(instance, solver): [] for instance in args.instances for solver in solvers}
     for round_number in range(args.runs):  # solvers take turns, so that a slow hour hits them all
         for instance, solver in runs:
+            if solver in args.peers and round_number >= args.peer_runs:
+                continue
             target = best[instance]
-            run = (our_run(args, instance, target) if solver == "orvex" else
+            run = (our_run(args, instance, target, options=OURS[solver]) if solver in OURS else
                    peer_run(args, python, solver, instance, target, 1 + 100 * round_number))
             runs[instance, solver].append(run)
             print(round_number, instance, solver, run, file=sys.stderr, flush=True)
