@@ -140,6 +140,7 @@ A run ends when it reaches the best known energy; the time to solution is the mo
 best solution was found. Each energy was computed again from the bits and the model file. Runs are
 random: times and gaps vary. A negative gap is an energy below the best known
 one in the list.
+Flips are those of the library: none where presolve or the companion found it first.
 
 Without a folder of instances, `make instances` uses those that need no download: the bundled one and
 those that `orvex generate` makes as they were published ([generators.md](generators.md)).
