@@ -33,8 +33,8 @@ FAMILIES = {
     "planar union, signed, 20000": "planar --size 20000 --density 99 --seed 1 --second 2 --signs 1",
     "road, 10000": "road --size 10000",
     "road, Gaussian, 60000": "road --size 60000 --gaussian 1",
-    "geometric, 3000": "geometric --size 3000",
-    "geometric, Gaussian, 30000": "geometric --size 30000 --gaussian 1",
+    "geometric, 3000": "geometric --size 3000 --degree 8",
+    "geometric, Gaussian, 30000": "geometric --size 30000 --degree 8 --gaussian 1",
     "2D lattice, signed, 64 x 64, closed": "lattice --rows 64 --columns 64 --closed --signs 1",
     "2D lattice, Gaussian, 200 x 200, closed": "lattice --rows 200 --columns 200 --closed --gaussian 1",
     "3D lattice, signed, 12 x 12 x 12, closed": "lattice --rows 12 --columns 12 --layers 12 --closed --signs 1",
@@ -57,7 +57,8 @@ def arguments():
     parser.add_argument("--build", type=Path, default=bench.ROOT / "build-bench")
     parser.add_argument("--runs", type=int, default=3, help="runs of orvex")
     parser.add_argument("--limit", type=float, default=5, help="seconds of a run of orvex")
-    parser.add_argument("--families", nargs="+", default=[""], metavar="WORD", help="beginnings of names; all by default")
+    parser.add_argument("--families", nargs="+", default=[""], metavar="WORD",
+                        help="beginnings of names; all by default")
     parser.add_argument("--write", type=Path, default=bench.ROOT / "docs/performance.md")
     return parser.parse_args()
 

@@ -5,7 +5,7 @@
 
 Prints one JSON object: reached, seconds (without reading the model), energy. The settings are the
 ones that did best in short trials over the benchmark models: many reads of moderate length, and for
-large models with minutes of time the long reads of "long_annealing" and "long_tabu".
+structured models with a minute of time the long reads of "long_annealing" and "long_tabu".
 """
 import gzip
 import itertools
