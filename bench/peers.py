@@ -4,9 +4,11 @@
     peers.py SOLVER MODEL TARGET LIMIT SEED
 
 Prints one JSON object: reached, seconds (without reading the model), energy. The settings are the
-ones that did best in short trials over the benchmark models: many reads of moderate length.
+ones that did best in short trials over the benchmark models: many reads of moderate length, and for
+structured models with a minute of time the long reads of "long_annealing" and "long_tabu".
 """
 import gzip
+import itertools
 import json
 import os
 import sys
@@ -53,6 +55,48 @@ def tabu(size, terms):
         model, num_reads=1, timeout=max(1, min(500, int(left * 1000))), seed=seed).first.energy
 
 
+def long_annealing(size, terms):
+    """dwave-samplers: simulated annealing, 1000, 10000 and 100000 sweeps in turns, cut to the time left.
+
+    Each process begins with one of two schedules and changes it after each round of lengths: its own, and a
+    linear one that ends at 5 over the median coupling of the spins, which did better in most trials: its own end
+    follows from the smallest coupling, and with many different weights most of a read would be frozen.
+    """
+    import statistics
+
+    from dwave.samplers import SimulatedAnnealingSampler
+
+    model, sampler = binary_model(terms).change_vartype("SPIN"), SimulatedAnnealingSampler()
+    hot, cold = sampler.sample(model, num_reads=1, num_sweeps=1).info["beta_range"]
+    middle = statistics.median(abs(bias) for bias in model.quadratic.values() if bias)
+    schedules = [("geometric", (hot, cold)), ("linear", (hot, max(hot, min(cold, 5 / middle))))]
+    lengths, rounds, sweep = (1000, 10000, 100000), itertools.count(), 0
+
+    def read(seed, left):
+        nonlocal sweep
+        number = next(rounds)
+        kind, ends = schedules[(seed + number // len(lengths)) % 2]
+        sweeps = lengths[number % len(lengths)]
+        if sweep:
+            sweeps = max(100, min(sweeps, int(left / sweep)))
+        start = time.monotonic()
+        energy = sampler.sample(model, num_reads=1, num_sweeps=sweeps, beta_range=ends,
+                                beta_schedule_type=kind, seed=seed).first.energy
+        sweep = (time.monotonic() - start) / sweeps
+        return energy
+
+    return read
+
+
+def long_tabu(size, terms):
+    """dwave-samplers: tabu search, each read a quarter of the time left, at least half a second."""
+    from dwave.samplers import TabuSampler
+
+    model, sampler = binary_model(terms), TabuSampler()
+    return lambda seed, left: sampler.sample(
+        model, num_reads=1, timeout=max(1, int(1000 * min(left, max(0.5, left / 4)))), seed=seed).first.energy
+
+
 def openjij(size, terms):
     """OpenJij: simulated annealing, 1000 sweeps a read."""
     from openjij import SASampler
@@ -83,7 +127,8 @@ def bifurcation(size, terms):
     return read
 
 
-SOLVERS = {"annealing": annealing, "tabu": tabu, "openjij": openjij, "bifurcation": bifurcation}
+SOLVERS = {"annealing": annealing, "tabu": tabu, "long_annealing": long_annealing, "long_tabu": long_tabu,
+           "openjij": openjij, "bifurcation": bifurcation}
 
 
 def main():

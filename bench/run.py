@@ -67,12 +67,12 @@ def best_energies(args):
     return {row["instance"]: int(row["energy"]) for row in rows}
 
 
-def peer_python(build):
+def peer_python(build, name="peers", packages=PEER_PACKAGES):
     """An environment of its own for the peers and the plots."""
-    python = build / "peers/bin/python"
+    python = build / name / "bin/python"
     if not python.exists():
-        venv.create(build / "peers", with_pip=True)
-        subprocess.run([python, "-m", "pip", "install", "-q", *PEER_PACKAGES], check=True)
+        venv.create(build / name, with_pip=True)
+        subprocess.run([python, "-m", "pip", "install", "-q", *packages], check=True)
     return python
 
 
