@@ -5,7 +5,7 @@
 
 Every instance of FOLDER of which presolve takes something, and generated models that are sparse in different ways,
 are searched with and without presolve, else with the settings that the program chooses by itself. A run ends at the
-best known energy of FOLDER/../best_known.tsv, or at the limit; generated models have none. With --peer, an
+best known energy of FOLDER/../best_known.tsv, or at the limit; generated models have none, and three runs each. With --peer, an
 interpreter that has dwave-samplers, models that are not solved by presolve alone are annealed as they are and as
 presolve leaves them, as long and on the same cores. Prints a table in Markdown.
 """
@@ -26,6 +26,7 @@ GENERATED = {
     "sparse, 20000": "sparse --size 20000 --entries 60000",
     "random graph, 20000": "maxcut --size 20000 --edges 25000",
 }
+GENERATED_RUNS = 3
 NO_TARGET = -2**62
 
 
@@ -62,7 +63,7 @@ def anneal(args, model, target):
 def reduced(args, model, folder):
     """The file of what presolve leaves, and what is to be added to its energies."""
     left = os.path.join(folder, "left.qubo.gz")
-    subprocess.run([args.program, "presolve", model, left, "--quiet"], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run([args.program, "presolve", model, left], check=True, stdout=subprocess.DEVNULL)
     with open(f"{left}.back", encoding="utf-8") as file:
         return left, int(file.read().splitlines()[1].split()[3])
 
@@ -93,11 +94,12 @@ def row(args, name, model, target, folder):
             cells.append(seconds_of(runs[presolve], target, args.limit))
         else:
             cells.append("optimal" if runs[presolve][0]["status"] == "optimal" else "")
-    if args.peer:
-        cells.append(of_runs(anneal(args, model, target)) if first["searched_size"] else "")
+    if args.peer and first["searched_size"]:
         left, offset = reduced(args, model, folder)
-        cells.append(of_runs([energy + offset for energy in anneal(args, left, target - offset)])
-                     if first["searched_size"] else "")
+        cells += [of_runs(anneal(args, model, target)),
+                  of_runs([energy + offset for energy in anneal(args, left, target - offset)])]
+    elif args.peer:
+        cells += ["", ""]
     print("| " + " | ".join(map(str, cells)) + " |", flush=True)
 
 
@@ -114,6 +116,7 @@ def main():
         for name, words in {} if args.instances else GENERATED.items():
             model = os.path.join(folder, "model.qubo.gz")
             subprocess.run([args.program, "generate", *words.split(), model], check=True, stderr=subprocess.DEVNULL)
+            args.runs = GENERATED_RUNS
             row(args, name, model, NO_TARGET, folder)
 
 

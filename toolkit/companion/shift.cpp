@@ -8,9 +8,11 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 
 #include "toolkit/companion/choices.hpp"
 #include "toolkit/companion/moves.hpp"
+#include "toolkit/companion/route.hpp"
 #include "toolkit/companion/worker.hpp"
 
 namespace orvex::toolkit {
@@ -148,6 +150,8 @@ void shift(const SparseQubo& qubo, const Groups& groups, Exchange& exchange, int
     const Wide reach = reach_of(qubo);
     if (reach > MOST_IN_64) return reheat(qubo, exchange, number, seed);
     const Families families(groups, qubo.size());
+    if (const std::optional<Route> route = find_route(qubo, families))
+        return travel(qubo, *route, exchange, number, seed);
     if (reach <= MOST_IN_32)
         Shifter<std::int32_t>(qubo, families, exchange, number, seed).run();
     else

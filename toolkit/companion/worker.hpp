@@ -14,6 +14,8 @@
 
 namespace orvex::toolkit {
 
+class Route;
+
 class Worker {
   public:
     /** @param number of this worker in the exchange */
@@ -97,8 +99,12 @@ class Worker {
 /** Reheats and merges: for sparse models. */
 void reheat(const SparseQubo& qubo, Exchange& exchange, int number, std::uint64_t seed);
 
-/** Moves the 1s of groups. */
+/** Moves the 1s of groups; where the model is a route, travels. */
 void shift(const SparseQubo& qubo, const Groups& groups, Exchange& exchange, int number,
            std::uint64_t seed);
+
+/** Makes a tour shorter by moves of its own. */
+void travel(const SparseQubo& qubo, const Route& route, Exchange& exchange, int number,
+            std::uint64_t seed);
 
 }  // namespace orvex::toolkit
