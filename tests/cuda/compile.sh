@@ -5,8 +5,8 @@
 #     programs that need one, unrun;
 #   * the kernels of bands with 1, 4, 10 and 64 bits for each thread, in all widths, for all seven
 #     devices.
-# FOLDER (build-gpu-compile by default) keeps the objects, so that a second run compiles only what
-# changed. The time of each part and the size of the library are printed.
+# FOLDER-all-bands and FOLDER-all-devices (FOLDER is build-gpu-compile by default) keep the objects, so
+# that a second run compiles only what changed. The time of each part and the size of the library are printed.
 set -euo pipefail
 source_folder=$(cd "$(dirname "$0")/../.." && pwd)
 folder=${1:-$source_folder/build-gpu-compile}
@@ -19,20 +19,20 @@ if ! command -v nvcc >/dev/null; then
 fi
 
 configure() {  # configure NAME DEVICES BANDS
-    cmake -G Ninja -S "$source_folder" -B "$folder/$1" -DORVEX_PLATFORM=cuda \
+    cmake -G Ninja -S "$source_folder" -B "$folder-$1" -DORVEX_PLATFORM=cuda \
         -DORVEX_CUDA_ARCHITECTURES="$2" -DORVEX_BANDS="$3" -DORVEX_WERROR=ON \
         -DORVEX_BUILD_TOOLKIT=OFF -DORVEX_BUILD_APP=OFF -DORVEX_GPU_TESTS=ON
 }
 
 configure all-bands 90 .
-cmake --build "$folder/all-bands"
-ctest --test-dir "$folder/all-bands" --output-on-failure
+cmake --build "$folder-all-bands"
+ctest --test-dir "$folder-all-bands" --output-on-failure
 echo "all bands for one device: $SECONDS s, library of" \
-    "$(stat -Lc %s "$folder/all-bands/src/liborvex.so") bytes"
+    "$(stat -Lc %s "$folder-all-bands/src/liborvex.so") bytes"
 
 start=$SECONDS
 configure all-devices "75 80 86 89 90 100 120" \
     '^qb(64|1024|10240|65536)_'
-cmake --build "$folder/all-devices" --target orvex_kernels
-ctest --test-dir "$folder/all-devices" --output-on-failure -R kernel_resources
+cmake --build "$folder-all-devices" --target orvex_kernels
+ctest --test-dir "$folder-all-devices" --output-on-failure -R kernel_resources
 echo "12 bands for all devices: $((SECONDS - start)) s"
