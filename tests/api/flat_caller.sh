@@ -17,9 +17,16 @@ header=$(find "$work/prefix" -name tarvik_orvex.h)
 warnings=(-Wall -Wextra -Wshadow -Wpedantic -Werror)
 read -ra flags <<<"$(pkg-config --cflags orvex)"
 read -ra libraries <<<"$(pkg-config --libs orvex) -Wl,-rpath,$library_dir -pthread"
+sanitized=() sanitized_link=()
 if [ -n "$sanitizers" ]; then
     # A program must be linked with the sanitizer that its library was built with.
-    flags+=("-fsanitize=${sanitizers//;/,}" -g)
+    sanitized=("-fsanitize=${sanitizers//;/,}" -g)
+    if "$c_compiler" --version | grep -q clang; then
+        # Clang leaves out of programs in C what its checks of C++ objects need, which the library has.
+        sanitized_link=(-fsanitize-link-c++-runtime -lstdc++)
+    fi
+    flags+=("${sanitized[@]}")
+    libraries+=("${sanitized_link[@]}")
 fi
 
 for standard in c99 c11; do
@@ -48,7 +55,7 @@ target_link_libraries(flat PRIVATE orvex::orvex)
 CMAKE
 cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_C_COMPILER="$c_compiler" -DEXAMPLES="$source_dir/examples" \
-    -DCMAKE_C_FLAGS="${sanitizers:+-fsanitize=${sanitizers//;/,}}" >"$work/configure.log"
+    -DCMAKE_C_FLAGS="${sanitized[*]}" -DCMAKE_EXE_LINKER_FLAGS="${sanitized_link[*]}" >"$work/configure.log"
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/build/flat" >/dev/null
 

@@ -10,12 +10,7 @@
 #include "engine/support/band_256_64_64.hpp"
 #include "engine/support/death.hpp"
 #include "engine/support/run_by_hand.hpp"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZED_MEMORY 1
-#else
-#define SANITIZED_MEMORY 0
-#endif
+#include "support/sanitized.hpp"
 
 namespace {
 
@@ -123,7 +118,7 @@ void forbid_more_memory() {
 }
 
 TEST(Failures, PageLockedMemoryThatIsNotThereIsCalledGpuMemory) {
-    if (SANITIZED_MEMORY) GTEST_SKIP() << "the sanitizer needs memory of its own";
+    if (orvex::test::SANITIZED) GTEST_SKIP() << "the sanitizer needs memory of its own";
     const Model model = random_model(100, 32, 5, 1);
     const Param param;
     Sol sol(100);

@@ -2,7 +2,7 @@
 # Fuzzes every target for some seconds each, two at a time: tests/fuzz/run.sh SECONDS [TARGET...].
 # New inputs are kept in build-fuzz/corpus/TARGET, findings in build-fuzz/findings; a finding becomes
 # a test when its file is put into tests/fuzz/corpus/TARGET. The programs are those of the preset
-# "fuzz": cmake --preset fuzz && cmake --build --preset fuzz
+# "fuzz": cmake --preset fuzz && cmake --build --preset fuzz --target orvex_fuzz
 set -euo pipefail
 seconds=${1:?usage: run.sh SECONDS [TARGET...]}
 shift
