@@ -7,6 +7,7 @@
 #include "engine/support/band_64_32_64.hpp"
 #include "engine/support/band_64_64_64.hpp"
 #include "engine/support/runs.hpp"
+#include "support/sanitized.hpp"
 
 namespace {
 
@@ -68,7 +69,8 @@ TEST(Exactness, OfShortRunsOnWeightsBesideWhichTheFillersAreSmall) {
     // Walks pass through set filler variables, and next to weights like these one of 255 each does
     // not keep such a solution from being a block's best. Each result is scored by solve.
     const Model model = random_model(65, 32, 1000000, 27);
-    for (int i = 0; i < 400; ++i)
+    const int runs = orvex::test::SANITIZED ? 50 : 400;
+    for (int i = 0; i < runs; ++i)
         solve(qb128_32_32::band_solve, model,
               settings({{"trial_limit", "10"}, {"search_cycles", "100 20"}}));
 }

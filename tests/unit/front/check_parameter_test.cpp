@@ -2,6 +2,8 @@
 // agrees with what runs do is tried out: every key with many odd values, in processes that may end.
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +13,7 @@
 #include "orvex/parameters.hpp"
 
 #include "engine/support/read_params.hpp"
+#include "support/sanitized.hpp"
 
 namespace orvex {
 namespace {
@@ -191,9 +194,14 @@ TEST(CheckParameter, AgreesWithRunsOnEveryKey) {
                                   "random",
                                   "AllBest",
                                   "*"};
+    // A process under a sanitizer takes long to copy, so each key has every fourth value there, and
+    // the next one others.
+    const std::size_t every = test::SANITIZED ? 4 : 1;
+    std::size_t first = 0;
     int taken = 0, refused = 0;
-    for (const Parameter& parameter : parameters())
-        for (const std::string& value : values) {
+    for (const Parameter& parameter : parameters()) {
+        for (std::size_t i = first++ % every; i < std::size(values); i += every) {
+            const std::string& value = values[i];
             const std::string key(parameter.key);
             SCOPED_TRACE(key + "=" + value);
             const bool ends = ends_a_run(key, value);
@@ -206,8 +214,9 @@ TEST(CheckParameter, AgreesWithRunsOnEveryKey) {
                 ++refused;
             }
         }
-    EXPECT_GT(taken, 300);
-    EXPECT_GT(refused, 600);
+    }
+    EXPECT_GT(taken, test::SANITIZED ? 50 : 300);
+    EXPECT_GT(refused, test::SANITIZED ? 100 : 600);
 }
 
 TEST(CheckParameter, WhatIsSaidToEndARunEndsItAndItsNeighbourDoesNot) {

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/sanitized.hpp"
 #include "toolkit/model/energy.hpp"
 #include "toolkit/model/memory.hpp"
 #include "unit/toolkit/random_problem.hpp"
@@ -326,7 +327,8 @@ TEST(Solve, OnSeveralThreadsTakesTurns) {
  * changed as often. With weights so different, a search on the wrong ones would be found out.
  */
 TEST(Solve, ThousandsOfProblemsInARowAreToldApart) {
-    for (int k = 0; k < 2000; ++k) {
+    const int problems = orvex::test::SANITIZED ? 200 : 2000;
+    for (int k = 0; k < problems; ++k) {
         Model model(3, 16);
         const int lone = k % 3;
         for (int i = 0; i < 3; ++i)

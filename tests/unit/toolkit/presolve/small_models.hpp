@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/sanitized.hpp"
 #include "toolkit/presolve/presolve.hpp"
 
 namespace small_models {
@@ -27,7 +28,8 @@ using orvex::toolkit::Wide;
 /** How many models a test tries; the variable PRESOLVE_MODELS asks for another number. */
 inline int trials(int usual) {
     const char* const asked = std::getenv("PRESOLVE_MODELS");
-    return asked != nullptr ? std::atoi(asked) : usual;
+    if (asked != nullptr) return std::atoi(asked);
+    return orvex::test::SANITIZED ? usual / 4 : usual;
 }
 
 /** 1 to 11 variables: trees to cliques, lattices and twins, weights to 1, 3 or 100, fields or none.
