@@ -5,9 +5,9 @@
 
 Every instance of FOLDER of which presolve takes something, and generated models that are sparse in different ways,
 are searched with and without presolve, else with the settings that the program chooses by itself. A run ends at the
-best known energy of FOLDER/../best_known.tsv, or at the limit; generated models have none, and three runs each. With --peer, an
-interpreter that has dwave-samplers, models that are not solved by presolve alone are annealed as they are and as
-presolve leaves them, as long and on the same cores. Prints a table in Markdown.
+best known energy of FOLDER/../best_known.tsv, or at the limit; generated models have none, and three runs each.
+With --peer, an interpreter that has dwave-samplers, models are annealed as they are and as presolve leaves them, as
+long and on the same cores. Prints a table in Markdown.
 """
 import argparse
 import csv
@@ -82,24 +82,26 @@ def seconds_of(runs, target, limit):
 def row(args, name, model, target, folder):
     first = solve(args, model, target, "auto", 0.5)
     if first["searched_size"] == first["size"]:
-        return
+        return  # presolve has taken nothing: both searches are the same
     runs = {presolve: [] for presolve in ("auto", "off")}
     for _ in range(args.runs):
         for presolve in runs:
             runs[presolve].append(solve(args, model, target, presolve, args.limit))
-    cells = [name, first["size"], first["searched_size"]]
+    left = runs["auto"][0]["searched_size"]
+    cells = [name, first["size"], left]
     for presolve in ("off", "auto"):
         cells.append(of_runs([run["energy"] for run in runs[presolve]]))
         if target > NO_TARGET:
             cells.append(seconds_of(runs[presolve], target, args.limit))
         else:
             cells.append("optimal" if runs[presolve][0]["status"] == "optimal" else "")
-    if args.peer and first["searched_size"]:
-        left, offset = reduced(args, model, folder)
-        cells += [of_runs(anneal(args, model, target)),
-                  of_runs([energy + offset for energy in anneal(args, left, target - offset)])]
+    if args.peer:
+        cells.append(of_runs(anneal(args, model, target)))
+    if args.peer and left:
+        rest, offset = reduced(args, model, folder)
+        cells.append(of_runs([energy + offset for energy in anneal(args, rest, target - offset)]))
     elif args.peer:
-        cells += ["", ""]
+        cells.append("")
     print("| " + " | ".join(map(str, cells)) + " |", flush=True)
 
 
