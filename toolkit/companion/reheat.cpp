@@ -105,7 +105,6 @@ class Reheater : public Worker {
     Reheater(const SparseQubo& qubo, const Narrowing& narrowing, Exchange& exchange, int number,
              std::uint64_t seed)
         : Worker(qubo, exchange, number, seed),
-          clusters_(qubo, exchange.stop_flag()),
           narrowing_(narrowing),
           randoms_(random_()),
           whole_(whole_of<T>(qubo, narrowing)),
@@ -113,7 +112,8 @@ class Reheater : public Worker {
           regions_(regions_of(whole_.size())),
           region_(regions_.size()),
           heat_(std::size(HEATS)),
-          length_(std::size(LENGTHS)) {}
+          length_(std::size(LENGTHS)),
+          clusters_(qubo, exchange.stop_flag()) {}
 
   private:
     static std::vector<std::size_t> regions_of(std::size_t size) {
