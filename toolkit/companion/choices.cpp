@@ -24,7 +24,7 @@ constexpr double MOST_GAINS = 10;
 
 }  // namespace
 
-Choices::Choices(std::size_t values) : arms_(values) {
+Choices::Choices(std::size_t values, bool alike) : arms_(values), alike_(alike) {
     assert(!arms_.empty());
 }
 
@@ -62,6 +62,7 @@ void Choices::learn(std::size_t value, double gain, double work) {
         arms_[k].work += part * work;
     };
     share(value, 1);
+    if (!alike_) return;
     // A step below 0 wraps around and is outside as well.
     share(value + 1, NEARBY);
     share(value - 1, NEARBY);

@@ -5,8 +5,9 @@
 // process, whose conjugate belief is a Gamma distribution: a rate is drawn for each value from
 // Gamma(gains + some, work + some), and the value of the highest is taken (Thompson, "On the
 // likelihood that one unknown probability exceeds another", Biometrika 25, 1933; Chapelle, Li, "An
-// empirical evaluation of Thompson sampling", NIPS 2011). What a value brings tells of those beside
-// it too. Counts fade with the work that follows, since what pays early does not pay late.
+// empirical evaluation of Thompson sampling", NIPS 2011). What a value of an
+// ordered setting brings tells of those beside it too. Counts fade with the work that follows,
+// since what pays early does not pay late.
 //
 // Each setting learns for itself. Tried and left: one learner for all combinations of where, how
 // hot and how long (180 of them): a run ends before it knows them.
@@ -20,8 +21,11 @@ namespace orvex::toolkit {
 
 class Choices {
   public:
-    /** @param values how many there are, in an order in which neighbours are alike; at least 1 */
-    explicit Choices(std::size_t values);
+    /**
+     * @param values how many there are, at least 1
+     * @param alike whether they are in an order in which neighbours are alike
+     */
+    explicit Choices(std::size_t values, bool alike = true);
 
     /** The number of a value. */
     std::size_t draw(std::mt19937_64& random) const;
@@ -40,6 +44,7 @@ class Choices {
     };
 
     std::vector<Arm> arms_;
+    bool alike_;
     Arm all_;               ///< what all plays brought
     double total_ = 0;      ///< work of all plays, which does not fade
     double gain_size_ = 0;  ///< mean of the gains above 0 of late
