@@ -193,7 +193,7 @@ int bench(const BenchCommand& command) {
     catch_interrupts();
     std::vector<Run> runs;
     while (static_cast<long>(runs.size()) < command.runs) {
-        options.seed = runs.size() + 1;
+        options.seed = command.search.seed + runs.size();
         Run run = run_once(searching, watch);
         if (run.ending == Ending::INTERRUPTED) break;  // what it would have brought is not known
         runs.push_back(std::move(run));

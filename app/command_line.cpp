@@ -178,6 +178,10 @@ void CommandLine::describe_search(CLI::App* command) {
                      "one-hot groups for the companion: a line of variables for each group of "
                      "which exactly one is 1; at most one where the line begins with <=")
         ->type_name("FILE");
+    command
+        ->add_option("--seed", options_.seed,
+                     "where the companion's random numbers begin; 1 by default")
+        ->type_name("N");
     command->add_option("--start", options_.start, "begin with the solution in this file")
         ->type_name("FILE");
     command->option_defaults()->group("Files and messages");

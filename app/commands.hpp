@@ -2,6 +2,7 @@
 // throw InputError for wrong input. A file that is read and is named "-" is standard input.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ struct SolveCommand {
     std::string presolve = "auto";   ///< "auto", "off" or "full"
     std::string companion = "auto";  ///< "auto" or the share of the processors, from 0 to 1
     std::string groups;              ///< file; empty: as they are found
+    std::uint64_t seed = 1;          ///< of the companion; that of the first run in a series
     std::string trace;               ///< file; empty: none
     Form form = Form::TEXT;
     bool quiet = false;

@@ -36,6 +36,7 @@ SolveOptions options_of(const SolveCommand& command, const Problem& problem,
             read_groups(readable(command.groups), problem.convention.index_base, problem.size);
     if (!command.start.empty())
         options.starts.push_back(read_solution(readable(command.start), problem.size));
+    options.seed = command.seed;
     options.checkpoint = command.checkpoint;
     options.resume = command.resume;
     return options;

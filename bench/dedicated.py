@@ -130,10 +130,10 @@ PROBLEMS = {
 # ---- solvers: cost, and seconds until it was found
 
 
-def our_run(args, problem, words):
+def our_run(args, problem, words, seed):
     result = json.loads(subprocess.run(
-        [args.build / "app/orvex", "solve", *words, "--time-limit", str(args.limit), "--json", "--quiet"],
-        check=True, stdout=subprocess.PIPE, text=True).stdout)
+        [args.build / "app/orvex", "solve", *words, "--time-limit", str(args.limit), "--seed", str(seed), "--json",
+         "--quiet"], check=True, stdout=subprocess.PIPE, text=True).stdout)
     size = math.isqrt(result["size"])
     rows = [result["bits"][k:k + size] for k in range(0, size * size, size)]
     order = [row.find("1") for row in rows]
@@ -171,7 +171,7 @@ def main():
             runs = {solver: [] for solver in ["orvex", *peers]}
             for number in range(args.runs):  # solvers take turns, so that a slow hour hits them all
                 for solver in runs:
-                    runs[solver].append(our_run(args, problem, words) if solver == "orvex" else
+                    runs[solver].append(our_run(args, problem, words, 1 + number) if solver == "orvex" else
                                         peer_run(args, python, solver, folder, 1 + 100 * number))
             for solver in runs:
                 lines.append(row(title, len(problem["distances"]) ** 2, PEERS.get(solver, solver), runs[solver]))

@@ -30,10 +30,10 @@ def arguments():
     return parser.parse_args()
 
 
-def history(args, model, share):
+def history(args, model, share, seed):
     """Times and energies of the bests of a run."""
     run = subprocess.run([args.program, "solve", model, "--time-limit", str(args.limit), "--companion", share,
-                          "--presolve", args.presolve, "--quiet", "--trace", "-", "--output", "/dev/null"],
+                          "--seed", str(seed), "--presolve", args.presolve, "--quiet", "--trace", "-", "--output", "/dev/null"],
                          check=True, stdout=subprocess.PIPE, text=True)
     bests = [json.loads(line) for line in run.stdout.splitlines() if line.startswith('{"event":"improved"')]
     return [best["time"] for best in bests], [best["energy"] for best in bests]
@@ -59,7 +59,7 @@ def main():
     figure, sides = plot.subplots(1, len(args.instances), figsize=(9, 3.5), squeeze=False)
     for axes, name in zip(sides[0], args.instances):
         for who, share in WHO.items():
-            runs = [history(args, args.models / f"{name}.qubo.gz", share) for _ in range(args.runs)]
+            runs = [history(args, args.models / f"{name}.qubo.gz", share, 1 + run) for run in range(args.runs)]
             curve = [statistics.median(distance_at(run, time, best[name]) for run in runs) for time in times]
             axes.plot(times, curve, label=who, drawstyle="steps-post")
             print(f"{name}, {who}: {curve[-1]:.3f} % above the best known energy after {args.limit:g} s", flush=True)

@@ -42,9 +42,10 @@ def arguments():
     return parser.parse_args()
 
 
-def solve(args, model, target, presolve, limit):
+def solve(args, model, target, presolve, limit, seed=1):
     run = subprocess.run([args.program, "solve", model, "--time-limit", str(limit), "--target", str(target),
-                          "--presolve", presolve, "--json", "--quiet"], check=True, stdout=subprocess.PIPE, text=True)
+                          "--presolve", presolve, "--seed", str(seed), "--json", "--quiet"],
+                         check=True, stdout=subprocess.PIPE, text=True)
     return json.loads(run.stdout)
 
 
@@ -84,9 +85,9 @@ def row(args, name, model, target, folder):
     if first["searched_size"] == first["size"]:
         return  # presolve has taken nothing: both searches are the same
     runs = {presolve: [] for presolve in ("auto", "off")}
-    for _ in range(args.runs):
+    for seed in range(1, args.runs + 1):
         for presolve in runs:
-            runs[presolve].append(solve(args, model, target, presolve, args.limit))
+            runs[presolve].append(solve(args, model, target, presolve, args.limit, seed))
     left = runs["auto"][0]["searched_size"]
     cells = [name, first["size"], left]
     for presolve in ("off", "auto"):

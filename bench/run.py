@@ -105,8 +105,8 @@ def growth_table(args, best):
             first = ["taskset", "-c", ",".join(map(str, processors[:count]))]
             result = solve(args, instance, 5, first, OURS["library"])
             speeds.append(result["total_flips"] / result["kernel_time"] / 1e6)
-            times = summary([our_run(args, instance, best[instance], first, OURS["library"])
-                             for _ in range(args.runs)])
+            times = summary([our_run(args, instance, best[instance], seed, first, OURS["library"])
+                             for seed in range(1, 1 + args.runs)])
             lines.append(f"| {instance} | {count} | {speeds[-1]:.2f} | "
                          f"{speeds[-1] / speeds[0]:.2f} | "
                          f"{seconds_text(times['median'], args.limit)} |")
@@ -120,8 +120,9 @@ def solve(args, instance, limit, command=(), options=()):
         check=True, stdout=subprocess.PIPE, text=True).stdout)
 
 
-def our_run(args, instance, target, command=(), options=()):
-    result = solve(args, instance, args.limit, command, ["--target", str(target), *options])
+def our_run(args, instance, target, seed, command=(), options=()):
+    result = solve(args, instance, args.limit, command,
+                   ["--target", str(target), "--seed", str(seed), *options])
     return {"reached": result["target_reached"], "seconds": result["tts"],
             "energy": result["energy"]}
 
@@ -249,7 +250,7 @@ def main():
             if solver in args.peers and round_number >= args.peer_runs:
                 continue
             target = best[instance]
-            run = (our_run(args, instance, target, options=OURS[solver]) if solver in OURS else
+            run = (our_run(args, instance, target, 1 + round_number, options=OURS[solver]) if solver in OURS else
                    peer_run(args, python, solver, instance, target, 1 + 100 * round_number))
             runs[instance, solver].append(run)
             print(round_number, instance, solver, run, file=sys.stderr, flush=True)

@@ -42,9 +42,9 @@ def arguments():
     return parser.parse_args()
 
 
-def solve(args, model, target):
+def solve(args, model, target, seed):
     run = subprocess.run([args.program, "solve", model, "--time-limit", str(args.limit), "--target", str(target),
-                          "--json", "--quiet"], check=True, stdout=subprocess.PIPE, text=True)
+                          "--seed", str(seed), "--json", "--quiet"], check=True, stdout=subprocess.PIPE, text=True)
     return json.loads(run.stdout)
 
 
@@ -57,7 +57,7 @@ def peer(args, model, target, seed):
 
 
 def row(args, name, model, target):
-    runs = [solve(args, model, target) for _ in range(args.runs)]
+    runs = [solve(args, model, target, seed) for seed in range(1, args.runs + 1)]
     energies = [run["energy"] for run in runs]
     times = [run["tts"] if run["energy"] <= target else float("inf") for run in runs]
     reached = sum(energy <= target for energy in energies)

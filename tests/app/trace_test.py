@@ -53,8 +53,9 @@ class Trace(ProgramTest):
         self.assertEqual(lines[0]["companion_threads"], result["companion_threads"])
         self.assertGreater(lines[-1]["companion"]["flips"], 0)
         self.assertGreaterEqual(lines[-1]["companion"]["best"], result["energy"])
-        lines, _ = self.trace("--companion", 1, "--time-limit", 1.2)
+        lines, _ = self.trace("--companion", 1, "--time-limit", 1.2, "--seed", 7)
         self.assertIs(lines[0]["library"], False)
+        self.assertEqual(lines[0]["seed"], 7)
         self.assertEqual(lines[-1]["islands"], [])
 
     def test_energies_are_those_of_the_problem(self):

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
-# compile.sh [FOLDER]: compiles for GPUs on a machine with nvcc and no GPU, as CI does on every
+# compile.sh [BANDS]: compiles for GPUs on a machine with nvcc and no GPU, as CI does on every
 # submission, and holds what the assembler says of the kernels to tests/cuda/kernel_resources.csv.
-#   * the whole library, all 150 bands, for one device, with the tests that need no GPU, and the
-#     programs that need one, unrun;
-#   * the kernels of bands with 1, 4, 10 and 64 bits for each thread, in all widths, for all seven
+#   * the library for one device, with the tests that need no GPU, and the programs that need one,
+#     unrun. BANDS is a regular expression; by default it takes every number of bits for each thread,
+#     and of the 31 sizes that have four of them the least, 1024 and the largest;
+#   * the kernels of bands with 1, 4, 10 and 64 bits for each thread, in all widths, for the other six
 #     devices.
-# FOLDER-all-bands and FOLDER-all-devices (FOLDER is build-gpu-compile by default) keep the objects, so
-# that a second run compiles only what changed. The time of each part and the size of the library are printed.
+# build-gpu-compile-one-device and build-gpu-compile-others keep the objects, so that a second run compiles
+# only what changed. The time of each part and the size of the library are printed.
 set -euo pipefail
 source_folder=$(cd "$(dirname "$0")/../.." && pwd)
-folder=${1:-$source_folder/build-gpu-compile}
+folder=$source_folder/build-gpu-compile
+bands=${1:-'^qb(64|128|192|256|1024|4096|5120|6144|7168|8192|[1-6][0-9][0-9][0-9][0-9])_'}
 
 command -v nvcc >/dev/null || PATH=$PATH:/usr/local/cuda/bin
 if ! command -v nvcc >/dev/null; then
@@ -24,15 +26,14 @@ configure() {  # configure NAME DEVICES BANDS
         -DORVEX_BUILD_TOOLKIT=OFF -DORVEX_BUILD_APP=OFF -DORVEX_GPU_TESTS=ON
 }
 
-configure all-bands 90 .
-cmake --build "$folder-all-bands"
-ctest --test-dir "$folder-all-bands" --output-on-failure
-echo "all bands for one device: $SECONDS s, library of" \
-    "$(stat -Lc %s "$folder-all-bands/src/liborvex.so") bytes"
+configure one-device 90 "$bands"
+cmake --build "$folder-one-device"
+ctest --test-dir "$folder-one-device" --output-on-failure
+echo "for one device: $SECONDS s, library of" \
+    "$(stat -Lc %s "$folder-one-device/src/liborvex.so") bytes"
 
 start=$SECONDS
-configure all-devices "75 80 86 89 90 100 120" \
-    '^qb(64|1024|10240|65536)_'
-cmake --build "$folder-all-devices" --target orvex_kernels
-ctest --test-dir "$folder-all-devices" --output-on-failure -R kernel_resources
-echo "12 bands for all devices: $((SECONDS - start)) s"
+configure others "75 80 86 89 100 120" '^qb(64|1024|10240|65536)_'
+cmake --build "$folder-others" --target orvex_kernels
+ctest --test-dir "$folder-others" --output-on-failure -R kernel_resources
+echo "12 bands for the other devices: $((SECONDS - start)) s"

@@ -94,6 +94,7 @@ void Trace::begin(const SolveOptions& options, const Record& record, const Prepa
     line.add("time_limit", record.limit());
     add_energy(line, "target", record.target());
     line.add("trials", options.trials.value_or(0));
+    line.add_digits("seed", std::to_string(options.seed));
     add_preparation(line, preparation);
     if (plan != nullptr) add_plan(line, *plan);
     line.object("parameters");

@@ -32,6 +32,7 @@ SETTINGS = {
     "started": "started", "time_limit": "time limit", "target": "target", "trials": "limit of trials",
     "searched_size": "variables after presolve", "searched_couplings": "couplings after presolve",
     "presolve_time": "presolve", "groups": "one-hot groups", "companion_threads": "threads of the companion",
+    "seed": "seed of the companion",
     "band": "band", "rows": "rows", "device": "device", "islands": "islands", "blocks": "blocks",
     "version": "engine",
 }  # fmt: skip
