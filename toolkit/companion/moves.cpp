@@ -108,7 +108,6 @@ T Mover<T>::weight(std::int32_t i, std::int32_t j) const {
 template <class T>
 void Mover<T>::flip(std::int32_t variable) {
     const bool on = bits_[at(variable)] == 0;
-    bits_[at(variable)] = on;
     const std::size_t size = fields_.size();
     if (!rows_.empty()) {
         const T* row = rows_.data() + at(variable) * size;
@@ -126,6 +125,12 @@ void Mover<T>::flip(std::int32_t variable) {
             fields_[at(neighbours[k])] =
                 static_cast<T>(fields_[at(neighbours[k])] + (on ? weights[k] : -weights[k]));
     }
+    hold(variable, on);
+}
+
+template <class T>
+void Mover<T>::hold(std::int32_t variable, bool on) {
+    bits_[at(variable)] = on;
     for (std::size_t family = 0; family < 2; ++family)
         if (const std::int32_t group = families_->group_of(variable, family);
             group != Families::NONE) {
@@ -188,8 +193,23 @@ Move Mover<T>::move_of(std::int32_t variable) const {
     return move;
 }
 
+/** The same for a swap, whose second and third variable are 1. Their rows are in the cache. */
+template <class T>
+T Mover<T>::delta_of_swap(const Move& swap) const {
+    const auto [up, down, other_down, other_up] = swap.variables;
+    assert(!bits_[at(up)] && bits_[at(down)] && bits_[at(other_down)] && !bits_[at(other_up)]);
+    const T* row = rows_.data() + at(down) * fields_.size();
+    const T* other_row = rows_.data() + at(other_down) * fields_.size();
+    const T fields = static_cast<T>(fields_[at(up)] - fields_[at(down)] - fields_[at(other_down)] +
+                                    fields_[at(other_up)]);
+    const T mixed = static_cast<T>(row[at(up)] + row[at(other_up)] + other_row[at(up)] +
+                                   other_row[at(other_up)]);
+    return static_cast<T>(fields - mixed + row[at(other_down)] + weight(up, other_up));
+}
+
 template <class T>
 T Mover<T>::delta_of(const Move& move) const {
+    if (move.count == 4 && !rows_.empty()) return delta_of_swap(move);
     T delta = 0;
     for (int a = 0; a < move.count; ++a) {
         const std::int32_t i = move.variables[static_cast<std::size_t>(a)];
@@ -197,6 +217,7 @@ T Mover<T>::delta_of(const Move& move) const {
         T field = fields_[at(i)];
         for (int b = 0; b < a; ++b) {
             const std::int32_t j = move.variables[static_cast<std::size_t>(b)];
+            // Rows of what is 1 are few and used all the time, so they are in the cache.
             const T pair = weight(i, j);
             field = static_cast<T>(bits_[at(j)] != 0 ? field - pair : field + pair);
         }
@@ -205,8 +226,27 @@ T Mover<T>::delta_of(const Move& move) const {
     return delta;
 }
 
+/** The same for a swap: all four rows in one go over the fields. */
+template <class T>
+void Mover<T>::make_swap(const Move& swap) {
+    const auto [up, down, other_down, other_up] = swap.variables;
+    const std::size_t size = fields_.size();
+    const auto row_of = [&](std::int32_t i) { return rows_.data() + at(i) * size; };
+    const T *plus = row_of(up), *minus = row_of(down);
+    const T *other_plus = row_of(other_up), *other_minus = row_of(other_down);
+    T* fields = fields_.data();
+    for (std::size_t j = 0; j < size; ++j)
+        fields[j] =
+            static_cast<T>(fields[j] + (plus[j] - minus[j]) + (other_plus[j] - other_minus[j]));
+    hold(down, false);
+    hold(other_down, false);
+    hold(up, true);
+    hold(other_up, true);
+}
+
 template <class T>
 void Mover<T>::make(const Move& move) {
+    if (move.count == 4 && !rows_.empty()) return make_swap(move);
     // What is 1 goes first, so that no group ever holds two.
     std::array<bool, 4> ones{};
     for (std::size_t a = 0; a < at(move.count); ++a)

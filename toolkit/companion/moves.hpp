@@ -76,7 +76,10 @@ class Mover {
 
   private:
     T weight(std::int32_t i, std::int32_t j) const;
+    T delta_of_swap(const Move& swap) const;
     void flip(std::int32_t variable);
+    void hold(std::int32_t variable, bool on);
+    void make_swap(const Move& swap);
 
     const SparseQubo* qubo_;
     const Families* families_;

@@ -2,11 +2,20 @@
 #include "toolkit/presolve/rules.hpp"
 
 #include <array>
+#include <ostream>
 
 #include <gtest/gtest.h>
 
 #include "toolkit/presolve/reduce.hpp"
 #include "unit/toolkit/presolve/small_models.hpp"
+
+namespace orvex::toolkit {
+
+void PrintTo(const Rule& rule, std::ostream* out) {
+    *out << rule.name;
+}
+
+}  // namespace orvex::toolkit
 
 namespace {
 
