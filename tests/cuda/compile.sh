@@ -3,7 +3,7 @@
 # submission, and holds what the assembler says of the kernels to tests/cuda/kernel_resources.csv.
 #   * the library for one device, with the tests that need no GPU, and the programs that need one,
 #     unrun. BANDS is a regular expression; by default it takes every number of bits for each thread,
-#     and of the 31 sizes that have four of them the least, 1024 and the largest;
+#     and of the 31 sizes that have four of them those that bench/gpu/speed_sizes.inc names;
 #   * the kernels of bands with 1, 4, 10 and 64 bits for each thread, in all widths, for the other six
 #     devices.
 # build-gpu-compile-one-device and build-gpu-compile-others keep the objects, so that a second run compiles
@@ -11,7 +11,7 @@
 set -euo pipefail
 source_folder=$(cd "$(dirname "$0")/../.." && pwd)
 folder=$source_folder/build-gpu-compile
-bands=${1:-'^qb(64|128|192|256|1024|4096|5120|6144|7168|8192|[1-6][0-9][0-9][0-9][0-9])_'}
+bands=${1:-'^qb(64|128|192|256|512|1024|2048|4096|5120|6144|7168|8192|[1-6][0-9][0-9][0-9][0-9])_'}
 
 command -v nvcc >/dev/null || PATH=$PATH:/usr/local/cuda/bin
 if ! command -v nvcc >/dev/null; then
