@@ -21,11 +21,13 @@ Randoms::Randoms(std::uint64_t seed) {
 
 Heat::Heat(double degrees) : temperature(degrees) {
     assert(degrees >= 0);
-    for (int delta = 0; delta < TABLE_SIZE; ++delta) {
-        const double chance = degrees > 0 ? std::exp(-delta / degrees) : 0.0;
-        const auto shares = static_cast<unsigned>(std::min(65535.0, std::round(chance * 65536)));
-        high[static_cast<std::size_t>(delta)] = static_cast<std::uint8_t>(shares >> 8);
-        low[static_cast<std::size_t>(delta)] = static_cast<std::uint8_t>(shares & 255);
+    // A table is made for every sweep, and sweeps of small parts are short: one exponential serves.
+    const double of_one = degrees > 0 ? std::exp(-1 / degrees) : 0.0;
+    double chance = degrees > 0 ? 1.0 : 0.0;
+    for (std::size_t delta = 0; delta < TABLE_SIZE; ++delta, chance *= of_one) {
+        const auto shares = static_cast<unsigned>(std::min(65535.0, chance * 65536 + 0.5));
+        high[delta] = static_cast<std::uint8_t>(shares >> 8);
+        low[delta] = static_cast<std::uint8_t>(shares & 255);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "toolkit/companion/choices.hpp"
+#include "support/sanitized.hpp"
 #include "toolkit/model/errors.hpp"
 #include "unit/toolkit/companion/models.hpp"
 
@@ -100,7 +101,8 @@ TEST(COMPANION_TEST, takes_what_is_offered_while_it_runs) {
 }
 
 TEST(COMPANION_TEST, stops_quickly_and_leaves_no_thread) {
-    const SparseQubo qubo = torus(300, 300, 1);
+    const int side = orvex::test::SANITIZED ? 100 : 300;
+    const SparseQubo qubo = torus(side, side, 1);
     Companion companion(qubo, {.threads = 2});
     companion.start();
     companion.wait_for_better(0, 20);
