@@ -22,7 +22,7 @@ std::string Convention::own_text(Wide number) const {
     digits.erase(0, sign.size());
     const auto behind = static_cast<std::size_t>(decimals);
     if (digits.size() <= behind) digits.insert(0, behind + 1 - digits.size(), '0');
-    digits.insert(digits.size() - behind, ".");
+    digits.insert(digits.size() - behind, 1, '.');
     digits.erase(digits.find_last_not_of('0') + 1);
     if (digits.back() == '.') digits.pop_back();
     return sign + digits;

@@ -105,9 +105,9 @@ Crew crew_for(const SolveOptions& options, const Problem& searched, const Groups
 void make_room(const Crew& crew, Settings& parameters) {
     if (crew.companion_threads == 0 || !crew.shares_processors) return;
     if (parameters.contains("islands_per_gpu") || parameters.contains("blocks_per_island")) return;
-    parameters["islands_per_gpu"] = "1";
-    parameters["blocks_per_island"] =
-        std::to_string(std::max(1, crew.processors - crew.companion_threads));
+    const int blocks = std::max(1, crew.processors - crew.companion_threads);
+    parameters.emplace("islands_per_gpu", "1");
+    parameters.emplace("blocks_per_island", std::to_string(blocks));
 }
 
 }  // namespace orvex::toolkit
