@@ -7,10 +7,15 @@ namespace orvex::engine {
 
 class TRANS_COUNT {
   public:
-    /** Asks for a ticket for one more instance. A refused ticket stays counted. */
+    /**
+     * Asks for a ticket for one more instance. A refused ticket stays counted. What counts is what
+     * the addition itself made of the counter: of islands that ask at the same moment, as many as
+     * the limit are granted, where a second look at the counter could refuse them all and end a run
+     * of a few trials without one.
+     */
     bool request(long trial_limit) {
-        requested_.fetch_add(1);
-        return trial_limit == 0 || trial_limit >= requested_.load();
+        const long number = requested_.fetch_add(1) + 1;
+        return trial_limit == 0 || trial_limit >= number;
     }
 
     /** Adds n results if n is positive; returns all that have come so far. */
