@@ -334,9 +334,8 @@ TEST(Solve, ThousandsOfProblemsInARowAreToldApart) {
         const int lone = k % 3;
         for (int i = 0; i < 3; ++i)
             model.set(i, i, i == lone ? -(k + 1) : k + 1);
-        const Result result =
-            solve(problem_of(std::move(model)),
-                  {.trials = 1, .presolve = PresolveEffort::OFF, .companion = 0});
+        const Result result = solve(problem_of(std::move(model)),
+                                    {.trials = 1, .presolve = PresolveEffort::OFF, .companion = 0});
         ASSERT_EQ(result.energy, -(k + 1));
     }
 }

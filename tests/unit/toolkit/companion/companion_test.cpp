@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "toolkit/companion/choices.hpp"
 #include "support/sanitized.hpp"
+#include "toolkit/companion/choices.hpp"
 #include "toolkit/model/errors.hpp"
 #include "unit/toolkit/companion/models.hpp"
 
