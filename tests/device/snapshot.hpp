@@ -29,10 +29,6 @@ void setTabu(CPU_BLOCK<E, D, N>& block, int bit, std::uint8_t value) {
     block.tabu().bar(block.arrays().shape.place(bit), value, 0);
 }
 template <class E, class D, class N>
-bool isOne(CPU_BLOCK<E, D, N>& block, int bit) {
-    return block.arrays().ones[block.arrays().shape.place(bit)] != 0;
-}
-template <class E, class D, class N>
 bool isOneInBest(CPU_BLOCK<E, D, N>& block, int bit) {
     return block.best()[block.arrays().shape.place(bit)] != 0;
 }
@@ -52,10 +48,6 @@ std::uint8_t tabuOf(REFERENCE_BLOCK<E, D>& block, int bit) {
 template <class E, class D>
 void setTabu(REFERENCE_BLOCK<E, D>& block, int bit, std::uint8_t value) {
     block.tabuOf(bit / block.K, bit % block.K) = value;
-}
-template <class E, class D>
-bool isOne(REFERENCE_BLOCK<E, D>& block, int bit) {
-    return block.thread(bit / block.K).one(bit % block.K);
 }
 template <class E, class D>
 bool isOneInBest(REFERENCE_BLOCK<E, D>& block, int bit) {
